@@ -1,0 +1,4 @@
+// BackBoardServices as far as this library uses it.
+#pragma once
+
+#import <BackBoardServices/BKSProcessAssertion.h>
