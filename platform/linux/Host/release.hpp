@@ -1,0 +1,16 @@
+// The release of iOS that this machine plays: one choice for UIDevice and for Foundation.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace veltro::host {
+
+/// `VELTRO_SYSTEM_VERSION` as it stands at this moment, or 9.3.5 where it is unset or empty.
+std::string system_version();
+
+/// The Foundation version number of the newest known release that is not newer than `release`; the
+/// oldest known one for a release before it or a text that names no release.
+double foundation_version_number(std::string_view release);
+
+} // namespace veltro::host

@@ -1,0 +1,39 @@
+// Whether a file or folder changed since it was looked at.
+#pragma once
+
+#include <string>
+
+#include <sys/stat.h>
+
+namespace veltro::host {
+
+/// What a path was when the object was made. File times tick coarsely: a path that changed just
+/// before it was looked at may change again without a new time, so it counts as changed until it
+/// has been looked at once more, later.
+class WatchedPath {
+public:
+  explicit WatchedPath(std::string path);
+
+  /// True while nothing was written to, added to or removed from the path. One stat.
+  [[nodiscard]] bool unchanged() const;
+
+  [[nodiscard]] const std::string &path() const { return path_; }
+
+private:
+  struct Identity {
+    bool exists = false;
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    time_t seconds = 0;
+    long nanoseconds = 0;
+    bool operator==(const Identity &) const = default;
+  };
+  [[nodiscard]] Identity now() const;
+
+  std::string path_;
+  Identity identity_;
+  bool settled_;
+};
+
+} // namespace veltro::host
