@@ -1,0 +1,50 @@
+// Where NSLog's lines go: VELTRO_LOG is `stderr` (also where it is unset or something else),
+// `syslog` or `off`, looked at for every line. The lines themselves are GNUstep's: on standard
+// error with its date and process before the text, in the system log, which has its own, without.
+
+#import <Foundation/Foundation.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace {
+
+void write_line(std::string_view line) {
+  while (!line.empty()) {
+    const ssize_t count = write(_NSLogDescriptor, line.data(), line.size());
+    if (count > 0)
+      line.remove_prefix(static_cast<std::size_t>(count));
+    else if (count == 0 || errno != EINTR)
+      return;
+  }
+}
+
+/// The text of a line that GNUstep begins with the date, the process and "[process id:thread] ".
+std::string_view text_of(std::string_view line) {
+  const std::string process = "[" + std::to_string(getpid()) + ":";
+  const std::size_t end = line.find("] ", line.find(process));
+  return end == std::string_view::npos ? line : line.substr(end + 2);
+}
+
+void print(NSString *message) {
+  const char *const chosen = std::getenv("VELTRO_LOG");
+  const std::string_view sink = chosen != nullptr ? chosen : "stderr";
+  if (sink == "off")
+    return;
+  // Half a surrogate pair has no UTF-8: such a line is left out.
+  const char *const characters = [message UTF8String];
+  const std::string_view line = characters != nullptr ? characters : "";
+  if (sink == "syslog")
+    syslog(LOG_USER | LOG_NOTICE, "%s", std::string(text_of(line)).c_str());
+  else
+    write_line(line);
+}
+
+// A plain pointer that GNUstep fills in itself where nothing else did: no message is sent here.
+[[maybe_unused]] NSLog_printf_handler *const installed = _NSLog_printf_handler = print;
+
+} // namespace

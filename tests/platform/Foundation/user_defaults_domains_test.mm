@@ -1,0 +1,177 @@
+#import <Foundation/Foundation.h>
+
+#include "support/captured_log.hpp"
+#include "support/scratch.hpp"
+
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+NSString *const name = @"org.example.domain";
+
+fs::path folder() {
+  return veltro::test::device_root() / "var/mobile/Library/Preferences";
+}
+
+fs::path file() {
+  return folder() / "org.example.domain.plist";
+}
+
+mode_t mode_of(const fs::path &path) {
+  struct stat status{};
+  stat(path.c_str(), &status);
+  return status.st_mode & 0777;
+}
+
+NSUserDefaults *defaults() {
+  return [NSUserDefaults standardUserDefaults];
+}
+
+NSDictionary *number(int value) {
+  return [NSDictionary dictionaryWithObject:[NSNumber numberWithInt:value] forKey:@"number"];
+}
+
+int stored() {
+  return [[[defaults() persistentDomainForName:name] objectForKey:@"number"] intValue];
+}
+
+class UserDefaultsDomains : public testing::Test {
+protected:
+  UserDefaultsDomains() {
+    fs::remove_all(veltro::test::device_root() / "var");
+    veltro::test::clear_log();
+  }
+};
+
+TEST_F(UserDefaultsDomains, AreMissingUntilTheyAreWritten) {
+  EXPECT_EQ([defaults() persistentDomainForName:name], nil);
+  EXPECT_EQ([defaults() persistentDomainForName:nil], nil);
+  EXPECT_FALSE(fs::exists(folder())) << "reading creates nothing";
+}
+
+TEST_F(UserDefaultsDomains, ComeBackAsTheyWereWritten) {
+  NSDictionary *const settings = [NSDictionary
+      dictionaryWithObjectsAndKeys:[NSNumber numberWithBool:YES], @"yes",
+                                   [NSNumber numberWithBool:NO], @"no",
+                                   [NSNumber numberWithDouble:0.5], @"half", @"\u00fc", @"text",
+                                   [NSArray arrayWithObject:@"one"], @"array", nil];
+  [defaults() setPersistentDomain:settings forName:name];
+  NSDictionary *const read = [defaults() persistentDomainForName:name];
+  EXPECT_TRUE([read isEqual:settings]);
+  EXPECT_EQ([[read objectForKey:@"yes"] class], [[NSNumber numberWithBool:YES] class]);
+}
+
+TEST_F(UserDefaultsDomains, AreFilesOfTheUserAlone) {
+  const mode_t old = umask(0);
+  [defaults() setPersistentDomain:number(1) forName:name];
+  umask(old);
+  EXPECT_EQ(mode_of(folder()), 0700U);
+  EXPECT_EQ(mode_of(file()), 0600U);
+  std::ifstream stream(file());
+  std::string start(8, ' ');
+  stream.read(start.data(), 8);
+  EXPECT_EQ(start, "bplist00");
+}
+
+TEST_F(UserDefaultsDomains, ShowWhatAnotherProcessWrote) {
+  [defaults() setPersistentDomain:number(1) forName:name];
+  EXPECT_EQ(stored(), 1);
+  const pid_t other = fork();
+  if (other == 0) {
+    [defaults() setPersistentDomain:number(2) forName:name];
+    _exit(0);
+  }
+  waitpid(other, nullptr, 0);
+  EXPECT_EQ(stored(), 2);
+}
+
+TEST_F(UserDefaultsDomains, AreReadInEveryFormat) {
+  fs::create_directories(folder());
+  std::ofstream(file()) << "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\">"
+                           "<dict><key>number</key><integer>7</integer></dict></plist>";
+  EXPECT_EQ(stored(), 7);
+}
+
+TEST_F(UserDefaultsDomains, AreMissingWhereTheFileIsBroken) {
+  fs::create_directories(folder());
+  for (const char *text : {"", "bplist00 nonsense", "<plist><array/></plist>"}) {
+    std::ofstream(file()) << text;
+    EXPECT_EQ([defaults() persistentDomainForName:name], nil) << text;
+  }
+  [defaults() setPersistentDomain:number(3) forName:name];
+  EXPECT_EQ(stored(), 3);
+}
+
+TEST_F(UserDefaultsDomains, AreReplacedAsAWholeWhileOthersRead) {
+  [defaults() setPersistentDomain:number(1) forName:name];
+  const pid_t writer = fork();
+  if (writer == 0) {
+    alarm(60);
+    for (int i = 0; i < 200; ++i) {
+      @autoreleasepool {
+        [defaults() setPersistentDomain:number(1 + i % 2) forName:name];
+      }
+    }
+    _exit(0);
+  }
+  int missing = 0;
+  while (waitpid(writer, nullptr, WNOHANG) == 0) {
+    @autoreleasepool {
+      missing += stored() == 0 ? 1 : 0;
+    }
+  }
+  EXPECT_EQ(missing, 0);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder()), fs::directory_iterator()), 1);
+}
+
+TEST_F(UserDefaultsDomains, CanBeRemoved) {
+  [defaults() setPersistentDomain:number(1) forName:name];
+  [defaults() removePersistentDomainForName:name];
+  EXPECT_EQ([defaults() persistentDomainForName:name], nil);
+  EXPECT_FALSE(fs::exists(file()));
+}
+
+TEST_F(UserDefaultsDomains, DoNotLeaveTheirFolder) {
+  for (NSString *bad : {@"../../escaped", @"/tmp/escaped", @""}) {
+    [defaults() setPersistentDomain:number(1) forName:bad];
+    EXPECT_EQ([defaults() persistentDomainForName:bad], nil) << [bad UTF8String];
+  }
+  EXPECT_FALSE(fs::exists(folder()));
+  EXPECT_EQ(veltro::test::logged_lines().size(), 3U);
+}
+
+TEST_F(UserDefaultsDomains, SayWhatCannotBeWritten) {
+  std::ofstream(veltro::test::device_root() / "var") << "a file";
+  [defaults() setPersistentDomain:number(1) forName:name];
+  fs::remove(veltro::test::device_root() / "var");
+  NSArray *const no_list = [NSArray arrayWithObjects:@"text", defaults(), nil];
+  [defaults() setPersistentDomain:[NSDictionary dictionaryWithObject:no_list forKey:@"key"]
+                          forName:name];
+  EXPECT_FALSE(fs::exists(file()));
+  EXPECT_THAT(veltro::test::logged_lines(),
+              ElementsAre("Preferences not written: org.example.domain",
+                          "Preferences not written: org.example.domain"));
+}
+
+TEST_F(UserDefaultsDomains, LeaveTheApplicationsOwnToGNUstep) {
+  NSString *const own = [[NSProcessInfo processInfo] processName];
+  [defaults() setPersistentDomain:number(9) forName:own];
+  EXPECT_EQ([[defaults() objectForKey:@"number"] intValue], 9);
+  EXPECT_EQ([[[defaults() persistentDomainForName:own] objectForKey:@"number"] intValue], 9);
+  [defaults() removePersistentDomainForName:own];
+  EXPECT_EQ([defaults() objectForKey:@"number"], nil);
+  EXPECT_FALSE(fs::exists(folder()));
+  EXPECT_THAT(veltro::test::logged_lines(), IsEmpty());
+}
+
+} // namespace
