@@ -1,0 +1,42 @@
+// What the two vibration services have in common: a request, and the motor that it drives.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace veltro::host {
+
+struct Pulse {
+  std::chrono::milliseconds start;
+  std::chrono::milliseconds length;
+  bool operator==(const Pulse &) const = default;
+};
+
+struct Vibration {
+  std::vector<Pulse> pulses;
+  double intensity = 0; ///< from 0 to 1
+};
+
+/// A motor that can be told to vibrate; the thin line to the machine's hardware.
+class Motor {
+public:
+  Motor() = default;
+  virtual ~Motor() = default;
+  Motor(const Motor &) = delete;
+  Motor &operator=(const Motor &) = delete;
+  /// Starts the whole vibration and returns at once; whether it could.
+  virtual bool vibrate(const Vibration &vibration) = 0;
+};
+
+/// Uses `motor` for the vibrations of this process from now on, instead of the machine's. It must
+/// stay; null for the machine's again.
+void use_motor(Motor *motor);
+
+/// Logs the request and starts it on the motor, if there is one.
+void request_vibration(const Vibration &vibration);
+
+/// Such as "300 ms, intensity 1.00", or "100 ms, after 200 ms 100 ms, intensity 0.50".
+std::string description(const Vibration &vibration);
+
+} // namespace veltro::host
