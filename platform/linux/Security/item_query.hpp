@@ -1,0 +1,31 @@
+// What the dictionaries of the item functions say.
+#pragma once
+
+#include "Security/item_rows.hpp"
+
+#include <CoreFoundation/CFBase.h>
+#include <MacTypes.h>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace veltro::host::keychain {
+
+/// What the dictionary is for: it decides which keys may be in it.
+enum class Use : std::uint8_t { add, search, remove, update_query, changes };
+
+/// A dictionary, read. The views in it hold as long as the dictionary's objects and the innermost
+/// autorelease pool.
+struct ItemQuery {
+  Query query;
+  std::optional<std::string_view> secret;
+  bool return_data = false;
+  bool return_attributes = false;
+  bool many = false; ///< whether a search answers an array
+};
+
+/// Reads `dictionary`; errSecParam where it is not what the documentation asks for, and
+/// errSecUnimplemented where it asks for references.
+OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out);
+
+} // namespace veltro::host::keychain

@@ -1,0 +1,249 @@
+// Follows Apple's "Keychain items" reference: item class, attribute, search and return keys.
+
+#include "Security/item_query.hpp"
+
+#include "Security/attribute_keys.hpp"
+
+#include <Security/SecItem.h>
+
+#import <Foundation/Foundation.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace veltro::host::keychain {
+namespace {
+
+/// The classes, looked up once: the runtime finds them by name each time.
+struct Classes {
+  Class string = [NSString class];
+  Class data = [NSData class];
+  Class number = [NSNumber class];
+  Class date = [NSDate class];
+  Class dictionary = [NSDictionary class];
+};
+
+const Classes &classes() {
+  static const Classes classes;
+  return classes;
+}
+
+bool is(id object, Class wanted) {
+  return [object isKindOfClass:wanted];
+}
+
+bool equals(id object, CFStringRef constant) {
+  return object == (id)constant || [object isEqual:(id)constant];
+}
+
+std::string_view bytes_of(NSData *data) {
+  return {static_cast<const char *>([data bytes]), [data length]};
+}
+
+bool read_text(id value, Field &field) {
+  if (!is(value, classes().string))
+    return false;
+  NSData *const utf8 = [value dataUsingEncoding:NSUTF8StringEncoding];
+  const std::string_view bytes = bytes_of(utf8);
+  const bool ascii = std::ranges::all_of(bytes, [](char byte) { return byte > 0; });
+  // GNUstep drops half a surrogate pair without a word, and two names would become one.
+  if (!ascii || bytes.size() != [value length]) {
+    NSString *const again = [[[NSString alloc] initWithData:utf8
+                                                   encoding:NSUTF8StringEncoding] autorelease];
+    if (![again isEqualToString:value])
+      return false;
+  }
+  field = Field::text(bytes);
+  return true;
+}
+
+bool read_data(id value, Field &field) {
+  if (!is(value, classes().data))
+    return false;
+  field = Field::data(bytes_of(value));
+  return true;
+}
+
+bool read_number(id value, Field &field) {
+  if (!is(value, classes().number))
+    return false;
+  const double approximate = [value doubleValue];
+  constexpr double limit = 9007199254740992; // 2^53: beyond, a double no longer tells
+  if (!(std::abs(approximate) <= limit) || std::trunc(approximate) != approximate)
+    return false;
+  field = Field::of(std::int64_t{[value longLongValue]});
+  return true;
+}
+
+bool read_boolean(id value, bool &out) {
+  if (value == (id)kCFBooleanTrue || value == (id)kCFBooleanFalse) {
+    out = value == (id)kCFBooleanTrue;
+    return true;
+  }
+  Field field;
+  if (!read_number(value, field) || (field.integer != 0 && field.integer != 1))
+    return false;
+  out = field.integer == 1;
+  return true;
+}
+
+bool read_boolean(id value, Field &field) {
+  bool truth = false;
+  if (!read_boolean(value, truth))
+    return false;
+  field = Field::of(std::int64_t{truth});
+  return true;
+}
+
+bool read_date(id value, Field &field) {
+  if (!is(value, classes().date))
+    return false;
+  // Adding nothing makes a negative zero, which the store would not give back, a plain one.
+  const double seconds = [value timeIntervalSinceReferenceDate] + 0.0;
+  if (!std::isfinite(seconds))
+    return false;
+  field = Field::of(seconds);
+  return true;
+}
+
+bool read_accessible(id value, Field &field) {
+  for (const CFStringRef known :
+       {kSecAttrAccessibleWhenUnlocked, kSecAttrAccessibleAfterFirstUnlock,
+        kSecAttrAccessibleAlways, kSecAttrAccessibleWhenPasscodeSetThisDeviceOnly,
+        kSecAttrAccessibleWhenUnlockedThisDeviceOnly,
+        kSecAttrAccessibleAfterFirstUnlockThisDeviceOnly, kSecAttrAccessibleAlwaysThisDeviceOnly})
+    if (equals(value, known))
+      return read_text((id)known, field);
+  return false;
+}
+
+bool read_sync(id value, Use use, ItemQuery &out) {
+  if (!equals(value, kSecAttrSynchronizableAny))
+    return read_boolean(value, out.query.fields[sync]);
+  // An item that is added so is not synchronised; a change to it says nothing.
+  if (use == Use::changes)
+    return false;
+  out.query.any_sync = use != Use::add;
+  return true;
+}
+
+bool read_attribute(std::size_t at, id value, Use use, ItemQuery &out) {
+  Field &field = out.query.fields[at];
+  switch (attributes[at].kind) {
+  case Kind::text:
+    return read_text(value, field);
+  case Kind::data:
+    return read_data(value, field);
+  case Kind::number:
+    return read_number(value, field);
+  case Kind::boolean:
+    return read_boolean(value, field);
+  case Kind::date:
+    return read_date(value, field);
+  case Kind::accessible:
+    return read_accessible(value, field);
+  case Kind::synchronizable:
+    return read_sync(value, use, out);
+  }
+  return false;
+}
+
+bool read_limit(id value, ItemQuery &out) {
+  if (equals(value, kSecMatchLimitOne))
+    out.query.limit = 1;
+  else if (equals(value, kSecMatchLimitAll))
+    out.query.limit = 0;
+  else {
+    Field number;
+    if (!read_number(value, number) || number.integer < 1)
+      return false;
+    out.query.limit = number.integer;
+  }
+  out.many = out.query.limit != 1;
+  return true;
+}
+
+/// The secret, what to answer and how much of it.
+bool read_request(CFStringRef key, id value, Use use, ItemQuery &out, bool &wants_reference) {
+  const bool answers = use == Use::add || use == Use::search;
+  if (key == kSecValueData) {
+    Field data;
+    if ((use != Use::add && use != Use::changes) || !read_data(value, data))
+      return false;
+    out.secret = data.bytes;
+    return true;
+  }
+  if (key == kSecMatchLimit)
+    return use != Use::add && use != Use::changes && read_limit(value, out);
+  if (key == kSecReturnData)
+    return answers && read_boolean(value, out.return_data);
+  if (key == kSecReturnAttributes)
+    return answers && read_boolean(value, out.return_attributes);
+  if (key == kSecReturnRef || key == kSecReturnPersistentRef) {
+    bool wanted = false;
+    const bool read = answers && read_boolean(value, wanted);
+    wants_reference |= wanted;
+    return read;
+  }
+  return false;
+}
+
+constexpr std::array<const CFStringRef *, 7> keys_of_requests{
+    &kSecValueData, &kSecMatchLimit,          &kSecReturnData, &kSecReturnAttributes,
+    &kSecReturnRef, &kSecReturnPersistentRef, &kSecClass};
+
+/// The constant that `key` is or equals; null where it is none of the keys.
+CFStringRef known_key(id key) {
+  const auto find = [](const auto &matches) -> CFStringRef {
+    for (const CFStringRef *const known : keys_of_requests)
+      if (matches(*known))
+        return *known;
+    for (const CFStringRef *const known : keys_of_attributes)
+      if (matches(*known))
+        return *known;
+    return nullptr;
+  };
+  // Nearly every key is the constant itself.
+  if (const CFStringRef same = find([&](CFStringRef known) { return key == (id)known; }))
+    return same;
+  return find([&](CFStringRef known) { return [key isEqual:(id)known] != NO; });
+}
+
+std::size_t attribute_of(CFStringRef key) {
+  std::size_t at = 0;
+  while (at < attributes.size() && key != *keys_of_attributes[at])
+    ++at;
+  return at;
+}
+
+} // namespace
+
+OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out) {
+  NSDictionary *const entries = (NSDictionary *)dictionary;
+  if (entries == nil || !is(entries, classes().dictionary))
+    return errSecParam;
+  if (use == Use::search)
+    out.query.limit = 1;
+  bool has_class = false;
+  bool wants_reference = false;
+  for (id key in entries) {
+    id value = [entries objectForKey:key];
+    const CFStringRef known = known_key(key);
+    if (known == nullptr)
+      return errSecParam;
+    if (known == kSecClass) {
+      if (use == Use::changes || !equals(value, kSecClassGenericPassword))
+        return errSecParam;
+      has_class = true;
+    } else if (const std::size_t at = attribute_of(known);
+               at < attributes.size() ? !read_attribute(at, value, use, out)
+                                      : !read_request(known, value, use, out, wants_reference))
+      return errSecParam;
+  }
+  if (!has_class && use != Use::changes)
+    return errSecParam;
+  return wants_reference ? errSecUnimplemented : errSecSuccess;
+}
+
+} // namespace veltro::host::keychain

@@ -1,0 +1,186 @@
+#include "Security/salvage.hpp"
+
+#include "Security/item_rows.hpp"
+#include "Security/row_pages.hpp"
+
+#include <Security/SecBase.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <unistd.h>
+
+namespace veltro::host::keychain {
+namespace {
+
+struct Count {
+  std::int64_t kept = 0;
+  std::int64_t refused = 0;
+};
+
+class Salvage {
+public:
+  Salvage(Database &to, const Keys *keys) : to_(to), keys_(keys) {}
+
+  /// Copies every row that reads, from the smallest id on. A page that does not read ends a scan;
+  /// the next one starts behind it, row by row. `whole` says whether none did.
+  int copy(Database &from, bool &whole) {
+    std::int64_t last = 0;
+    whole = from.number("SELECT coalesce(max(id), 0) FROM genp", last) == SQLITE_OK;
+    for (std::int64_t at = 0; at <= last; ++at) {
+      bool ended = false;
+      if (const int code = scan(from, at, ended); code != SQLITE_OK)
+        return code;
+      if (ended)
+        return SQLITE_OK;
+      whole = false;
+    }
+    return SQLITE_OK;
+  }
+
+  [[nodiscard]] const Count &count() const { return count_; }
+
+private:
+  /// Copies the rows from `at` on; leaves `at` at the last one.
+  int scan(Database &from, std::int64_t &at, bool &ended) {
+    sqlite3_stmt *const rows = from.statement(
+        1, [] { return selection_of_rows() + " NOT INDEXED WHERE id >= ?1 ORDER BY id"; });
+    if (rows == nullptr)
+      return SQLITE_OK;
+    const StatementUse use(rows);
+    sqlite3_bind_int64(rows, 1, at);
+    int code = SQLITE_OK;
+    while ((code = sqlite3_step(rows)) == SQLITE_ROW) {
+      const Row row = row_of(rows);
+      at = std::max(at, row.id);
+      if (const int inserted = insert(row); inserted != SQLITE_DONE)
+        return inserted;
+    }
+    ended = code == SQLITE_DONE;
+    return SQLITE_OK;
+  }
+
+  int insert(const Row &row) {
+    if (keys_ != nullptr) {
+      write_bound_form(row.fields, bound_);
+      if (!checksum_holds(*keys_, bound_, row.checksum)) {
+        ++count_.refused;
+        return SQLITE_DONE;
+      }
+    }
+    sqlite3_stmt *const statement = insert_item(to_, row);
+    if (statement == nullptr)
+      return SQLITE_ERROR;
+    const StatementUse use(statement);
+    const int code = sqlite3_step(statement);
+    if (code == SQLITE_DONE)
+      ++count_.kept;
+    // A row that shows twice, or without what a row must have, is none.
+    return (code & 0xFF) == SQLITE_CONSTRAINT ? SQLITE_DONE : code;
+  }
+
+  Database &to_;
+  const Keys *keys_;
+  Count count_;
+  std::string bound_;
+};
+
+int copy_rows(Database &from, Database &to, const Paths &paths, const std::string &empty,
+              const Keys *keys, Count &count) {
+  Salvage salvage(to, keys);
+  bool whole = false;
+  int code = from.is_open() ? salvage.copy(from, whole) : SQLITE_OK;
+  if (code == SQLITE_OK && !whole)
+    code = visit_row_pages(paths.database, empty, paths.database + ".pages",
+                           [&](Database &page) { return salvage.copy(page, whole); });
+  count = salvage.count();
+  return code;
+}
+
+/// Makes a new file, under the name `path`, of all that reads in `from`.
+OSStatus copy_readable(Database &from, const Paths &paths, const std::string &path,
+                       const Keys &keys, Count &count) {
+  const std::string empty = path + ".empty";
+  if (const OSStatus made = make_database_file(empty); made != errSecSuccess)
+    return made;
+  if (const OSStatus made = make_database_file(path); made != errSecSuccess) {
+    ::unlink(empty.c_str());
+    return made;
+  }
+  Database to;
+  int code = to.open(path, Database::Access::read_write);
+  if (code == SQLITE_OK) {
+    Transaction transaction(to);
+    code = transaction.begun();
+    if (code == SQLITE_OK)
+      code = copy_rows(from, to, paths, empty, &keys, count);
+    // Where nothing at all bears the key's mark, the key is more likely wrong than every row.
+    if (code == SQLITE_OK && count.kept == 0 && count.refused > 0)
+      code = copy_rows(from, to, paths, empty, nullptr, count);
+    if (code == SQLITE_OK)
+      code = transaction.commit();
+  }
+  const OSStatus status = to.status_of(code);
+  to.close_and_fold_log();
+  ::unlink(empty.c_str());
+  if (status != errSecSuccess)
+    ::unlink(path.c_str());
+  return status;
+}
+
+/// Links the file and its log to the first free name, which it answers; empty where it cannot.
+std::string link_aside(const Paths &paths) {
+  for (int number = 1;; ++number) {
+    std::string name = paths.database + ".damaged-" + std::to_string(number);
+    if (::link(paths.database.c_str(), name.c_str()) == 0) {
+      if (::link((paths.database + "-wal").c_str(), (name + "-wal").c_str()) == 0 ||
+          errno == ENOENT)
+        return name;
+      ::unlink(name.c_str());
+      return {};
+    }
+    if (errno != EEXIST)
+      return {};
+  }
+}
+
+} // namespace
+
+OSStatus set_aside(const Paths &paths, const Identity &damaged, const Keys &keys) {
+  struct stat status{};
+  if (::stat(paths.database.c_str(), &status) != 0 || Identity::of(status) != damaged)
+    return errSecSuccess;
+
+  const std::string fresh = paths.database + ".new";
+  Database from;
+  Count count;
+  // Writers are kept out where the file still knows what a writer is.
+  if (from.open(paths.database, Database::Access::read_write) == SQLITE_OK)
+    from.run("BEGIN IMMEDIATE");
+  else
+    from.close();
+  const OSStatus copied = copy_readable(from, paths, fresh, keys, count);
+  if (copied != errSecSuccess) {
+    log_trouble(paths.database, "is damaged, and its items could not be copied");
+    return copied;
+  }
+  const std::string aside = link_aside(paths);
+  if (aside.empty()) {
+    const int error = errno;
+    ::unlink(fresh.c_str());
+    return file_error(error, paths.database);
+  }
+  // The old log goes before the new file comes: no file is ever read with another one's log.
+  ::unlink((paths.database + "-wal").c_str());
+  ::unlink((paths.database + "-shm").c_str());
+  if (::rename(fresh.c_str(), paths.database.c_str()) != 0)
+    return file_error(errno, paths.database);
+  log_trouble(paths.database, "is damaged; it is kept as " + aside + ", and " +
+                                  std::to_string(count.kept) +
+                                  " of its items were readable and go on (" +
+                                  std::to_string(count.refused) + " were not what was stored)");
+  return sync_folder(paths);
+}
+
+} // namespace veltro::host::keychain

@@ -1,0 +1,356 @@
+#include "Security/store.hpp"
+
+#include "Host/device_root.hpp"
+#include "Security/salvage.hpp"
+
+#include <Security/SecBase.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <pthread.h>
+#include <utility>
+#include <vector>
+
+namespace veltro::host::keychain {
+namespace {
+
+constexpr std::string_view default_group = "default";
+constexpr std::string_view default_accessible = "ak"; // kSecAttrAccessibleWhenUnlocked
+
+/// Seconds since the first of January 2001, as dates count.
+double now() {
+  constexpr double reference_date = 978307200;
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+             .count() -
+         reference_date;
+}
+
+template <typename Value> void fill(Field &field, Value value) {
+  if (!field.present())
+    field = value;
+}
+
+} // namespace
+
+Store &Store::shared() {
+  // Never destroyed: other threads may still call while the process ends.
+  static Store &store = *new Store;
+  return store;
+}
+
+// No connection of SQLite may cross a fork: it is closed before, and opened again where it is
+// wanted.
+Store::Store() {
+  pthread_atfork(before_fork, after_fork, after_fork);
+  std::atexit(at_exit);
+}
+
+void Store::before_fork() {
+  shared().mutex_.lock();
+  shared().database_.close();
+}
+
+void Store::after_fork() {
+  shared().mutex_.unlock();
+}
+
+void Store::at_exit() {
+  Store &store = shared();
+  const std::lock_guard lock(store.mutex_);
+  if (store.database_.is_open() && store.in_place())
+    store.database_.close_and_fold_log();
+  store.database_.close();
+}
+
+OSStatus Store::add(Fields &fields, std::string_view secret) {
+  const double moment = now();
+  fill(fields[service], Field::text(""));
+  fill(fields[account], Field::text(""));
+  fill(fields[group], Field::text(default_group));
+  fill(fields[sync], Field::of(std::int64_t{0}));
+  fill(fields[created], Field::of(moment));
+  fill(fields[modified], Field::of(moment));
+  fill(fields[accessible], Field::text(default_accessible));
+  return write(Missing::create, [&]() -> Outcome {
+    write_bound_form(fields, bound_);
+    const Checksum checksum = checksum_of(*keys_, bound_);
+    seal(*keys_, bound_, secret, sealed_);
+    const Row row{
+        fields, {reinterpret_cast<const char *>(checksum.data()), checksum.size()}, sealed_, 0};
+    sqlite3_stmt *const statement = insert_item(database_, row);
+    if (statement == nullptr)
+      return {SQLITE_ERROR, errSecSuccess};
+    const StatementUse use(statement);
+    return {sqlite3_step(statement), errSecSuccess};
+  });
+}
+
+OSStatus Store::search(const Query &query, bool with_secrets, const Visitor &visit) {
+  return perform(Missing::not_found, [&]() -> Outcome {
+    sqlite3_stmt *const statement = select_items(database_, query);
+    if (statement == nullptr)
+      return {SQLITE_ERROR, errSecSuccess};
+    bool found = false;
+    {
+      const StatementUse use(statement);
+      int code = SQLITE_OK;
+      while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+        const Row row = row_of(statement);
+        write_bound_form(row.fields, bound_);
+        Secret secret = with_secrets ? keychain::open(*keys_, bound_, row.sealed) : Secret();
+        if (with_secrets ? !secret : !checksum_holds(*keys_, bound_, row.checksum))
+          return undecodable();
+        visit(row.fields, std::move(secret));
+        found = true;
+      }
+      if (code != SQLITE_DONE)
+        return {code, errSecSuccess};
+    }
+    return found ? Outcome{SQLITE_OK, errSecSuccess} : nothing_found();
+  });
+}
+
+OSStatus Store::remove(const Query &query) {
+  return write(Missing::not_found, [&]() -> Outcome {
+    sqlite3_stmt *const statement = delete_items(database_, query);
+    if (statement == nullptr)
+      return {SQLITE_ERROR, errSecSuccess};
+    const StatementUse use(statement);
+    if (const int code = sqlite3_step(statement); code != SQLITE_DONE)
+      return {code, errSecSuccess};
+    return database_.changes() > 0 ? Outcome{SQLITE_OK, errSecSuccess} : nothing_found();
+  });
+}
+
+OSStatus Store::update(const Query &query, const Fields &changes,
+                       std::optional<std::string_view> secret) {
+  Fields all = changes;
+  all[modified] = Field::of(now());
+  return write(Missing::not_found, [&]() -> Outcome {
+    // All that match are found before the first one changes, so that none is met twice.
+    std::vector<std::int64_t> found;
+    sqlite3_stmt *const statement = select_items(database_, query);
+    if (statement == nullptr)
+      return {SQLITE_ERROR, errSecSuccess};
+    {
+      const StatementUse use(statement);
+      int code = SQLITE_OK;
+      while ((code = sqlite3_step(statement)) == SQLITE_ROW)
+        found.push_back(row_of(statement).id);
+      if (code != SQLITE_DONE)
+        return {code, errSecSuccess};
+    }
+    for (const std::int64_t id : found)
+      if (const Outcome outcome = replace(id, all, secret);
+          outcome.code != SQLITE_OK || outcome.status != errSecSuccess)
+        return outcome;
+    return found.empty() ? nothing_found() : Outcome{SQLITE_OK, errSecSuccess};
+  });
+}
+
+Store::Outcome Store::replace(std::int64_t id, const Fields &changes,
+                              std::optional<std::string_view> secret) {
+  sqlite3_stmt *const selected = select_item(database_, id);
+  if (selected == nullptr)
+    return {SQLITE_ERROR, errSecSuccess};
+  const StatementUse use_selected(selected);
+  if (const int code = sqlite3_step(selected); code != SQLITE_ROW)
+    return {code == SQLITE_DONE ? SQLITE_CORRUPT : code, errSecSuccess};
+  Row row = row_of(selected);
+  write_bound_form(row.fields, bound_);
+  Secret old;
+  if (!secret) {
+    old = keychain::open(*keys_, bound_, row.sealed);
+    if (!old)
+      return undecodable();
+    secret = old.view();
+  }
+  for (std::size_t at = 0; at < changes.size(); ++at)
+    if (changes[at].present())
+      row.fields[at] = changes[at];
+  write_bound_form(row.fields, bound_);
+  const Checksum checksum = checksum_of(*keys_, bound_);
+  seal(*keys_, bound_, *secret, sealed_);
+  row.checksum = {reinterpret_cast<const char *>(checksum.data()), checksum.size()};
+  row.sealed = sealed_;
+  sqlite3_stmt *const updating = update_item(database_, row);
+  if (updating == nullptr)
+    return {SQLITE_ERROR, errSecSuccess};
+  const StatementUse use_updating(updating);
+  const int code = sqlite3_step(updating);
+  return {code == SQLITE_DONE ? SQLITE_OK : code, errSecSuccess};
+}
+
+// A caller who hears that there is nothing goes on to write it anew: damage to an index must not
+// look like that. Once a connection, since it reads the whole file.
+Store::Outcome Store::nothing_found() {
+  if (!checked_) {
+    if (const int code = database_.check_soundness(); code != SQLITE_OK)
+      return {code, errSecSuccess};
+    checked_ = true;
+  }
+  return {SQLITE_OK, errSecItemNotFound};
+}
+
+Store::Outcome Store::undecodable() const {
+  log_trouble(paths_.database, "has an item that is damaged or not sealed with the key beside it");
+  return {SQLITE_OK, errSecDecode};
+}
+
+OSStatus Store::perform(Missing missing, const std::function<Outcome()> &operation) {
+  const std::lock_guard lock(mutex_);
+  if (const OSStatus ready = make_ready(missing); ready != errSecSuccess)
+    return ready;
+  const Outcome outcome = operation();
+  if (Database::is_damage(outcome.code))
+    return handle_damage();
+  if (outcome.status != errSecSuccess)
+    return outcome.status;
+  const OSStatus status = database_.status_of(outcome.code);
+  if (status != errSecSuccess && status != errSecDuplicateItem)
+    log_trouble(paths_.database, sqlite3_errstr(outcome.code));
+  return status;
+}
+
+OSStatus Store::write(Missing missing, const std::function<Outcome()> &operation) {
+  OSStatus status = errSecSuccess;
+  bool moved = false;
+  do {
+    moved = false;
+    status = perform(missing, [&]() -> Outcome {
+      Transaction transaction(database_);
+      if (transaction.begun() != SQLITE_OK)
+        return {transaction.begun(), errSecSuccess};
+      // While this writer waited, the file may have been set aside: what is written to it is lost.
+      moved = !in_place();
+      if (moved)
+        return {SQLITE_OK, errSecSuccess};
+      const Outcome outcome = operation();
+      if ((outcome.code != SQLITE_OK && outcome.code != SQLITE_DONE) ||
+          outcome.status != errSecSuccess)
+        return outcome;
+      return {transaction.commit(), errSecSuccess};
+    });
+  } while (moved);
+  return status;
+}
+
+bool Store::in_place() const {
+  struct stat status{};
+  return ::stat(paths_.database.c_str(), &status) == 0 &&
+         Identity::of(status) == database_identity_;
+}
+
+OSStatus Store::make_ready(Missing missing) {
+  if (std::string root = device_root(); root != root_) {
+    database_.close();
+    paths_ = Paths::at(root);
+    root_ = std::move(root);
+  }
+  OSStatus folder = check_folder(paths_);
+  if (folder == errSecItemNotFound && missing == Missing::create) {
+    if (const OSStatus made = make_folder(paths_); made != errSecSuccess)
+      return made;
+    folder = check_folder(paths_);
+  }
+  if (folder != errSecSuccess)
+    return folder;
+  Identity key;
+  const OSStatus key_status = check_key(paths_, key);
+  if (database_.is_open() && key_status == errSecSuccess && key == key_identity_ && in_place())
+    return errSecSuccess;
+  if (key_status != errSecSuccess && key_status != errSecItemNotFound)
+    return key_status;
+  return open_files(missing);
+}
+
+OSStatus Store::open_files(Missing missing) {
+  database_.close();
+  const FolderLock lock(paths_);
+  if (lock.status() != errSecSuccess)
+    return lock.status();
+
+  struct stat status{};
+  const bool there = ::stat(paths_.database.c_str(), &status) == 0;
+  if (!there && errno != ENOENT)
+    return file_error(errno, paths_.database);
+  if (!there && missing == Missing::not_found)
+    return errSecItemNotFound;
+
+  OSStatus key = check_key(paths_, key_identity_);
+  if (key == errSecItemNotFound && there) {
+    // A new key would open none of the items.
+    log_trouble(paths_.key, "is missing");
+    return errSecNotAvailable;
+  }
+  if (key == errSecItemNotFound && (key = make_key(paths_)) == errSecSuccess)
+    key = check_key(paths_, key_identity_);
+  if (key == errSecSuccess)
+    key = read_key(paths_, keys_);
+  if (key != errSecSuccess)
+    return key;
+
+  if (!there) {
+    const std::string fresh = paths_.database + ".new";
+    if (const OSStatus made = make_database_file(fresh); made != errSecSuccess) {
+      log_trouble(paths_.database, "cannot be made");
+      return made;
+    }
+    if (::rename(fresh.c_str(), paths_.database.c_str()) != 0)
+      return file_error(errno, paths_.database);
+    if (const OSStatus synced = sync_folder(paths_); synced != errSecSuccess)
+      return synced;
+  }
+  return open_database();
+}
+
+OSStatus Store::open_database() {
+  struct stat status{};
+  if (::stat(paths_.database.c_str(), &status) != 0)
+    return file_error(errno, paths_.database);
+  database_identity_ = Identity::of(status);
+  checked_ = false;
+  if (status.st_size == 0)
+    return set_damaged_aside();
+
+  std::int64_t ignored = 0;
+  int code = database_.open(paths_.database, Database::Access::read_write);
+  if (code == SQLITE_OK)
+    code = database_.number("SELECT count(*) FROM sqlite_schema", ignored);
+  // A write-ahead log wants to be written even to be read. On a read-only file system without one,
+  // nobody writes the file.
+  struct stat log{};
+  if (code != SQLITE_OK && !Database::is_damage(code) &&
+      ::access(paths_.folder.c_str(), W_OK) != 0 && errno == EROFS &&
+      (::stat((paths_.database + "-wal").c_str(), &log) != 0 || log.st_size == 0)) {
+    code = database_.open(paths_.database, Database::Access::immutable);
+    if (code == SQLITE_OK)
+      code = database_.number("SELECT count(*) FROM sqlite_schema", ignored);
+  }
+  if (Database::is_damage(code))
+    return set_damaged_aside();
+  OSStatus answer = database_.status_of(code);
+  if (answer == errSecSuccess)
+    answer = migrate(database_, format_steps(), paths_.database);
+  else
+    log_trouble(paths_.database, sqlite3_errstr(code));
+  if (answer != errSecSuccess)
+    database_.close();
+  return answer;
+}
+
+OSStatus Store::handle_damage() {
+  database_.close();
+  const FolderLock lock(paths_);
+  return lock.status() != errSecSuccess ? lock.status() : set_damaged_aside();
+}
+
+OSStatus Store::set_damaged_aside() {
+  database_.close();
+  const OSStatus status = set_aside(paths_, database_identity_, *keys_);
+  return status == errSecSuccess ? errSecNotAvailable : status;
+}
+
+} // namespace veltro::host::keychain

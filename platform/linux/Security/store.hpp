@@ -1,0 +1,74 @@
+// The keychain of this machine: the four operations on items, and everything that must be right
+// before one can run.
+#pragma once
+
+#include "Security/database.hpp"
+#include "Security/item_rows.hpp"
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace veltro::host::keychain {
+
+/// The one connection that a process has, to the keychain under the device root of the moment.
+/// Any thread may call; one operation runs at a time.
+class Store {
+public:
+  /// Given each item that is found. Must not call the store.
+  using Visitor = std::function<void(const Fields &fields, Secret secret)>;
+
+  static Store &shared();
+
+  /// Adds an item; group, accessibility and dates that are absent are filled in, also in `fields`.
+  OSStatus add(Fields &fields, std::string_view secret);
+
+  /// Finds items; opens their secrets where `with_secrets` says so.
+  OSStatus search(const Query &query, bool with_secrets, const Visitor &visit);
+
+  /// Puts the fields that are present in `changes`, and the secret, into every item that matches.
+  OSStatus update(const Query &query, const Fields &changes,
+                  std::optional<std::string_view> secret);
+
+  OSStatus remove(const Query &query);
+
+private:
+  Store();
+
+  enum class Missing : std::uint8_t { not_found, create };
+
+  /// What an operation on the open file answered.
+  struct Outcome {
+    int code;        ///< SQLite's
+    OSStatus status; ///< the keychain's, where SQLite is content
+  };
+
+  OSStatus perform(Missing missing, const std::function<Outcome()> &operation);
+  OSStatus write(Missing missing, const std::function<Outcome()> &operation);
+  OSStatus make_ready(Missing missing);
+  OSStatus open_files(Missing missing);
+  OSStatus open_database();
+  OSStatus handle_damage();
+  OSStatus set_damaged_aside();
+  Outcome nothing_found();
+  Outcome replace(std::int64_t id, const Fields &changes, std::optional<std::string_view> secret);
+  Outcome undecodable() const;
+  bool in_place() const;
+
+  static void before_fork();
+  static void after_fork();
+  static void at_exit();
+
+  std::mutex mutex_;
+  std::string root_;
+  Paths paths_;
+  Database database_;
+  Identity database_identity_;
+  std::optional<Keys> keys_;
+  Identity key_identity_;
+  bool checked_ = false; ///< whether this connection found the whole file sound
+  std::string bound_, sealed_;
+};
+
+} // namespace veltro::host::keychain

@@ -1,0 +1,234 @@
+// Disks that are full or read-only, and flipped bytes.
+
+#include "platform/Security/keychain.hpp"
+
+#include <cstdio>
+#include <set>
+#include <sys/resource.h>
+
+namespace veltro::test {
+namespace {
+
+using KeychainDamage = Keychain;
+
+/// Puts this process, which must be a child, into a file system view of its own; false where the
+/// machine does not let it.
+bool own_mounts() {
+  if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+    return false;
+  return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+bool make_read_only(const files::path &folder) {
+  return own_mounts() &&
+         mount(folder.c_str(), folder.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0 &&
+         mount(nullptr, folder.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;
+}
+
+constexpr int not_allowed_here = 77;
+
+/// Says in which line of a child's work something was not as it should be.
+#define CHECK_IN_CHILD(condition)                                                                  \
+  do {                                                                                             \
+    if (!(condition)) {                                                                            \
+      std::fprintf(stderr, "line %d: %s\n", __LINE__, #condition);                                 \
+      return 1;                                                                                    \
+    }                                                                                              \
+  } while (false)
+
+int fill_up(OSStatus expected, const std::function<void()> &make_room) {
+  NSData *const large = [NSMutableData dataWithLength:20'000];
+  int added = 0;
+  OSStatus status = errSecSuccess;
+  while (status == errSecSuccess && added < 100) {
+    NSString *const account = [NSString stringWithFormat:@"%d", added];
+    status = add(with(item(@"full", account), kSecValueData, large));
+    added += status == errSecSuccess;
+  }
+  CHECK_IN_CHILD(status == expected);
+  CHECK_IN_CHILD(added > 0 && added < 100);
+  CHECK_IN_CHILD(lines_with("keychain.db") > 0);
+  for (int at = 0; at < added; ++at)
+    CHECK_IN_CHILD([secret(item(@"full", [NSString stringWithFormat:@"%d", at])) isEqual:large]);
+  CHECK_IN_CHILD([list(item(@"full", nil)) count] == static_cast<NSUInteger>(added));
+  CHECK_IN_CHILD(set_aside_files() == 0);
+  make_room();
+  CHECK_IN_CHILD(add(@"full", @"after", "x") == errSecSuccess);
+  CHECK_IN_CHILD([list(item(@"full", nil)) count] == static_cast<NSUInteger>(added) + 1);
+  return 0;
+}
+
+TEST_F(KeychainDamage, AFullDiskIsReportedAndLosesNothing) {
+  files::create_directories(device_root());
+  const int answer = in_child([] {
+    if (!own_mounts() || mount("veltro-test", device_root().c_str(), "tmpfs", 0, "size=1m") != 0)
+      return not_allowed_here;
+    const files::path ballast = device_root() / "ballast";
+    write_file(ballast, std::string(400'000, 'x'));
+    return fill_up(errSecDiskFull, [&] { files::remove(ballast); });
+  });
+  if (answer == not_allowed_here)
+    GTEST_SKIP() << "this machine allows no mounts; AFileThatMayNotGrow… stands for it";
+  EXPECT_EQ(answer, 0);
+}
+
+TEST_F(KeychainDamage, AFullDiskFromTheStartIsReported) {
+  files::create_directories(device_root());
+  const int answer = in_child([] {
+    if (!own_mounts() || mount("veltro-test", device_root().c_str(), "tmpfs", 0, "size=64k") != 0)
+      return not_allowed_here;
+    const files::path ballast = device_root() / "ballast";
+    write_file(ballast, std::string(64UL * 1024, 'x'));
+    CHECK_IN_CHILD(add(@"mail", @"ann", "x") == errSecDiskFull);
+    CHECK_IN_CHILD(status_of_search(item(@"mail", @"ann")) == errSecItemNotFound);
+    return 0;
+  });
+  if (answer == not_allowed_here)
+    GTEST_SKIP() << "this machine allows no mounts; AFileThatMayNotGrow… stands for it";
+  EXPECT_EQ(answer, 0);
+}
+
+TEST_F(KeychainDamage, AFileThatMayNotGrowIsReportedAndLosesNothing) {
+  const int answer = in_child([] {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{300'000, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    return fill_up(errSecIO, [] {
+      const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
+      setrlimit(RLIMIT_FSIZE, &unlimited);
+    });
+  });
+  EXPECT_EQ(answer, 0);
+}
+
+int use_read_only() {
+  if (!make_read_only(device_root()))
+    return not_allowed_here;
+  CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+  CHECK_IN_CHILD([list(item(nil, nil)) count] == 2);
+  CHECK_IN_CHILD(status_of_search(item(@"mail", @"none")) == errSecItemNotFound);
+  CHECK_IN_CHILD(add(@"mail", @"new", "x") == errSecWrPerm);
+  CHECK_IN_CHILD(lines_with("keychain.db") > 0);
+  CHECK_IN_CHILD(remove(item(@"mail", @"ann")) == errSecWrPerm);
+  CHECK_IN_CHILD(update(item(@"mail", @"ann"), with([Entries dictionary], kSecAttrLabel, @"x")) ==
+                 errSecWrPerm);
+  CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+  CHECK_IN_CHILD(set_aside_files() == 0);
+  return 0;
+}
+
+TEST_F(KeychainDamage, AReadOnlyRootCanBeRead) {
+  ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
+  ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
+  const int with_log = in_child(use_read_only);
+  if (with_log == not_allowed_here)
+    GTEST_SKIP() << "this machine allows no mounts";
+  EXPECT_EQ(with_log, 0);
+  fold_log();
+  EXPECT_EQ(in_child(use_read_only), 0) << "without a log";
+  EXPECT_EQ(add(@"mail", @"new", "x"), errSecSuccess);
+}
+
+TEST_F(KeychainDamage, AReadOnlyRootWithoutAKeychainIsReported) {
+  files::create_directories(device_root());
+  const int answer = in_child([] {
+    if (!make_read_only(device_root()))
+      return not_allowed_here;
+    CHECK_IN_CHILD(status_of_search(item(@"mail", @"ann")) == errSecItemNotFound);
+    CHECK_IN_CHILD(add(@"mail", @"ann", "x") == errSecWrPerm);
+    return 0;
+  });
+  if (answer == not_allowed_here)
+    GTEST_SKIP() << "this machine allows no mounts";
+  EXPECT_EQ(answer, 0);
+}
+
+constexpr int items = 60;
+
+NSString *account(int at) {
+  return [NSString stringWithFormat:@"account-%03d", at];
+}
+
+/// Secrets of different lengths, some longer than a page.
+NSData *expected_secret(int at) {
+  const auto length = static_cast<NSUInteger>(at % 10 == 9 ? 6000 : 20 + at);
+  NSMutableData *const data = [NSMutableData dataWithLength:length];
+  memset([data mutableBytes], 'a' + at % 26, length);
+  return data;
+}
+
+struct Seen {
+  int right = 0;
+  int missing = 0;
+};
+
+/// Asks for every item. Right, or a clear status; never a wrong secret.
+Seen look_at_all() {
+  Seen seen;
+  for (int at = 0; at < items; ++at)
+    @autoreleasepool {
+      OSStatus status = 0;
+      NSData *const found =
+          search(with(item(@"pages", account(at)), kSecReturnData, yes()), status);
+      if (status == errSecSuccess) {
+        EXPECT_TRUE([found isEqual:expected_secret(at)]);
+        ++seen.right;
+      } else {
+        EXPECT_TRUE(status == errSecDecode || status == errSecNotAvailable ||
+                    status == errSecItemNotFound)
+            << status;
+        seen.missing += status == errSecItemNotFound;
+      }
+    }
+  return seen;
+}
+
+TEST_F(KeychainDamage, AFlippedByteInAnyPageNeverPassesForTheTruth) {
+  for (int at = 0; at < items; ++at)
+    ASSERT_EQ(add(with(item(@"pages", account(at)), kSecValueData, expected_secret(at))),
+              errSecSuccess);
+  fold_log();
+  const std::string sound = contents(paths().database);
+  constexpr std::size_t page = 4096;
+  ASSERT_EQ(sound.size() % page, 0U);
+  ASSERT_GT(sound.size() / page, 10U);
+
+  for (std::size_t number = 0; number < sound.size() / page; ++number)
+    for (const std::size_t place : {0UL, 20UL, 2900UL, 4090UL}) {
+      SCOPED_TRACE("page " + std::to_string(number + 1) + ", byte " + std::to_string(place));
+      let_go();
+      for (const auto &entry : files::directory_iterator(paths().folder))
+        if (entry.path() != paths().key)
+          files::remove(entry.path());
+      std::string damaged = sound;
+      damaged[number * page + place] = static_cast<char>(damaged[number * page + place] ^ 0x41);
+      write_file(paths().database, damaged);
+
+      look_at_all();
+      OSStatus status = 0;
+      NSArray *const listed = search(with(with(item(nil, nil), kSecReturnAttributes, yes()),
+                                          kSecMatchLimit, (id)kSecMatchLimitAll),
+                                     status);
+      if (status == errSecSuccess) {
+        std::set<std::string> accounts;
+        for (NSDictionary *const found in listed)
+          accounts.insert([[found objectForKey:@"acct"] UTF8String]);
+        for (const std::string &name : accounts)
+          EXPECT_TRUE(name.starts_with("account-")) << name;
+        if (set_aside_files() == 0)
+          EXPECT_EQ(accounts.size(), static_cast<std::size_t>(items));
+      } else
+        EXPECT_TRUE(status == errSecDecode || status == errSecNotAvailable) << status;
+
+      // Whatever it met, the second look finds what was readable.
+      const Seen seen = look_at_all();
+      if (set_aside_files() == 0)
+        EXPECT_EQ(seen.missing, 0) << "missing, and the file is thought sound";
+      else
+        EXPECT_EQ(contents(paths().database + ".damaged-1"), damaged) << "the damaged file is kept";
+      EXPECT_GE(seen.right, items - 25) << "more is lost than one page holds";
+    }
+}
+
+} // namespace
+} // namespace veltro::test
