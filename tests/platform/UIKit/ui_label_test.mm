@@ -1,0 +1,179 @@
+#include "support/view_picture.hpp"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace {
+
+using veltro::test::Ink;
+using veltro::test::ink_of;
+using veltro::test::Picture;
+using veltro::test::picture_of;
+using veltro::test::Pixel;
+
+UILabel *label_of(NSString *text, CGFloat width = 200, CGFloat height = 30) {
+  UILabel *const label =
+      [[[UILabel alloc] initWithFrame:CGRectMake(0, 0, width, height)] autorelease];
+  [label setText:text];
+  return label;
+}
+
+Ink ink(UILabel *label) {
+  return ink_of(picture_of(label));
+}
+
+CGSize size_in(UILabel *label, CGFloat width) {
+  return [label sizeThatFits:CGSizeMake(width, 0)];
+}
+
+TEST(Font, HasARegularAndABoldFace) {
+  UIFont *const regular = [UIFont systemFontOfSize:12];
+  UIFont *const bold = [UIFont boldSystemFontOfSize:12];
+  EXPECT_EQ([regular pointSize], 12);
+  EXPECT_FALSE([[regular fontName] isEqual:[bold fontName]]);
+  EXPECT_TRUE([regular isEqual:[UIFont systemFontOfSize:12]]);
+  EXPECT_EQ([regular hash], [[UIFont systemFontOfSize:12] hash]);
+  EXPECT_FALSE([regular isEqual:bold]);
+  EXPECT_FALSE([regular isEqual:[UIFont systemFontOfSize:13]]);
+  EXPECT_FALSE([regular isEqual:@"Sans"]);
+  EXPECT_EQ([[regular copy] autorelease], regular);
+}
+
+TEST(Font, HasLinesThatGrowWithIt) {
+  const CGFloat height = [[UIFont systemFontOfSize:10] lineHeight];
+  EXPECT_GT(height, 10);
+  EXPECT_LT(height, 16);
+  EXPECT_NEAR([[UIFont systemFontOfSize:30] lineHeight], 3 * height, 0.1);
+}
+
+TEST(Label, StartsWithTheDefaultsOfTheRelease) {
+  UILabel *const label = label_of(nil);
+  EXPECT_EQ([label text], nil);
+  EXPECT_TRUE([[label font] isEqual:[UIFont systemFontOfSize:17]]);
+  EXPECT_EQ([label textAlignment], NSTextAlignmentLeft);
+  EXPECT_EQ([label numberOfLines], 1);
+  EXPECT_EQ([label backgroundColor], nil);
+  setenv("VELTRO_SYSTEM_VERSION", "6.1", 1);
+  EXPECT_EQ(picture_of(label_of(@"")).at(0, 0), (Pixel{255, 255, 255, 255}));
+  setenv("VELTRO_SYSTEM_VERSION", "7.0", 1);
+  EXPECT_EQ([label_of(nil) backgroundColor], nil);
+  unsetenv("VELTRO_SYSTEM_VERSION");
+}
+
+TEST(Label, HasTheSizeOfItsText) {
+  EXPECT_EQ(size_in(label_of(nil), 100).width, 0);
+  EXPECT_EQ(size_in(label_of(@""), 100).height, 0);
+  const CGSize one = size_in(label_of(@"word"), 0);
+  EXPECT_GT(one.width, 17);
+  EXPECT_GE(one.height, [[UIFont systemFontOfSize:17] lineHeight]);
+  EXPECT_GT(size_in(label_of(@"word word"), 0).width, 2 * one.width);
+  UILabel *const large = label_of(@"word");
+  [large setFont:[UIFont systemFontOfSize:34]];
+  EXPECT_NEAR(size_in(large, 0).width, 2 * one.width, 2);
+}
+
+TEST(Label, IsOneLineUnlessToldOtherwise) {
+  UILabel *const label = label_of(@"a number of words\nand more");
+  const CGSize one = size_in(label, 60);
+  EXPECT_GT(one.width, 60);
+  EXPECT_LT(one.height, 30);
+  [label setNumberOfLines:0];
+  const CGSize wrapped = size_in(label, 60);
+  EXPECT_LE(wrapped.width, 60);
+  EXPECT_GT(wrapped.height, 3 * one.height);
+  EXPECT_NEAR(size_in(label, 0).height, 2 * one.height, 2);
+  EXPECT_NEAR(size_in(label, std::numeric_limits<CGFloat>::max()).height, 2 * one.height, 2);
+  [label setText:@"a number of words and more"];
+  [label setNumberOfLines:2];
+  EXPECT_NEAR(size_in(label, 60).height, 2 * one.height, 2);
+}
+
+TEST(Label, DrawsItsColourWithinItsBounds) {
+  UILabel *const label = label_of(@"████", 40, 20);
+  [label setTextColor:[UIColor redColor]];
+  const Picture picture = picture_of(label, 1, 10);
+  const Ink drawn = ink_of(picture);
+  EXPECT_GT(drawn.pixels, 100U);
+  EXPECT_GE(drawn.left, 10U);
+  EXPECT_GE(drawn.top, 10U);
+  EXPECT_LE(drawn.right, 50U);
+  EXPECT_LE(drawn.bottom, 30U);
+  for (std::size_t y = 0; y < picture.height; ++y)
+    for (std::size_t x = 0; x < picture.width; ++x)
+      EXPECT_EQ(picture.at(x, y).red, picture.at(x, y).alpha);
+}
+
+TEST(Label, DrawsTranslucentText) {
+  UILabel *const label = label_of(@"████", 40, 20);
+  [label setTextColor:[[UIColor blueColor] colorWithAlphaComponent:0.5]];
+  EXPECT_NEAR(picture_of(label).at(10, 10).alpha, 128, 1);
+}
+
+TEST(Label, DrawsNothingWithoutText) {
+  EXPECT_EQ(ink(label_of(nil)).pixels, 0U);
+  EXPECT_EQ(ink(label_of(@"")).pixels, 0U);
+}
+
+void expect_aligned(NSString *text) {
+  UILabel *const label = label_of(text);
+  const Ink left = ink(label);
+  EXPECT_LT(left.left, 8U);
+  EXPECT_LT(left.right, 100U);
+  [label setTextAlignment:NSTextAlignmentRight];
+  const Ink right = ink(label);
+  EXPECT_GT(right.left, 100U);
+  EXPECT_GT(right.right, 192U);
+  [label setTextAlignment:NSTextAlignmentCenter];
+  const Ink center = ink(label);
+  EXPECT_NEAR(static_cast<double>(center.left + center.right) / 2, 100, 3);
+}
+
+TEST(Label, AlignsText) {
+  expect_aligned(@"abcd");
+}
+
+TEST(Label, AlignsTextThatRunsFromRightToLeftOnTheSameSides) {
+  expect_aligned(@"שלום");
+  expect_aligned(@"سلام");
+}
+
+TEST(Label, AlignsTextWithoutAlphabet) {
+  expect_aligned(@"読み込み");
+}
+
+TEST(Label, StandsInTheMiddleOfItsHeight) {
+  const Ink drawn = ink(label_of(@"██", 40, 100));
+  EXPECT_NEAR(static_cast<double>(drawn.top + drawn.bottom) / 2, 50, 3);
+}
+
+TEST(Label, BeginsAtTheTopWhereTheTextIsTooHigh) {
+  UILabel *const label = label_of(@"██", 60, 10);
+  [label setFont:[UIFont systemFontOfSize:30]];
+  EXPECT_GT(ink(label).pixels, 0U);
+  EXPECT_LT(ink(label).top, 6U);
+}
+
+TEST(Label, EndsInAnEllipsisWhatDoesNotFit) {
+  UILabel *const cut = label_of(@"████████████████", 60, 20);
+  const Picture picture = picture_of(cut);
+  EXPECT_LE(ink_of(picture).right, 60U);
+  // The ellipsis leaves the upper half at the end clear.
+  UILabel *const whole = label_of(@"████████████████", 400, 20);
+  EXPECT_GT(ink(whole).right, 100U);
+  EXPECT_EQ(picture.at(52, 5), (Pixel{}));
+  EXPECT_NE(picture_of(whole).at(52, 5), (Pixel{}));
+}
+
+TEST(Label, WrapsIntoItsLines) {
+  UILabel *const label = label_of(@"██ ██ ██ ██", 50, 100);
+  const std::size_t one = ink(label).bottom - ink(label).top;
+  [label setNumberOfLines:2];
+  const std::size_t two = ink(label).bottom - ink(label).top;
+  [label setNumberOfLines:0];
+  const std::size_t all = ink(label).bottom - ink(label).top;
+  EXPECT_GT(two, one + 10);
+  EXPECT_GT(all, two + 10);
+}
+
+} // namespace
