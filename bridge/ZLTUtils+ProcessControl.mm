@@ -1,0 +1,81 @@
+#import <veltro/UIDevice+ZLT.h>
+#import <veltro/ZLTUtils+ProcessControl.h>
+#import <veltro/ZLTUtils+ProcessTable.h>
+
+#include "utils/owned.hpp"
+
+#import <BackBoardServices/BackBoardServices.h>
+#import <UIKit/UIKit.h>
+#include <dispatch/dispatch.h>
+#include <utility>
+
+namespace {
+
+NSString *const messaging_app = @"net.whatsapp.WhatsApp";
+constexpr int64_t launch_delay = 100'000'000; // nanoseconds
+
+constexpr unsigned assertion_flags = 15;
+constexpr unsigned assertion_reason = 7;
+
+BKSProcessAssertion *held_assertion = nil;
+
+void launch_in_background(NSString *identifier) {
+  [[UIApplication sharedApplication] launchApplicationWithIdentifier:identifier suspended:YES];
+}
+
+} // namespace
+
+@implementation ZLTUtils (ProcessControl)
+
++ (void)launchApplication:(NSString *)identifier {
+  NSLog(@"Trying to launch Whatsapp...");
+  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, launch_delay), dispatch_get_main_queue(), ^{
+    launch_in_background(identifier);
+  });
+}
+
++ (void)launchWhatsApp {
+  if (![self isWhatsAppRunning])
+    [self launchApplication:messaging_app];
+}
+
++ (void)launchWhatsAppOnMainThread {
+  if ([self isWhatsAppRunning])
+    return;
+  if ([NSThread isMainThread])
+    launch_in_background(messaging_app);
+  else
+    dispatch_sync(dispatch_get_main_queue(), ^{
+      launch_in_background(messaging_app);
+    });
+}
+
++ (void)startProcessAssertion {
+  for (;;) {
+    // A pool for each try: they may go on for ever, and each reads the whole process table.
+    const veltro::Owned pool([[NSAutoreleasePool alloc] init]);
+    // Looser than the running check on purpose: a helper of the app will do.
+    if ([[UIDevice currentDevice] __zltGetPIDForProcess:@"WhatsApp"] >= 1)
+      break;
+    [self launchWhatsAppOnMainThread];
+  }
+  [self stopProcessAssertion];
+  held_assertion = [[BKSProcessAssertion alloc]
+      initWithBundleIdentifier:messaging_app
+                         flags:assertion_flags
+                        reason:assertion_reason
+                          name:messaging_app
+                   withHandler:^(BOOL /*acquired*/) {
+                     NSLog(@"************** Assertion started for WhatsApp ***************");
+                   }];
+}
+
++ (void)stopProcessAssertion {
+  if (held_assertion == nil)
+    return;
+  [held_assertion invalidate];
+  [std::exchange(held_assertion, nil) release];
+  NSLog(@"************** Assertion invlidated for WhatsApp ***************");
+}
+
+@end

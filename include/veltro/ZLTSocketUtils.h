@@ -1,0 +1,18 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+#import <veltro/ZLTExport.h>
+
+/// Holds the port of the add-on's server inside the messaging app for this process.
+VELTRO_EXPORT
+@interface ZLTSocketUtils : NSObject
+
+/// The port that requests go to: 0, on which nobody listens, until one is set.
++ (NSInteger)socketPort;
+
+/// Sets the port for all later requests of this process. Any number is taken as it is; a connection
+/// uses its low 32 bits. The port is kept in a plain variable: set it once, before the first
+/// request and from one thread. It is not kept beyond the process.
++ (void)setSocketPort:(NSInteger)port;
+
+@end

@@ -1,0 +1,12 @@
+#pragma once
+
+#import <veltro/ZLTUtils.h>
+
+@interface ZLTUtils (ProcessTable)
+
+/// Whether the messaging app runs: whether a process exists whose command name is "WhatsApp",
+/// ignoring case. Reads the kernel's process table afresh, on the caller's thread, which may be
+/// any; NO where the table cannot be read.
++ (BOOL)isWhatsAppRunning;
+
+@end
