@@ -1,0 +1,219 @@
+// Saving, fetching and listing through the library's facade, in keychains of different sizes,
+// against plain SQLite and against a Secret Service. A save is what the facade does: it replaces
+// the item. The Secret Service is filled with at most a thousand items, since it writes its whole
+// keyring anew for each.
+
+#include "plain_sqlite.hpp"
+#include "secret_service.hpp"
+
+#include "Security/item_rows.hpp"
+
+#import <veltro/ZLTKeyChain.h>
+
+#include <benchmark/benchmark.h>
+#include <filesystem>
+#include <map>
+#include <memory>
+
+namespace {
+
+namespace keychain = veltro::host::keychain;
+namespace files = std::filesystem;
+using veltro::bench::PlainSQLite;
+using veltro::bench::SecretService;
+
+NSString *const service = @"service";
+
+std::string account_name(std::int64_t number) {
+  return "account-" + std::to_string(number);
+}
+
+NSString *account(std::int64_t number) {
+  return [NSString stringWithUTF8String:account_name(number).c_str()];
+}
+
+/// The folder of this run, on the disk that the build tree is on.
+const files::path &folder() {
+  static const struct Folder {
+    Folder() {
+      std::string name = VELTRO_BUILD_DIR "/bench-XXXXXX";
+      if (mkdtemp(name.data()) == nullptr)
+        std::abort();
+      path = name;
+    }
+    ~Folder() {
+      std::error_code ignored;
+      files::remove_all(path, ignored);
+    }
+    files::path path;
+  } folder;
+  return folder.path;
+}
+
+/// Makes the keychain with so many items the one in use. It is filled in one transaction, past the
+/// item functions, which make each item durable.
+void use_keychain(std::int64_t items) {
+  const std::string root = folder() / ("keychain-" + std::to_string(items));
+  setenv("VELTRO_ROOT", root.c_str(), 1);
+  if (files::exists(root))
+    return;
+  [ZLTKeyChain setPassword:@"secret of item 0" forService:service account:account(0)];
+  const keychain::Paths paths = keychain::Paths::at(root);
+  std::optional<keychain::Keys> keys;
+  keychain::Database database;
+  if (keychain::read_key(paths, keys) != 0 ||
+      database.open(paths.database, keychain::Database::Access::read_write) != SQLITE_OK)
+    std::abort();
+  keychain::Transaction transaction(database);
+  std::string bound;
+  std::string sealed;
+  for (std::int64_t number = 1; number < items; ++number) {
+    const std::string name = account_name(number);
+    keychain::Row row;
+    row.fields[keychain::service] = keychain::Field::text("service");
+    row.fields[keychain::account] = keychain::Field::text(name);
+    row.fields[keychain::group] = keychain::Field::text("default");
+    row.fields[keychain::sync] = keychain::Field::of(std::int64_t{0});
+    row.fields[keychain::created] = keychain::Field::of(1000.0);
+    row.fields[keychain::modified] = keychain::Field::of(1000.0);
+    row.fields[keychain::accessible] = keychain::Field::text("ak");
+    keychain::write_bound_form(row.fields, bound);
+    const keychain::Checksum checksum = keychain::checksum_of(*keys, bound);
+    keychain::seal(*keys, bound, "secret of item", sealed);
+    row.checksum = {reinterpret_cast<const char *>(checksum.data()), checksum.size()};
+    row.sealed = sealed;
+    sqlite3_stmt *const statement = keychain::insert_item(database, row);
+    const keychain::StatementUse use(statement);
+    if (sqlite3_step(statement) != SQLITE_DONE)
+      std::abort();
+  }
+  if (transaction.commit() != SQLITE_OK)
+    std::abort();
+}
+
+PlainSQLite &plain(std::int64_t items) {
+  static std::map<std::int64_t, std::unique_ptr<PlainSQLite>> known;
+  std::unique_ptr<PlainSQLite> &database = known[items];
+  if (database == nullptr) {
+    database = std::make_unique<PlainSQLite>(folder() / ("plain-" + std::to_string(items)));
+    database->run("BEGIN");
+    for (std::int64_t number = 0; number < items; ++number)
+      @autoreleasepool {
+        database->add(service, account(number), @"secret of item");
+      }
+    database->run("COMMIT");
+  }
+  return *database;
+}
+
+/// The Secret Service with so many items; null where none answers.
+SecretService *secret_service(std::int64_t items) {
+  static SecretService running(folder() / "secret-service");
+  static std::int64_t filled = 0;
+  if (!running.works())
+    return nullptr;
+  for (; filled < items; ++filled)
+    if (!running.save("service", account_name(filled), "secret of item"))
+      return nullptr;
+  for (; filled > items; --filled)
+    running.remove("service", account_name(filled - 1));
+  return &running;
+}
+
+void save_veltro(benchmark::State &state) {
+  use_keychain(state.range(0));
+  for (auto _ : state)
+    @autoreleasepool {
+      if (![ZLTKeyChain setPassword:@"secret of item" forService:service account:account(0)])
+        state.SkipWithError("a save failed");
+    }
+}
+
+void save_sqlite(benchmark::State &state) {
+  PlainSQLite &database = plain(state.range(0));
+  for (auto _ : state)
+    @autoreleasepool {
+      database.remove(service, account(0));
+      database.add(service, account(0), @"secret of item");
+    }
+}
+
+void save_secret_service(benchmark::State &state) {
+  SecretService *const running = secret_service(state.range(0));
+  if (running == nullptr)
+    return state.SkipWithError("no Secret Service answers");
+  for (auto _ : state)
+    running->save("service", account_name(0), "secret of item");
+}
+
+void fetch_veltro(benchmark::State &state) {
+  use_keychain(state.range(0));
+  for (auto _ : state)
+    @autoreleasepool {
+      if ([ZLTKeyChain passwordForService:service account:account(state.range(0) / 2)] == nil)
+        state.SkipWithError("a fetch failed");
+    }
+}
+
+void fetch_sqlite(benchmark::State &state) {
+  PlainSQLite &database = plain(state.range(0));
+  for (auto _ : state)
+    @autoreleasepool {
+      benchmark::DoNotOptimize(database.fetch(service, account(state.range(0) / 2)));
+    }
+}
+
+void fetch_secret_service(benchmark::State &state) {
+  SecretService *const running = secret_service(state.range(0));
+  if (running == nullptr)
+    return state.SkipWithError("no Secret Service answers");
+  for (auto _ : state)
+    benchmark::DoNotOptimize(running->fetch("service", account_name(state.range(0) / 2)));
+}
+
+void list_veltro(benchmark::State &state) {
+  use_keychain(state.range(0));
+  for (auto _ : state)
+    @autoreleasepool {
+      if ([[ZLTKeyChain allAccounts] count] != static_cast<NSUInteger>(state.range(0)))
+        state.SkipWithError("a listing failed");
+    }
+}
+
+void list_sqlite(benchmark::State &state) {
+  PlainSQLite &database = plain(state.range(0));
+  for (auto _ : state)
+    @autoreleasepool {
+      benchmark::DoNotOptimize(database.list());
+    }
+}
+
+void list_secret_service(benchmark::State &state) {
+  SecretService *const running = secret_service(state.range(0));
+  if (running == nullptr)
+    return state.SkipWithError("no Secret Service answers");
+  for (auto _ : state)
+    benchmark::DoNotOptimize(running->list());
+}
+
+void sizes(benchmark::internal::Benchmark *benchmark) {
+  benchmark->Arg(1)->Arg(1'000)->Arg(100'000)->UseRealTime()->Unit(benchmark::kMicrosecond);
+}
+
+void small_sizes(benchmark::internal::Benchmark *benchmark) {
+  benchmark->Arg(1)->Arg(1'000)->UseRealTime()->Unit(benchmark::kMicrosecond);
+}
+
+BENCHMARK(save_veltro)->Name("save/veltro")->Apply(sizes);
+BENCHMARK(save_sqlite)->Name("save/sqlite")->Apply(sizes);
+BENCHMARK(save_secret_service)->Name("save/secret service")->Apply(small_sizes);
+BENCHMARK(fetch_veltro)->Name("fetch/veltro")->Apply(sizes);
+BENCHMARK(fetch_sqlite)->Name("fetch/sqlite")->Apply(sizes);
+BENCHMARK(fetch_secret_service)->Name("fetch/secret service")->Apply(small_sizes);
+BENCHMARK(list_veltro)->Name("list/veltro")->Apply(sizes);
+BENCHMARK(list_sqlite)->Name("list/sqlite")->Apply(sizes);
+BENCHMARK(list_secret_service)->Name("list/secret service")->Apply(small_sizes);
+
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#import <Foundation/Foundation.h>
+#import <veltro/ZLTExport.h>
+
+/// The domain of every error of the keychain store. Its codes are the statuses of the Security
+/// framework, unchanged, and those of ZLTKeyChainErrorCode.
+VELTRO_EXPORT extern NSString *const kZLTKeyChainErrorDomain;
+
+/// Keys of the attribute dictionaries that the listings answer. kZLTKeyChainClassKey has the value
+/// of the label key, as it always had: callers that read the one or the other get the same.
+VELTRO_EXPORT extern NSString *const kZLTKeyChainAccountKey;
+VELTRO_EXPORT extern NSString *const kZLTKeyChainCreatedAtKey;
+VELTRO_EXPORT extern NSString *const kZLTKeyChainClassKey;
+VELTRO_EXPORT extern NSString *const kZLTKeyChainDescriptionKey;
+VELTRO_EXPORT extern NSString *const kZLTKeyChainLabelKey;
+VELTRO_EXPORT extern NSString *const kZLTKeyChainLastModifiedKey;
+VELTRO_EXPORT extern NSString *const kZLTKeyChainWhereKey;
+
+/// The store's own error codes.
+typedef NS_ENUM(NSInteger, ZLTKeyChainErrorCode) {
+  /// A request without a service, an account or, where one is saved, a secret.
+  ZLTKeyChainErrorBadArguments = -1001,
+};
+
+/// Passwords in the keychain, by service and account, in one call each. Every method uses a
+/// ZLTKeyChainQuery of its own, which matches synchronised and other items alike and names no
+/// access group.
+///
+/// An error is stored through the last argument, where one is given, on failure only, and is
+/// autoreleased; the forms without that argument report by their result alone. A nil service or
+/// account is a failure with ZLTKeyChainErrorBadArguments, except in listings. All methods block
+/// until the keychain has answered; any thread may call them.
+VELTRO_EXPORT
+@interface ZLTKeyChain : NSObject
+
+/// The password as a string (autoreleased). Nil where there is no such item (errSecItemNotFound),
+/// and, without an error, where its bytes are empty or not UTF-8.
++ (NSString *)passwordForService:(NSString *)service account:(NSString *)account;
++ (NSString *)passwordForService:(NSString *)service
+                         account:(NSString *)account
+                           error:(NSError **)error;
+
+/// Deletes the item; NO where there is none (errSecItemNotFound).
++ (BOOL)deletePasswordForService:(NSString *)service account:(NSString *)account;
++ (BOOL)deletePasswordForService:(NSString *)service
+                         account:(NSString *)account
+                           error:(NSError **)error;
+
+/// Stores the password's UTF-8 bytes as a new item, after deleting the one that was there: its
+/// creation date is new as well. An empty password is stored; nil is ZLTKeyChainErrorBadArguments.
++ (BOOL)setPassword:(NSString *)password forService:(NSString *)service account:(NSString *)account;
++ (BOOL)setPassword:(NSString *)password
+         forService:(NSString *)service
+            account:(NSString *)account
+              error:(NSError **)error;
+
+/// The attribute dictionaries of all generic-password items that the process may see
+/// (autoreleased), without their secrets. Nil on failure, and where there is none
+/// (errSecItemNotFound).
++ (NSArray *)allAccounts;
++ (NSArray *)allAccounts:(NSError **)error;
+
+/// The same for the items of one service, or of all where it is nil.
++ (NSArray *)accountsForService:(NSString *)service;
++ (NSArray *)accountsForService:(NSString *)service error:(NSError **)error;
+
+/// The accessibility that every save of this process gives its item; null, as it is at first, for
+/// the keychain's own default.
++ (CFStringRef)accessibilityType;
+
+/// Sets it to one of the platform's kSecAttrAccessible… constants, which is retained for good. Not
+/// null: once set, the setting cannot be cleared. Set it once at start-up, from one thread, before
+/// the first save.
++ (void)setAccessibilityType:(CFTypeRef)accessibilityType;
+
+@end
