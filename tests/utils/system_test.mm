@@ -1,0 +1,66 @@
+#import <UIKit/UIKit.h>
+#import <veltro/veltro.h>
+
+#include <array>
+#include <clocale>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/utsname.h>
+
+namespace {
+
+struct Answers {
+  const char *release;
+  bool ios8;
+  bool ios8_2;
+  bool ios9;
+};
+
+class Releases : public testing::TestWithParam<Answers> {};
+
+TEST_P(Releases, AreToldApart) {
+  const Answers expected = GetParam();
+  setenv("VELTRO_SYSTEM_VERSION", expected.release, 1);
+  EXPECT_EQ([ZLTUtils isIOS8], expected.ios8 ? YES : NO);
+  EXPECT_EQ([ZLTUtils isIOS8_2], expected.ios8_2 ? YES : NO);
+  EXPECT_EQ([ZLTUtils isIOS9], expected.ios9 ? YES : NO);
+  unsetenv("VELTRO_SYSTEM_VERSION");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    System, Releases,
+    testing::Values(Answers{"6.0", false, false, false}, Answers{"7.1.2", false, false, false},
+                    Answers{"8.0", true, false, false}, Answers{"8", true, false, false},
+                    Answers{"8.1.3", true, false, false}, Answers{"8.10", true, false, false},
+                    Answers{"8.2", true, true, false}, Answers{"8.2.1", true, true, false},
+                    Answers{"8.4.1", true, true, false}, Answers{"9.0", true, true, true},
+                    Answers{"9.3.5", true, true, true}, Answers{"10.0", true, true, true},
+                    Answers{"beta 9", false, false, false}, Answers{"-9", false, false, false}));
+
+TEST(System, AsksThePlatformEachTime) {
+  setenv("VELTRO_SYSTEM_VERSION", "7.0", 1);
+  EXPECT_EQ([ZLTUtils isIOS9], NO);
+  setenv("VELTRO_SYSTEM_VERSION", "9.0", 1);
+  EXPECT_EQ([ZLTUtils isIOS9], YES);
+  unsetenv("VELTRO_SYSTEM_VERSION");
+}
+
+TEST(System, FloatValueIsSinglePrecisionInEveryLocale) {
+  for (const char *locale : {"C", "de_DE.UTF-8"}) {
+    std::setlocale(LC_ALL, locale);
+    EXPECT_EQ([@"8.2" floatValue], 8.2F) << locale;
+    EXPECT_EQ([@"8.10" floatValue], 8.1F) << locale;
+    EXPECT_EQ([@"8,9" floatValue], 8.0F) << locale;
+    EXPECT_EQ([@"" floatValue], 0.0F) << locale;
+  }
+  std::setlocale(LC_ALL, "C.UTF-8");
+}
+
+TEST(System, NamesTheModelOfThisMachine) {
+  NSString *const model = [ZLTUtils platform];
+  ASSERT_GT([model length], 0U);
+  EXPECT_EQ([model rangeOfString:@"\0"].length, 0U);
+}
+
+} // namespace

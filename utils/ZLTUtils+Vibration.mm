@@ -1,0 +1,82 @@
+#import <veltro/ZLTUtils+System.h>
+#import <veltro/ZLTUtils+Vibration.h>
+
+#import <AudioToolbox/AudioToolbox.h>
+#import <CoreMedia/CoreMedia.h>
+#include <dispatch/dispatch.h>
+#include <notify.h>
+
+namespace {
+
+constexpr SystemSoundID vibrate_sound = 4095;
+constexpr int64_t restore_delay = 300'000'000; // nanoseconds
+
+NSString *const springboard = @"com.apple.springboard";
+NSString *const ring_vibrate = @"ring-vibrate";
+NSString *const silent_vibrate = @"silent-vibrate";
+
+/// Vibrates for 300 milliseconds.
+NSDictionary *pattern() {
+  NSArray *const steps = [NSArray
+      arrayWithObjects:[NSNumber numberWithBool:YES], [NSNumber numberWithDouble:300.0], nil];
+  return [NSDictionary dictionaryWithObjectsAndKeys:steps, @"VibePattern",
+                                                    [NSNumber numberWithFloat:1.0F], @"Intensity",
+                                                    nil];
+}
+
+/// One cycle of the motor, in seconds.
+NSDictionary *cycle() {
+  return [NSDictionary dictionaryWithObjectsAndKeys:[NSNumber numberWithFloat:0.5F], @"OnDuration",
+                                                    [NSNumber numberWithFloat:0.1F], @"OffDuration",
+                                                    [NSNumber numberWithFloat:1.0F], @"Intensity",
+                                                    [NSNumber numberWithFloat:0.6F],
+                                                    @"TotalDuration", nil];
+}
+
+void drive_the_motor() {
+  NSDictionary *const description = cycle();
+  FigVibratorInitialize();
+  FigVibratorPlayVibrationWithDictionary(reinterpret_cast<CFDictionaryRef>(description), 0, 0,
+                                         nullptr, nullptr);
+}
+
+void write_settings(NSUserDefaults *defaults, NSMutableDictionary *settings, BOOL ring,
+                    BOOL silent) {
+  [settings setValue:[NSNumber numberWithBool:ring] forKey:ring_vibrate];
+  [settings setValue:[NSNumber numberWithBool:silent] forKey:silent_vibrate];
+  [defaults setPersistentDomain:settings forName:springboard];
+  notify_post("com.apple.springboard.ring-vibrate.changed");
+  notify_post("com.apple.springboard.silent-vibrate.changed");
+}
+
+} // namespace
+
+@implementation ZLTUtils (Vibration)
+
++ (void)vibrateDevice {
+  if (![self isIOS9]) {
+    drive_the_motor();
+    return;
+  }
+  NSDictionary *const vibration = pattern();
+  NSUserDefaults *const defaults = [NSUserDefaults standardUserDefaults];
+  NSMutableDictionary *settings =
+      [[[defaults persistentDomainForName:springboard] mutableCopy] autorelease];
+  if (settings == nil)
+    settings = [NSMutableDictionary dictionary];
+  const BOOL ring = [[settings objectForKey:ring_vibrate] boolValue];
+  const BOOL silent = [[settings objectForKey:silent_vibrate] boolValue];
+  // On purpose whatever the other setting says: with the ringer on, only this one counts.
+  if (ring) {
+    AudioServicesPlaySystemSoundWithVibration(vibrate_sound, nil, vibration);
+    return;
+  }
+  write_settings(defaults, settings, YES, YES);
+  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, restore_delay), dispatch_get_main_queue(), ^{
+    // The vibration plays while the settings still allow it.
+    AudioServicesPlaySystemSoundWithVibration(vibrate_sound, nil, vibration);
+    write_settings(defaults, settings, ring, silent);
+  });
+}
+
+@end

@@ -1,0 +1,4 @@
+#import <veltro/ZLTUtils.h>
+
+@implementation ZLTUtils
+@end
