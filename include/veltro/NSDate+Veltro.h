@@ -1,0 +1,56 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+/// Calendar questions about a date, and dates a number of calendar days away.
+///
+/// Questions are answered in the user's calendar, locale and time zone at the time of the call.
+/// Eras are never compared. A nil argument is answered with NO; nothing here raises. Dates returned
+/// are autoreleased. Every method may be called on any thread.
+@interface NSDate (Veltro)
+
+/// The calendar that the comparisons below use: the platform's autoupdating current calendar, taken
+/// once at the first call and kept for the life of the process. It follows later changes of the
+/// user's calendar, locale and time zone. The caller does not own it.
++ (NSCalendar *)veltro_currentCalendar;
+
+/// Whether the receiver and `date` have the same year, month and day.
+- (BOOL)veltro_isEqualToDateIgnoringTime:(NSDate *)date;
+
+/// Now, one calendar day ago: the same time of day, whatever the length of the day.
++ (NSDate *)veltro_dateYesterday;
+
+/// Whether the receiver and `date` have the same week number and lie less than 604800 seconds apart
+/// (a distance of exactly that answers NO). Years are not compared: the distance tells equal week
+/// numbers of different years apart.
+- (BOOL)veltro_isSameWeekAsDate:(NSDate *)date;
+
+/// Whether the receiver lies on today's calendar day.
+- (BOOL)veltro_isToday;
+
+/// Whether the receiver lies on yesterday's calendar day.
+- (BOOL)veltro_isYesterday;
+
+/// Now minus `days` calendar days; a negative number reaches into the future.
++ (NSDate *)veltro_dateWithDaysBeforeNow:(NSInteger)days;
+
+/// The receiver plus `days` calendar days, at the same time of day. A time that the clocks skip on
+/// that day moves forward by what they skip. Takes a fresh current calendar, not the kept one.
+- (NSDate *)veltro_dateByAddingDays:(NSInteger)days;
+
+/// The receiver minus `days` calendar days: veltro_dateByAddingDays: with the negated number.
+- (NSDate *)veltro_dateBySubtractingDays:(NSInteger)days;
+
+/// Whether the receiver lies in the week of the instant that was exactly 604800 seconds ago.
+- (BOOL)veltro_isLastWeek;
+
+/// Whether the receiver lies after the start of the day `days` calendar days before today and
+/// before the start of today. Both ends are open: an instant exactly at either start answers NO,
+/// and so does any instant of today. With `days` 0 or negative the answer is always NO.
+- (BOOL)veltro__occuredDaysBeforeToday:(NSInteger)days;
+
+/// Whether the receiver lies in the seven whole calendar days before today:
+/// veltro__occuredDaysBeforeToday: with 7.
+- (BOOL)veltro_dayOccuredDuringLast7Days;
+
+@end

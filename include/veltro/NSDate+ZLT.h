@@ -1,0 +1,18 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+/// Dates by the calendar minute, in a fresh current calendar and its time zone. Every method may be
+/// called on any thread.
+@interface NSDate (ZLT)
+
+/// The receiver at the start of its minute: seconds and fractions of a second dropped. The receiver
+/// is what is normalised; the name takes no argument. Autoreleased. Eras are not kept: a date
+/// before the year 1 comes back with the same year number after it.
+- (NSDate *)zlt_normalizedDateWithDate;
+
+/// Whether the receiver and `date` lie in the same calendar minute. This is no tolerance: one
+/// second across the turn of a minute answers NO. A nil `date` answers NO.
+- (BOOL)zlt_isEqualIgnoringTimeInSecond:(NSDate *)date;
+
+@end
