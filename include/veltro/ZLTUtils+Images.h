@@ -1,0 +1,22 @@
+#pragma once
+
+#import <UIKit/UIImage.h>
+#import <veltro/ZLTUtils.h>
+
+@interface ZLTUtils (Images)
+
+/// `image` stretched to `width` x `height` points and clipped to a circle, as a new image at the
+/// main screen's scale (autoreleased). Outside the circle it is transparent.
+///
+/// The aspect ratio of `image` is not kept. The circle is centred, and its radius is half of
+/// `width` even where `height` differs: with a greater width it is cut off at the top and the
+/// bottom, with a smaller width it leaves bands above and below it empty.
+///
+/// Nil for a nil `image`, and where the platform has no image of such a size: zero, negative or
+/// more than it can hold.
+///
+/// May be called on any thread; the image context it draws in lives on the calling thread's stack
+/// and is gone when it returns.
++ (UIImage *)roundedImage:(UIImage *)image width:(float)width height:(float)height;
+
+@end

@@ -1,0 +1,115 @@
+// The messages that the loading view sends to the platform, in order.
+
+#import <QuartzCore/QuartzCore.h>
+#import <veltro/ZLTLoadingView.h>
+
+#include <gtest/gtest.h>
+#include <objc/runtime.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> messages;
+
+using Setter = void (*)(id, SEL, id);
+using Getter = id (*)(id, SEL);
+using Localize = NSString *(*)(id, SEL, NSString *, NSString *, NSString *);
+using Init = id (*)(id, SEL, CGRect);
+
+Setter add_subview;
+Setter set_text;
+Getter start_animating;
+Getter get_layer;
+Localize localize;
+bool init_fails = false;
+Init init_with_frame;
+
+template <typename Function>
+Function swap(Class owner, const char *selector, Function replacement) {
+  Method method = class_getInstanceMethod(owner, sel_registerName(selector));
+  return reinterpret_cast<Function>(reinterpret_cast<void *>(method_setImplementation(
+      method, reinterpret_cast<IMP>(reinterpret_cast<void *>(replacement)))));
+}
+
+void recorded_add(id self, SEL selector, id view) {
+  messages.push_back(std::string("addSubview: ") + class_getName(object_getClass(view)));
+  add_subview(self, selector, view);
+}
+
+void recorded_text(id self, SEL selector, id text) {
+  messages.emplace_back("setText:");
+  set_text(self, selector, text);
+}
+
+id recorded_start(id self, SEL selector) {
+  messages.emplace_back("startAnimating");
+  return start_animating(self, selector);
+}
+
+id recorded_layer(id self, SEL selector) {
+  if ([self isKindOfClass:[ZLTLoadingView class]])
+    messages.emplace_back("layer");
+  return get_layer(self, selector);
+}
+
+NSString *recorded_localize(id self, SEL selector, NSString *key, NSString *value,
+                            NSString *table) {
+  EXPECT_EQ(self, [NSBundle mainBundle]);
+  messages.push_back(std::string("localize ") + [key UTF8String] + "|" + [value UTF8String] + "|" +
+                     (table == nil ? "no table" : [table UTF8String]));
+  (void)localize;
+  (void)selector;
+  return @"Bitte warten";
+}
+
+id failing_init(id self, SEL selector, CGRect frame) {
+  if (!init_fails)
+    return init_with_frame(self, selector, frame);
+  [self release];
+  return nil;
+}
+
+class LoadingViewContract : public testing::Test {
+protected:
+  void SetUp() override {
+    init_fails = false;
+    messages.clear();
+    add_subview = swap([UIView class], "addSubview:", &recorded_add);
+    set_text = swap([UILabel class], "setText:", &recorded_text);
+    start_animating = swap([UIActivityIndicatorView class], "startAnimating", &recorded_start);
+    get_layer = swap([UIView class], "layer", &recorded_layer);
+    localize = swap([NSBundle class], "localizedStringForKey:value:table:", &recorded_localize);
+    init_with_frame = swap([UIView class], "initWithFrame:", &failing_init);
+  }
+  void TearDown() override {
+    swap([UIView class], "addSubview:", add_subview);
+    swap([UILabel class], "setText:", set_text);
+    swap([UIActivityIndicatorView class], "startAnimating", start_animating);
+    swap([UIView class], "layer", get_layer);
+    swap([NSBundle class], "localizedStringForKey:value:table:", localize);
+    swap([UIView class], "initWithFrame:", init_with_frame);
+  }
+};
+
+TEST_F(LoadingViewContract, BuildsInOrder) {
+  ZLTLoadingView *const view =
+      [[[ZLTLoadingView alloc] initWithFrame:CGRectMake(0, 0, 80, 80)] autorelease];
+  const std::vector<std::string> expected{"layer",
+                                          "layer",
+                                          "addSubview: UIActivityIndicatorView",
+                                          "startAnimating",
+                                          "addSubview: UILabel",
+                                          "localize Loading..||no table",
+                                          "setText:"};
+  EXPECT_EQ(messages, expected);
+  EXPECT_STREQ([[(UILabel *)[[view subviews] objectAtIndex:1] text] UTF8String], "Bitte warten");
+}
+
+TEST_F(LoadingViewContract, BuildsNothingWhereTheSuperclassAnswersNil) {
+  init_fails = true;
+  EXPECT_EQ([[ZLTLoadingView alloc] initWithFrame:CGRectMake(0, 0, 80, 80)], nil);
+  EXPECT_TRUE(messages.empty());
+}
+
+} // namespace
