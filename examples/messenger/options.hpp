@@ -1,0 +1,14 @@
+#pragma once
+
+#include "server.hpp"
+
+#include <span>
+#include <string>
+
+namespace veltro::messenger {
+
+/// Reads "--port N" and "--stall-time SECONDS". Answers false, with the reason in `error`, where
+/// the command line makes no sense.
+bool read_options(std::span<char *const> arguments, ServerOptions &options, std::string &error);
+
+} // namespace veltro::messenger

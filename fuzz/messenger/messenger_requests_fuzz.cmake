@@ -1,0 +1,1 @@
+set(peers messenger-core)

@@ -1,0 +1,23 @@
+# The example is not part of the library that every test links.
+target_link_libraries(messenger_server_test PRIVATE messenger-core)
+target_link_libraries(messenger_store_test PRIVATE messenger-core)
+target_link_libraries(messenger_property_list_guard_test PRIVATE messenger-core)
+
+# Tests of the program itself: one entry a class.
+function(messenger_process_test file)
+  foreach(class IN LISTS ARGN)
+    set(name messenger/${file}/${class})
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/alone
+      python3 -B ${PROJECT_SOURCE_DIR}/tests/messenger/${file}_test.py ${class})
+    set_tests_properties(${name} PROPERTIES
+      TIMEOUT 300 ENVIRONMENT VELTRO_BUILD_DIR=${PROJECT_BINARY_DIR})
+  endforeach()
+endfunction()
+
+messenger_process_test(requests Requests Refusals Restart)
+messenger_process_test(faults Clients Hostile FewDescriptors Stalls End Start Kill)
+messenger_process_test(tool Send NotRunning Chat)
+
+add_test(NAME demo COMMAND ${PROJECT_SOURCE_DIR}/tests/support/alone
+  ${PROJECT_SOURCE_DIR}/scripts/demo ${PROJECT_BINARY_DIR}/bin)
+set_tests_properties(demo PROPERTIES TIMEOUT 300)

@@ -1,0 +1,213 @@
+"""veltro send and veltro chat, against the messenger and against servers that behave otherwise."""
+import json
+import os
+import shutil
+import socket
+import subprocess
+import tempfile
+import threading
+import unittest
+
+from client import (BUILD, CHATS, SEND, Case, archive, binary, die_with_parent, exactly, main, struct)
+
+
+def veltro(root, *arguments, stdin=b'', stdout=subprocess.PIPE):
+    return subprocess.run([os.path.join(BUILD, 'bin/veltro'), *arguments], input=stdin, stdout=stdout,
+                          stderr=subprocess.PIPE, env={**os.environ, 'VELTRO_ROOT': root}, check=False, timeout=120,
+                          preexec_fn=die_with_parent)
+
+
+class Tool(Case):
+    def veltro(self, *arguments, **how):
+        return veltro(self.messenger.root, *arguments, **how)
+
+    def output(self, *arguments, **how):
+        ended = self.veltro(*arguments, **how)
+        self.assertEqual(ended.returncode, 0, ended.stderr)
+        return ended.stdout
+
+    def records(self, *arguments):
+        return [json.loads(line) for line in self.output('chat', *arguments, '--json').decode().splitlines()]
+
+    def assert_usage(self, *arguments):
+        ended = self.veltro(*arguments)
+        self.assertEqual((ended.returncode, ended.stdout), (2, b''), arguments)
+        self.assertRegex(ended.stderr, rb'\Aveltro: [^\n]+\n\Z')
+
+    def assert_no(self, ended, why):
+        self.assertEqual(ended.returncode, 1)
+        self.assertRegex(ended.stderr.splitlines()[-1], rb'\Aveltro: ' + why)
+
+
+class Send(Tool):
+    def test_the_payload_from_text_file_and_standard_input(self):
+        payload = bytes(range(256)) * 300
+        path = os.path.join(self.messenger.root, 'payload')
+        with open(path, 'wb') as file:
+            file.write(payload)
+        self.assertEqual(self.output('send', '5', '--text', 'grüße'), 'grüße'.encode())
+        self.assertEqual(self.output('send', '5', '--file', path), payload)
+        self.assertEqual(self.output('send', '5', stdin=payload), payload)
+
+    def test_the_reply_as_it_comes(self):
+        self.messenger.ask(SEND, archive())
+        self.assertEqual(self.output('send', '1'), self.messenger.ask(CHATS))
+
+    def test_the_request_is_logged(self):
+        ended = self.veltro('send', '5', '--text', 'abc')
+        self.assertIn(f'messageId 5 & messageData: <616263>, ZLTSocketUtils socketPort]: {self.messenger.port}',
+                      ended.stderr.decode())
+
+    def test_an_empty_reply_ends_with_1(self):
+        ended = self.veltro('send', '5', '--text', '')
+        self.assert_no(ended, b'empty reply: ')
+        self.assertEqual(ended.stdout, b'')
+
+    def test_a_port_of_ones_choice_and_every_identifier(self):
+        with socket.create_server(('127.0.0.1', 0)) as server:
+            for text, byte in (('-128', 0x80), ('-1', 0xFF), ('255', 0xFF), ('0', 0), ('127', 0x7F)):
+                got = []
+
+                def serve(got=got):
+                    connection, _ = server.accept()
+                    with connection:
+                        got.append(exactly(connection, 12))
+                        connection.sendall(struct.pack('<Q', 2) + b'ok')
+
+                thread = threading.Thread(target=serve)
+                thread.start()
+                self.assertEqual(self.output('send', '--port', str(server.getsockname()[1]), '--text', 'abc', '--',
+                                             text), b'ok')
+                thread.join()
+                self.assertEqual(got, [bytes([byte]) + struct.pack('<Q', 3) + b'abc'])
+
+    def test_a_port_where_nobody_listens(self):
+        with socket.socket() as unused:
+            unused.bind(('127.0.0.1', 0))
+            ended = self.veltro('send', '5', '--text', 'x', '--port', str(unused.getsockname()[1]))
+        self.assert_no(ended, b'empty reply: ')
+
+    def test_a_file_that_cannot_be_read(self):
+        self.assert_no(self.veltro('send', '5', '--file', '/nowhere'), b'cannot read /nowhere')
+
+    def test_a_reply_that_cannot_be_written(self):
+        with open('/dev/full', 'wb') as full:
+            self.assert_no(self.veltro('send', '5', '--text', 'x', stdout=full), b'cannot write')
+
+    def test_command_lines_that_make_no_sense(self):
+        self.assert_usage('send')
+        self.assert_usage('send', '256')
+        self.assert_usage('send', '--', '-129')
+        self.assert_usage('send', 'x')
+        self.assert_usage('send', '5', '--text', 'a', '--file', 'b')
+        self.assert_usage('send', '5', '--port', 'x')
+
+    def test_help(self):
+        self.assertIn(b'--port', self.output('send', '--help'))
+
+
+class NotRunning(unittest.TestCase):
+    def test_an_empty_answer_and_the_error_line(self):
+        root = tempfile.mkdtemp(prefix='veltro-test-')
+        self.addCleanup(shutil.rmtree, root)
+        for arguments in (('send', '5', '--text', 'x'), ('chat', 'chats')):
+            ended = veltro(root, *arguments)
+            self.assertEqual((ended.returncode, ended.stdout), (1, b''))
+            lines = ended.stderr.decode().splitlines()
+            self.assertEqual(len(lines), 3)
+            self.assertTrue(lines[1].endswith(
+                'com.norvane.Veltro: Error => +[ZLTUtils sendMessage:messageData:], [Line 319], '
+                'Seems WhatsApp is not running, hence returning...'), lines[1])
+            self.assertEqual(lines[2],
+                             f'veltro: no reply, and no messenger has published its port under {root}')
+
+
+class Chat(Tool):
+    def test_saying_and_reading(self):
+        self.assertEqual(self.output('chat', 'say', 'anna', 'Grüße 👋'), b'')
+        self.assertEqual(self.records('say', 'anna', 'صباح الخير', '--received'), [{'number': 2}])
+        self.output('chat', 'say', 'anna', stdin='from\nstandard input'.encode())
+        self.output('chat', 'say', 'anna', '')
+        read = self.records('read', 'anna')
+        self.assertEqual([(each['user'], each['text'], each['outgoing']) for each in read], [
+            ('anna', 'Grüße 👋', True), ('anna', 'صباح الخير', False), ('anna', 'from\nstandard input', True),
+            ('anna', '', True)])
+        self.assertEqual(self.records('read', 'anna', '--last', '2'), read[2:])
+        self.assertEqual(self.records('read', 'nobody'), [])
+
+    def test_times(self):
+        # 700000000.25 s after the beginning of 2001.
+        for number in range(3):
+            self.messenger.ask(SEND, archive(text=str(number), time=7e8 + number + 0.25))
+        self.assertEqual([each['time'] for each in self.records('read', 'anna')],
+                         ['2023-03-08T20:26:40.250Z', '2023-03-08T20:26:41.250Z', '2023-03-08T20:26:42.250Z'])
+        for since, texts in (('2023-03-08', '012'), ('2023-03-09', ''), ('2023-03-08T20:26:41Z', '12'),
+                             ('2023-03-08T20:26:41.250Z', '12'), ('2023-03-08T20:26:41.251Z', '2'),
+                             ('1678307202', '2'), ('1678307202.25', '2'), ('0', '012'), ('-1', '012')):
+            self.assertEqual([each['text'] for each in self.records('read', 'anna', f'--since={since}')], list(texts),
+                             since)
+        for since in ('', 'yesterday', '2023-03-08T20:26', '2023-03-08T20:26:41', '2023-03-08T20:26:41.xZ',
+                      '2023-03-08T20:26:41Zx', '2023-03-08 20:26:41Z', 'nan', '1e400', '2023-13-01'):
+            self.assert_usage('chat', 'read', 'anna', f'--since={since}')
+
+    def test_far_times_are_printed(self):
+        for number, when in enumerate((-1e300, 0, 1e300)):
+            self.messenger.ask(SEND, archive(text=str(number), time=when))
+        self.assertEqual([each['time'] for each in self.records('read', 'anna')],
+                         ['0001-01-01T00:00:00.000Z', '2001-01-01T00:00:00.000Z', '9999-12-31T23:59:59.999Z'])
+
+    def test_the_chats(self):
+        self.messenger.ask(SEND, archive(user='anna', text='a', time=10))
+        self.messenger.ask(SEND, archive(user='bob', text='b', outgoing=False, time=20))
+        newest = {'user': 'bob', 'text': 'b', 'outgoing': False, 'time': '2001-01-01T00:00:20.000Z'}
+        self.assertEqual(self.records('chats')[0], {'user': 'bob', 'messages': 1, 'unread': 1, 'newest': newest})
+        self.assertEqual([each['user'] for each in self.records('chats')], ['bob', 'anna'])
+        self.assertEqual(self.output('chat', 'chats').decode(),
+                         'bob  (1 unread of 1)\n    2001-01-01T00:00:20.000Z  < b\n'
+                         'anna  (0 unread of 1)\n    2001-01-01T00:00:10.000Z  > a\n')
+
+    def test_marking_read(self):
+        self.messenger.ask(SEND, archive(outgoing=False))
+        self.assertEqual(self.records('mark-read', 'anna'), [{'marked': 1}])
+        self.assertEqual(self.output('chat', 'mark-read', 'anna'), b'0 marked\n')
+
+    def test_texts_cannot_play_with_the_terminal(self):
+        self.messenger.ask(SEND, archive(text='one\ntwo\x1b[2J\x7f\tend', time=0))
+        self.assertEqual(self.output('chat', 'read', 'anna'),
+                         b'2001-01-01T00:00:00.000Z  > one\n    two?[2J?\tend\n')
+        self.assertEqual(self.records('read', 'anna')[0]['text'], 'one\ntwo\x1b[2J\x7f\tend')
+
+    def test_messages_that_are_not_kept(self):
+        self.assert_no(self.veltro('chat', 'say', 'u' * 257, 'text'), b'empty reply: ')
+
+    def test_replies_that_are_something_else(self):
+        with socket.create_server(('127.0.0.1', 0)) as server:
+            for wrong in (b'nonsense', binary(['no archive']), archive()):
+                def serve(wrong=wrong):
+                    connection, _ = server.accept()
+                    with connection:
+                        connection.sendall(struct.pack('<Q', len(wrong)) + wrong)
+                        connection.shutdown(socket.SHUT_WR)
+                        while connection.recv(4096):
+                            pass
+
+                thread = threading.Thread(target=serve)
+                thread.start()
+                ended = self.veltro('chat', 'mark-read', 'anna', '--port', str(server.getsockname()[1]))
+                thread.join()
+                self.assert_no(ended, b'the reply is not an archive of what was asked for')
+                self.assertEqual(ended.stdout, b'')
+
+    def test_command_lines_that_make_no_sense(self):
+        for arguments in ((), ('shout',), ('read',), ('say',), ('mark-read',), ('read', 'anna', '--last', '-1'),
+                          ('read', 'anna', '--last', 'x'), ('say', 'anna', b'\xff'), ('read', b'\xff'),
+                          ('say', b'\xff', 'text')):
+            self.assert_usage('chat', *arguments)
+
+    def test_help(self):
+        self.assertIn(b'mark-read', self.output('chat', '--help'))
+        for command in ('chats', 'read', 'say', 'mark-read'):
+            self.assertIn(b'--json', self.output('chat', command, '--help'))
+
+
+main()
