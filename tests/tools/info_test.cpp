@@ -1,0 +1,63 @@
+#include "Host/machine.hpp"
+#include "support/alone.hpp"
+#include "support/named_process.hpp"
+#include "support/scratch.hpp"
+#include "support/tool.hpp"
+
+#include <cstdlib>
+#include <gmock/gmock.h>
+
+VELTRO_TEST_ALONE;
+
+namespace {
+
+using namespace veltro::test;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string quoted_or_null(const std::string &text) {
+  return text.empty() ? "null" : '"' + text + '"';
+}
+
+TEST(InfoTool, ShowsTheDevice) {
+  const ToolResult result = run_tool({"info"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out,
+              StartsWith("release: 9.3.5\nmodel: " + veltro::host::machine_model() + "\nudid: "));
+  EXPECT_THAT(result.out,
+              EndsWith("\nroot: " + device_root().string() + "\nwhatsapp_running: no\n"));
+}
+
+TEST(InfoTool, ShowsOneObject) {
+  EXPECT_EQ(run_tool({"info", "--json"}).out,
+            R"({"release": "9.3.5", "model": )" + quoted_or_null(veltro::host::machine_model()) +
+                R"(, "udid": )" + quoted_or_null(veltro::host::machine_identifier()) +
+                R"(, "serial": )" + quoted_or_null(veltro::host::machine_serial_number()) +
+                R"(, "root": ")" + device_root().string() + R"(", "whatsapp_running": false})" +
+                "\n");
+}
+
+TEST(InfoTool, FollowsTheEnvironment) {
+  setenv("VELTRO_SYSTEM_VERSION", "8.1", 1);
+  setenv("VELTRO_ROOT", "/another/root/", 1);
+  const ToolResult result = run_tool({"info"});
+  EXPECT_THAT(result.out, HasSubstr("release: 8.1\n"));
+  EXPECT_THAT(result.out, HasSubstr("root: /another/root\n"));
+  unsetenv("VELTRO_SYSTEM_VERSION");
+  setenv("VELTRO_ROOT", device_root().c_str(), 1);
+}
+
+TEST(InfoTool, SeesTheMessagingApp) {
+  const NamedProcess app("WhatsApp");
+  EXPECT_THAT(run_tool({"info"}).out, EndsWith("\nwhatsapp_running: yes\n"));
+  EXPECT_THAT(run_tool({"info", "--json"}).out, EndsWith(R"("whatsapp_running": true})"
+                                                         "\n"));
+}
+
+TEST(InfoTool, RefusesWrongUse) {
+  EXPECT_EQ(run_tool({"info", "more"}).status, 2);
+  EXPECT_THAT(run_tool({"info", "--help"}).out, HasSubstr("--json"));
+}
+
+} // namespace

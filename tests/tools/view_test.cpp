@@ -1,0 +1,123 @@
+#include "support/scratch.hpp"
+#include "support/tool.hpp"
+
+#include <cstdlib>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace veltro::test;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr auto *png_start = "\x89PNG\r\n\x1a\n";
+
+unsigned number_at(const std::string &bytes, std::size_t at) {
+  unsigned number = 0;
+  for (std::size_t index = at; index < at + 4; ++index)
+    number = number << 8 | static_cast<unsigned char>(bytes.at(index));
+  return number;
+}
+
+/// The picture that the tool writes to its standard output.
+std::string picture(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), "view");
+  arguments.insert(arguments.end(), {"-o", "-"});
+  const ToolResult result = run_tool(arguments);
+  EXPECT_EQ(result.status, 0) << result.error;
+  EXPECT_EQ(result.error, "");
+  EXPECT_THAT(result.out, StartsWith(png_start));
+  return result.out;
+}
+
+std::pair<unsigned, unsigned> size_of(const std::string &png) {
+  return {number_at(png, 16), number_at(png, 20)};
+}
+
+using Size = std::pair<unsigned, unsigned>;
+
+TEST(ViewTool, DrawsTheLoadingViewInTheSizeAskedFor) {
+  EXPECT_EQ(size_of(picture({"loading"})), Size(200, 200));
+  EXPECT_EQ(size_of(picture({"loading", "--size", "120x60"})), Size(240, 120));
+}
+
+TEST(ViewTool, DrawsTheSameMomentTheSameWay) {
+  const std::string start = picture({"loading", "--at", "0"});
+  EXPECT_EQ(picture({"loading", "--at", "0"}), start);
+  EXPECT_EQ(picture({"loading"}), start);
+  EXPECT_NE(picture({"loading", "--at", "0.5"}), start);
+  EXPECT_EQ(picture({"loading", "--at", "2"}), start);
+}
+
+TEST(ViewTool, DrawsTheAlertOfTheRelease) {
+  const std::string old = picture({"alert", "--release", "6.1"});
+  const std::string accessory = picture({"alert", "--release", "7.1"});
+  const std::string container = picture({"alert", "--release", "9.3"});
+  EXPECT_EQ(size_of(old).first, 568U);
+  EXPECT_EQ(size_of(accessory).first, 540U);
+  EXPECT_NE(size_of(accessory), size_of(container));
+  // Only the spinners of the later ones turn.
+  EXPECT_EQ(picture({"alert", "--release", "6.1", "--at", "0.5"}), old);
+  EXPECT_NE(picture({"alert", "--release", "7.1", "--at", "0.5"}), accessory);
+  EXPECT_NE(picture({"alert", "--release", "9.3", "--at", "0.5"}), container);
+  EXPECT_EQ(picture({"alert"}), container);
+  setenv("VELTRO_SYSTEM_VERSION", "7.1", 1);
+  EXPECT_EQ(picture({"alert"}), accessory);
+  EXPECT_EQ(picture({"alert", "--release", "9.3"}), container);
+  unsetenv("VELTRO_SYSTEM_VERSION");
+}
+
+TEST(ViewTool, WritesTheTextOfTheAlert) {
+  const std::string bare = picture({"alert"});
+  const std::string titled = picture({"alert", "--title", "Sending"});
+  EXPECT_GT(size_of(titled).second, size_of(bare).second);
+  EXPECT_GT(size_of(picture({"alert", "--title", "Sending", "--message", "Wait"})).second,
+            size_of(titled).second);
+}
+
+TEST(ViewTool, KeepsTheKeyWhereItHasNoTextInTheLanguage) {
+  EXPECT_EQ(picture({"loading", "--language", "de"}), picture({"loading"}));
+}
+
+TEST(ViewTool, WritesAFile) {
+  const auto file =
+      std::filesystem::temp_directory_path() / ("view-" + std::to_string(getpid()) + ".png");
+  const ToolResult result = run_tool({"view", "loading", "-o", file.string()});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "");
+  EXPECT_GT(std::filesystem::file_size(file), 100U);
+  std::filesystem::remove(file);
+}
+
+TEST(ViewTool, SaysThatItCannotWrite) {
+  const ToolResult result = run_tool({"view", "loading", "-o", "/nonexistent/view.png"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.error, StartsWith("veltro: /nonexistent/view.png: "));
+}
+
+TEST(ViewTool, RefusesWrongUse) {
+  for (const std::vector<std::string> &arguments :
+       std::vector<std::vector<std::string>>{{"view"},
+                                             {"view", "loading"},
+                                             {"view", "window", "-o", "-"},
+                                             {"view", "loading", "-o", "-", "--size", "100"},
+                                             {"view", "loading", "-o", "-", "--size", "0x10"},
+                                             {"view", "loading", "-o", "-", "--size", "10x9999"},
+                                             {"view", "loading", "-o", "-", "--size", "10x10x"},
+                                             {"view", "loading", "-o", "-", "--title", "T"},
+                                             {"view", "alert", "-o", "-", "--size", "10x10"},
+                                             {"view", "alert", "-o", "-", "--release", "old"},
+                                             {"view", "alert", "-o", "-", "--at", "-1"}}) {
+    const ToolResult result = run_tool(arguments);
+    EXPECT_EQ(result.status, 2) << arguments.back();
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.error, StartsWith("veltro: "));
+    EXPECT_THAT(result.error, EndsWith("\n"));
+  }
+  EXPECT_THAT(run_tool({"view", "--help"}).out, HasSubstr("--release"));
+}
+
+} // namespace

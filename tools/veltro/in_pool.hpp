@@ -1,0 +1,10 @@
+#pragma once
+
+#include <functional>
+
+namespace veltro::tool {
+
+/// Runs `action` inside an autorelease pool and answers what it answered.
+int in_pool(const std::function<int()> &action);
+
+} // namespace veltro::tool

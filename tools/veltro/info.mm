@@ -1,0 +1,77 @@
+// veltro info: what device this machine plays.
+
+#include "commands.hpp"
+#include "exit.hpp"
+#include "json.hpp"
+
+#import <VeltroHost/VeltroHost.h>
+#import <veltro/UIDevice+ZLT.h>
+#import <veltro/ZLTUtils+ProcessTable.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+#include <sys/sysctl.h>
+#include <vector>
+
+namespace veltro::tool {
+namespace {
+
+struct Fact {
+  std::string name;
+  std::string text; ///< for people; empty where there is none
+  std::string json;
+};
+
+Fact fact(const char *name, NSString *value) {
+  if (value == nil)
+    return {name, "", "null"};
+  return {name, [value UTF8String], json_string([value UTF8String])};
+}
+
+Fact fact(const char *name, bool value) {
+  return {name, value ? "yes" : "no", value ? "true" : "false"};
+}
+
+NSString *model() {
+  std::size_t size = 0;
+  if (sysctlbyname("hw.machine", nullptr, &size, nullptr, 0) != 0)
+    return nil;
+  std::vector<char> text(size);
+  if (sysctlbyname("hw.machine", text.data(), &size, nullptr, 0) != 0)
+    return nil;
+  return [NSString stringWithUTF8String:text.data()];
+}
+
+int print_info(bool as_json) {
+  UIDevice *const device = [UIDevice currentDevice];
+  const std::vector<Fact> facts{
+      fact("release", [device systemVersion]),
+      fact("model", model()),
+      fact("udid", [device UDID]),
+      fact("serial", [device serialNumber]),
+      fact("root", VHDeviceRoot()),
+      fact("whatsapp_running", [ZLTUtils isWhatsAppRunning] != NO),
+  };
+  if (as_json) {
+    std::string line;
+    for (const auto &[name, text, json] : facts)
+      line += (line.empty() ? "{" : ", ") + json_string(name) + ": " + json;
+    std::cout << line << "}\n";
+  } else {
+    for (const auto &[name, text, json] : facts)
+      std::cout << name << ": " << (text.empty() ? "-" : text) << '\n';
+  }
+  return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
+}
+
+} // namespace
+
+void add_info(CLI::App &app, Action &run) {
+  CLI::App *command = app.add_subcommand("info", "Show what device this machine plays");
+  const auto as_json = std::make_shared<bool>(false);
+  command->add_flag("--json", *as_json, "Print one JSON object");
+  command->callback([as_json, &run] { run = [as_json] { return print_info(*as_json); }; });
+}
+
+} // namespace veltro::tool

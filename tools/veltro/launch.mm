@@ -1,0 +1,53 @@
+// veltro launch: starts an app in the background, as the library's components do.
+
+#include "commands.hpp"
+#include "exit.hpp"
+#include "json.hpp"
+#include "main_queue.hpp"
+
+#import <VeltroHost/VeltroHost.h>
+#import <veltro/veltro.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+
+namespace veltro::tool {
+namespace {
+
+struct Options {
+  bool json = false;
+  std::string identifier;
+};
+
+int launch(const Options &options) {
+  NSString *const identifier = [NSString stringWithUTF8String:options.identifier.c_str()];
+  const std::string what = "cannot launch " + options.identifier + ": ";
+  if (NSString *const obstacle = VHLaunchObstacle(identifier); obstacle != nil)
+    return answered_no(what + [obstacle UTF8String]);
+  [ZLTUtils launchApplication:identifier];
+  constexpr int64_t delay_of_the_launch = 100'000'000;
+  run_main_queue_for(delay_of_the_launch);
+  NSNumber *const process = [VHProcessesOfApp(identifier) firstObject];
+  if (process == nil)
+    return answered_no(what + "it does not run");
+  if (options.json)
+    std::cout << "{\"identifier\": " << json_string(options.identifier)
+              << ", \"process\": " << [process intValue] << "}\n";
+  else
+    std::cout << [process intValue] << '\n';
+  return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
+}
+
+} // namespace
+
+void add_launch(CLI::App &app, Action &run) {
+  CLI::App *command =
+      app.add_subcommand("launch", "Start an app in the background and print its process id");
+  const auto options = std::make_shared<Options>();
+  command->add_option("ID", options->identifier, "The bundle identifier")->required();
+  command->add_flag("--json", options->json, "Print one JSON object");
+  command->callback([options, &run] { run = [options] { return launch(*options); }; });
+}
+
+} // namespace veltro::tool

@@ -1,0 +1,48 @@
+#include "progress_bar.hpp"
+
+#include "exit.hpp"
+
+#include <iostream>
+#include <string>
+#include <unistd.h>
+
+namespace veltro::tool {
+
+ProgressBar::ProgressBar(std::size_t total)
+    : total_(total), shown_(total > 1 && isatty(STDERR_FILENO) != 0) {
+  draw();
+}
+
+ProgressBar::~ProgressBar() {
+  clear();
+}
+
+void ProgressBar::one_more() {
+  const std::lock_guard lock(mutex_);
+  ++done_;
+  draw();
+}
+
+void ProgressBar::complain(std::string_view text) {
+  const std::lock_guard lock(mutex_);
+  clear();
+  answered_no(text);
+  draw();
+}
+
+void ProgressBar::draw() const {
+  constexpr std::size_t width = 40;
+  if (!shown_)
+    return;
+  const std::size_t full = done_ * width / total_;
+  std::cerr << "\r[" + std::string(full, '#') + std::string(width - full, ' ') + "] " +
+                   std::to_string(done_) + "/" + std::to_string(total_)
+            << std::flush;
+}
+
+void ProgressBar::clear() const {
+  if (shown_)
+    std::cerr << "\r\033[K" << std::flush;
+}
+
+} // namespace veltro::tool

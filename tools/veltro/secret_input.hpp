@@ -1,0 +1,29 @@
+// Where the tool gets a secret from: never from the command line, which others can see.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace veltro::tool {
+
+/// The bytes of a secret; overwritten when the object goes away.
+class SecretBytes {
+public:
+  SecretBytes() = default;
+  ~SecretBytes();
+  SecretBytes(const SecretBytes &) = delete;
+  SecretBytes &operator=(const SecretBytes &) = delete;
+
+  /// Never grows beyond this, so that no copy is left behind.
+  static constexpr std::size_t limit = 1UL << 20;
+
+  std::vector<std::uint8_t> bytes;
+};
+
+/// Reads the secret from `file`; where that is empty, from standard input or, if that is a
+/// terminal, from a prompt that does not show it. One line end at its end is not part of it.
+/// Answers what went wrong, or nothing.
+std::string read_secret(const std::string &file, SecretBytes &secret);
+
+} // namespace veltro::tool

@@ -1,0 +1,104 @@
+#include "whole_file.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace veltro::tool {
+namespace {
+
+class Descriptor {
+public:
+  explicit Descriptor(int number, bool ours = true) : number_(number), ours_(ours) {}
+  ~Descriptor() {
+    if (ours_ && number_ >= 0)
+      close(number_);
+  }
+  Descriptor(const Descriptor &) = delete;
+  Descriptor &operator=(const Descriptor &) = delete;
+  [[nodiscard]] int number() const { return number_; }
+
+private:
+  int number_;
+  bool ours_;
+};
+
+std::string error_text() {
+  return std::strerror(errno);
+}
+
+std::string write_all(int descriptor, std::span<const std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR)
+      return error_text();
+    if (written > 0)
+      bytes = bytes.subspan(static_cast<std::size_t>(written));
+  }
+  return "";
+}
+
+mode_t permissions_of_a_new_file() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return 0666 & ~mask;
+}
+
+} // namespace
+
+std::string read_whole_file(const std::string &path, std::size_t limit,
+                            std::vector<std::uint8_t> &bytes) {
+  const bool standard_input = path == "-";
+  const Descriptor file(standard_input ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC),
+                        !standard_input);
+  if (file.number() < 0)
+    return error_text();
+  struct stat facts{};
+  if (fstat(file.number(), &facts) == 0 && S_ISREG(facts.st_mode))
+    bytes.reserve(std::min(limit, static_cast<std::size_t>(facts.st_size)));
+  std::array<std::uint8_t, 65536> block;
+  for (;;) {
+    const ssize_t count = read(file.number(), block.data(), block.size());
+    if (count == 0)
+      return "";
+    if (count < 0) {
+      if (errno == EINTR)
+        continue;
+      return error_text();
+    }
+    if (static_cast<std::size_t>(count) > limit - bytes.size())
+      return "it is longer than a picture of --max-pixels can be";
+    bytes.insert(bytes.end(), block.data(), block.data() + count);
+  }
+}
+
+std::string write_whole_file(const std::string &path, std::span<const std::uint8_t> bytes) {
+  if (path == "-")
+    return write_all(STDOUT_FILENO, bytes);
+  // What is no file (a pipe, a device) cannot be replaced.
+  struct stat facts{};
+  if (stat(path.c_str(), &facts) == 0 && !S_ISREG(facts.st_mode)) {
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    return file.number() < 0 ? error_text() : write_all(file.number(), bytes);
+  }
+  std::string temporary = path + ".XXXXXX";
+  const Descriptor file(mkostemp(temporary.data(), O_CLOEXEC));
+  if (file.number() < 0)
+    return error_text();
+  std::string problem = write_all(file.number(), bytes);
+  static const mode_t permissions = permissions_of_a_new_file();
+  if (problem.empty() && (fchmod(file.number(), permissions) != 0 ||
+                          std::rename(temporary.c_str(), path.c_str()) != 0))
+    problem = error_text();
+  if (!problem.empty())
+    unlink(temporary.c_str());
+  return problem;
+}
+
+} // namespace veltro::tool
