@@ -1,0 +1,7 @@
+#pragma once
+
+#include <Foundation/NSObject.h>
+
+@interface NSThread : NSObject
++ (BOOL)isMainThread;
+@end

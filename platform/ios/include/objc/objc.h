@@ -1,0 +1,19 @@
+// The types of Objective-C as the device's runtime has them.
+#pragma once
+
+#if __OBJC_BOOL_IS_BOOL
+typedef bool BOOL;
+#else
+typedef signed char BOOL;
+#endif
+
+#define YES __objc_yes
+#define NO __objc_no
+#define nil nullptr
+#define Nil nullptr
+
+typedef struct objc_class *Class;
+typedef struct objc_object {
+  Class isa;
+} *id;
+typedef struct objc_selector *SEL;

@@ -1,0 +1,5 @@
+#pragma once
+
+typedef struct {
+  char opaque[128];
+} mbstate_t;

@@ -1,0 +1,90 @@
+"""stubs.py IMPORTS FOLDER: writes the text-based stubs (.tbd) that stand for the device's libraries
+when there is no SDK, holding just the symbols that IMPORTS names, and the file link.rsp with the
+arguments that link against them."""
+import os
+import sys
+
+FRAMEWORKS = '/System/Library/Frameworks/{0}.framework/{0}'
+PRIVATE = '/System/Library/PrivateFrameworks/{0}.framework/{0}'
+
+# Group of the list: install name, and whether the whole library may be missing on a release.
+LIBRARIES = {
+    'AudioToolbox': (FRAMEWORKS, False),
+    'BackBoardServices': (PRIVATE, True),
+    'ChatKit': (PRIVATE, True),
+    'CoreFoundation': (FRAMEWORKS, False),
+    'CoreGraphics': (FRAMEWORKS, False),
+    'CoreMedia': (FRAMEWORKS, False),
+    'Foundation': (FRAMEWORKS, False),
+    'MobileGestalt': ('/usr/lib/libMobileGestalt.dylib', True),
+    'Security': (FRAMEWORKS, False),
+    'UIKit': (FRAMEWORKS, False),
+    'libc++': ('/usr/lib/libc++.1.dylib', False),
+    'libSystem': ('/usr/lib/libSystem.B.dylib', False),
+    'libobjc': ('/usr/lib/libobjc.A.dylib', False),
+}
+
+# What compiled code asks of the runtimes; not part of the list.
+RUNTIME = {
+    'libobjc': ['objc_enumerationMutation', 'objc_getClass', 'objc_getProperty', 'objc_msgSend',
+                'objc_msgSendSuper2', 'objc_msgSendSuper2_stret', 'objc_msgSend_stret',
+                'objc_setProperty_nonatomic', 'objc_setProperty_nonatomic_copy',
+                'objc_autoreleasePoolPush', 'objc_autoreleasePoolPop', '_objc_empty_cache',
+                '_objc_empty_vtable'],
+    'libc++': ['__gxx_personality_v0'],
+    'libSystem': ['dyld_stub_binder', '_Unwind_Resume', '__stack_chk_fail', '__stack_chk_guard'],
+    'CoreFoundation': ['__CFConstantStringClassReference'],
+}
+
+TARGETS = '[ arm64-ios, armv7-ios, armv7s-ios, x86_64-ios-simulator ]'
+
+
+def read(path):
+    groups, group = {}, None
+    with open(path, encoding='utf-8') as file:
+        for line in file:
+            line = line.split('#')[0].strip()
+            if line.startswith('['):
+                group = groups.setdefault(line.strip('[]'), [])
+            elif line:
+                group.append('__error' if line == 'errno' else line)
+    unknown = set(groups) - set(LIBRARIES)
+    if unknown:
+        sys.exit(f'{path}: no library is known for {", ".join(sorted(unknown))}')
+    return groups
+
+
+def main():
+    listing, folder = sys.argv[1:]
+    groups = read(listing)
+    for group, names in RUNTIME.items():
+        groups[group] = groups.get(group, []) + names
+    os.makedirs(folder, exist_ok=True)
+    arguments = []
+    for group, names in sorted(groups.items()):
+        install_name, may_be_missing = LIBRARIES[group]
+        classes = [name.split()[1] for name in names if name.startswith('class ')]
+        # The stub binder is the one symbol that is not written in C.
+        symbols = [name if name == 'dyld_stub_binder' else '_' + name
+                   for name in names if not name.startswith('class ')]
+        if group == 'Foundation':
+            # These classes moved between Foundation and CoreFoundation from release to release:
+            # they are looked up in every loaded library and bound to neither.
+            arguments += [f'-U _OBJC_CLASS_$_{name}' for name in classes]
+            classes = []
+        path = os.path.join(folder, group + '.tbd')
+        with open(path, 'w', encoding='utf-8') as file:
+            file.write(f"--- !tapi-tbd\ntbd-version:     4\ntargets:         {TARGETS}\n"
+                       f"install-name:    '{install_name.format(group)}'\n"
+                       f"exports:\n  - targets:         {TARGETS}\n")
+            if symbols:
+                file.write(f"    symbols:         [ {', '.join(sorted(symbols))} ]\n")
+            if classes:
+                file.write(f"    objc-classes:    [ {', '.join(sorted(classes))} ]\n")
+            file.write('...\n')
+        arguments.append(('-weak_library ' if may_be_missing else '') + path)
+    with open(os.path.join(folder, 'link.rsp'), 'w', encoding='utf-8') as file:
+        file.write('\n'.join(arguments) + '\n')
+
+
+main()
