@@ -1,0 +1,28 @@
+# What `make install` lays down: the two shared objects, the headers, the tool, a CMake package and
+# a pkg-config file.
+
+include(CMakePackageConfigHelpers)
+
+set(VELTRO_PLATFORM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/veltro-platform)
+
+install(TARGETS veltro veltro-host LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS veltro-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY include/veltro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY platform/include/ platform/linux/objc-support/
+        DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR})
+set_target_properties(veltro-tool PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(veltro PROPERTIES INSTALL_RPATH "$ORIGIN")
+
+list(JOIN VELTRO_OBJC_OPTIONS " " PC_OPTIONS)
+list(TRANSFORM VELTRO_OBJC_DEFINITIONS PREPEND "-D" OUTPUT_VARIABLE definitions)
+list(JOIN definitions " " PC_DEFINITIONS)
+list(JOIN VELTRO_OBJC_LIBRARIES " " PC_LIBRARIES)
+configure_file(cmake/veltro.pc.in veltro.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/veltro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+configure_package_config_file(cmake/veltro-config.cmake.in veltro-config.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/veltro
+  PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR VELTRO_PLATFORM_INCLUDEDIR)
+write_basic_package_version_file(veltro-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/veltro-config.cmake ${PROJECT_BINARY_DIR}/veltro-config-version.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/veltro)

@@ -1,0 +1,27 @@
+# veltro_test(source): one program of every *_test.cpp and *_test.mm, so that a contract test may
+# define a platform function itself without touching its neighbours, and one ctest entry of every
+# test case in it, so that process-wide state always starts fresh.
+
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)
+
+function(veltro_test source)
+  get_filename_component(stem ${source} NAME_WE)
+  get_filename_component(folder ${source} DIRECTORY)
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/tests ${folder})
+  string(REPLACE "/" "_" folder "${folder}")
+  set(target ${folder}_${stem})
+  add_executable(${target} ${source})
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  # -rdynamic: a test's own definition of a platform function must reach the shared objects.
+  set_target_properties(${target} PROPERTIES ENABLE_EXPORTS ON)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests
+                                               ${PROJECT_SOURCE_DIR}/platform/linux)
+  target_compile_definitions(${target} PRIVATE
+    VELTRO_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VELTRO_BUILD_DIR="${PROJECT_BINARY_DIR}")
+  target_link_libraries(${target} PRIVATE veltro veltro-core veltro-test-support veltro-strict
+                                          GTest::gmock)
+  gtest_discover_tests(${target} TEST_PREFIX "${folder}/${stem}/" DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
+endfunction()
