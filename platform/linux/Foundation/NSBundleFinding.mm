@@ -1,31 +1,28 @@
 // NSBundle by path and by identifier, as on the device:
 //  - a path that exists under the device root is that one (so an absolute path of the device
-//  resolves
-//    there); any other path is this machine's, such as one that lies under the root already;
+//    resolves there); any other path is this machine's, such as one that lies under the root
+//    already;
 //  - every call looks at the disk, where GNUstep remembers that a folder was missing and goes on to
 //    find a bundle whose folder is gone;
 //  - a path answers the bundle at that path, where GNUstep answers an older one with the same
 //    identifier;
 //  - an identifier finds the system's frameworks too. It does not find apps that no bundle object
-//  of
-//    this process stands for, neither does the device.
+//    of this process stands for, neither does the device.
+// +allBundles lists GNUstep's own only.
 
 #import <Foundation/Foundation.h>
 
+#include "Foundation/bundle_registry.hpp"
 #include "Foundation/replace_method.hpp"
 #include "Host/device_root.hpp"
 #include "Host/system_files.hpp"
 
-#include <mutex>
 #include <sys/stat.h>
 
 namespace {
 
 using veltro::host::replace_class_method;
 using veltro::host::replace_method;
-
-// GNUstep's mark of a plain bundle in _bundleType.
-constexpr unsigned plain_bundle = 1;
 
 id (*gnustep_init)(NSBundle *, SEL, NSString *);
 id (*gnustep_main_bundle)(Class, SEL);
@@ -34,22 +31,10 @@ id (*gnustep_bundle_with_identifier)(Class, SEL, NSString *);
 // The main bundle's folder is allowed to be missing: a tool's seldom exists.
 thread_local bool making_main_bundle = false;
 
-struct stat folder_status(NSString *path) {
-  struct stat status{};
-  if ([path length] == 0 || stat([path fileSystemRepresentation], &status) != 0 ||
-      !S_ISDIR(status.st_mode))
-    return {};
-  return status;
-}
-
 bool is_folder(NSString *path) {
-  return S_ISDIR(folder_status(path).st_mode);
-}
-
-bool is_same_folder(NSString *one, NSString *other) {
-  const struct stat first = folder_status(one);
-  const struct stat second = folder_status(other);
-  return first.st_ino == second.st_ino && first.st_dev == second.st_dev;
+  struct stat status{};
+  return [path length] != 0 && stat([path fileSystemRepresentation], &status) == 0 &&
+         S_ISDIR(status.st_mode);
 }
 
 NSString *on_this_machine(NSString *path) {
@@ -63,20 +48,11 @@ NSString *on_this_machine(NSString *path) {
 id init_with_path(NSBundle *self, SEL command, NSString *path) {
   if (making_main_bundle)
     return gnustep_init(self, command, path);
-  Class own_class = object_getClass(self);
   NSString *place = on_this_machine(path);
-  if (!is_folder(place)) {
-    [self release];
-    return nil;
-  }
-  NSBundle *bundle = gnustep_init(self, command, place);
-  if (bundle != nil && is_same_folder([bundle bundlePath], place))
-    return bundle;
-  [bundle release];
-  NSBundle *own = [own_class alloc];
-  own->_path = [place copy];
-  own->_bundleType = plain_bundle;
-  return own;
+  if (is_folder(place))
+    return veltro::host::bundle_at(place, self);
+  [self release];
+  return nil;
 }
 
 id main_bundle(Class self, SEL command) {
@@ -88,31 +64,16 @@ id main_bundle(Class self, SEL command) {
   return bundle;
 }
 
-/// The one object for the framework at `path`.
-NSBundle *framework_at(NSString *path) {
-  static std::mutex mutex;
-  static NSMutableDictionary *known = nil;
-  const std::lock_guard lock(mutex);
-  if (known == nil)
-    known = [[NSMutableDictionary alloc] init];
-  NSBundle *bundle = [known objectForKey:path];
-  if (bundle == nil) {
-    bundle = [[[NSBundle alloc] initWithPath:path] autorelease];
-    if (bundle != nil)
-      [known setObject:bundle forKey:path];
-  }
-  return bundle;
-}
-
 id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
   const char *wanted = [identifier UTF8String];
   if (wanted == nullptr)
     return nil;
   const std::string framework = veltro::host::system_framework(wanted);
   if (!framework.empty())
-    return framework_at([NSString stringWithUTF8String:framework.c_str()]);
-  NSBundle *bundle = gnustep_bundle_with_identifier(self, command, identifier);
-  return is_folder([bundle bundlePath]) ? bundle : nil;
+    return [NSBundle bundleWithPath:[NSString stringWithUTF8String:framework.c_str()]];
+  if (NSBundle *known = veltro::host::bundle_identified(identifier); known != nil)
+    return known;
+  return gnustep_bundle_with_identifier(self, command, identifier);
 }
 
 } // namespace

@@ -25,7 +25,7 @@ WatchedPath::WatchedPath(std::string path)
                    settling_nanoseconds) {}
 
 bool WatchedPath::unchanged() const {
-  return settled_ && now() == identity_;
+  return settled_ && same();
 }
 
 // The change time and not the modification time: programs can set the latter, and becoming readable

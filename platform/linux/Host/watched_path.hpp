@@ -17,6 +17,9 @@ public:
   /// True while nothing was written to, added to or removed from the path. One stat.
   [[nodiscard]] bool unchanged() const;
 
+  /// Whether the path is still the one that was looked at, as far as file times can tell. One stat.
+  [[nodiscard]] bool same() const { return now() == identity_; }
+
   [[nodiscard]] const std::string &path() const { return path_; }
 
 private:

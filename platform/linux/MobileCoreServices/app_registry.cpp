@@ -119,7 +119,24 @@ private:
                                [](const auto &at) { return at.second.metadata.unchanged(); });
   }
 
+  /// An app that is replaced meanwhile has its old folder emptied under the reader, which then
+  /// looks again. Bounded: what changes all the time is answered as it was seen last.
   void read() {
+    for (int attempt = 0; attempt < 10; ++attempt) {
+      read_once();
+      if (as_it_was_read())
+        return;
+    }
+  }
+
+  bool as_it_was_read() const {
+    return std::ranges::all_of(folders_, &WatchedPath::same) &&
+           std::ranges::all_of(
+               containers_, [](const Container &container) { return container.folder.same(); }) &&
+           std::ranges::all_of(bundles_, [](const auto &at) { return at.second.info.same(); });
+  }
+
+  void read_once() {
     root_ = device_root();
     // Looked at before they are read, so that a change in between shows.
     folders_.clear();
