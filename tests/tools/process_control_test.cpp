@@ -33,11 +33,11 @@ TEST(LaunchTool, SaysWhyAnAppCannotBeLaunched) {
   EXPECT_THAT(broken.error, HasSubstr("No such file or directory"));
 }
 
-TEST(LaunchTool, SaysThatAnAppEndedAtOnce) {
-  lay_system_app("org.example.short", "Short");
-  const ToolResult result = run_tool({"launch", "org.example.short"});
+TEST(LaunchTool, SaysThatAnAppDidNotStart) {
+  write_file(lay_system_app("org.example.script", "Script") / "Script", "#!/nowhere\n");
+  const ToolResult result = run_tool({"launch", "org.example.script"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.error, EndsWith("veltro: cannot launch org.example.short: it does not run\n"));
+  EXPECT_THAT(result.error, EndsWith("veltro: cannot launch org.example.script: it does not run\n"));
 }
 
 TEST(LaunchTool, WantsOneIdentifier) {
