@@ -147,7 +147,7 @@ int say(const ChatOptions &options) {
         initWithData:[[NSFileHandle fileHandleWithStandardInput] readDataToEndOfFile]
             encoding:NSUTF8StringEncoding] autorelease];
   if (text == nil)
-    return usage_error("the text is not UTF-8");
+    return usage_error("the text on standard input is not UTF-8");
   ZLTWhatsAppMessage *message = [[[ZLTWhatsAppMessage alloc] init] autorelease];
   [message setUserIdentifier:string(options.user)];
   [message setContent:text];
@@ -180,13 +180,8 @@ void add_chat(CLI::App &app, Action &run) {
     command->add_option("--port", options->port,
                         "The messenger's port (else the one that is published)");
     command->add_flag("--json", options->json, "Print one JSON object a line");
-    command->callback([options, action, &run] {
-      run = [options, action] {
-        if (string(options->user) == nil)
-          return usage_error("the user is not UTF-8");
-        return action(*options);
-      };
-    });
+    command->callback(
+        [options, action, &run] { run = [options, action] { return action(*options); }; });
     return command;
   };
   const auto add_for_user = [&](const char *name, const char *help,

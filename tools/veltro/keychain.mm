@@ -66,13 +66,6 @@ std::string text(NSString *string) {
   return characters != nullptr ? characters : "";
 }
 
-/// Whether every name is text; one that is not would be a query without it.
-bool readable(const Options &options) {
-  return std::ranges::all_of(
-      std::array{&options.service, &options.account, &options.label, &options.group},
-      [](const std::string *name) { return text(*name) != nil; });
-}
-
 ZLTKeyChainQuery *query_for(const Options &options) {
   ZLTKeyChainQuery *const query = [[[ZLTKeyChainQuery alloc] init] autorelease];
   [query setService:text(options.service)];
@@ -262,11 +255,7 @@ CLI::App *add_operation(CLI::App *parent, const char *name, const char *help,
   command->add_option("--sync", options->sync, "Whether the item is synchronised")
       ->check(CLI::IsMember(names_of(modes)))
       ->capture_default_str();
-  command->callback([=, &run] {
-    run = [=] {
-      return readable(*options) ? operation(*options) : usage_error("a name is not UTF-8 text");
-    };
-  });
+  command->callback([=, &run] { run = [=] { return operation(*options); }; });
   return command;
 }
 

@@ -1,11 +1,14 @@
 #include "commands.hpp"
 #include "exit.hpp"
 #include "in_pool.hpp"
+#include "text_arguments.hpp"
 
 #include <CLI/CLI.hpp>
 
 int main(int argc, char **argv) {
   using namespace veltro::tool;
+  if (!are_text(argc, argv))
+    return usage_error("an argument is not UTF-8 text");
 
   CLI::App app("libveltro's facilities on the command line", "veltro");
   app.require_subcommand(1);

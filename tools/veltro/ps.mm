@@ -21,15 +21,6 @@ struct Options {
   bool json = false;
 };
 
-/// What is wrong with a name; empty where nothing is.
-std::string complaint_about(const std::string &name) {
-  @autoreleasepool {
-    if (name.empty())
-      return "NAME must not be empty";
-    return [NSString stringWithUTF8String:name.c_str()] == nil ? "NAME must be UTF-8" : "";
-  }
-}
-
 /// The same two tests as the library's: the whole name in any case, or a part of it in its own.
 bool is_wanted(NSString *name, const Options &options) {
   if (options.name.empty())
@@ -78,7 +69,7 @@ void add_ps(CLI::App &app, Action &run) {
   CLI::App *command = app.add_subcommand("ps", "Show the processes of this machine, oldest first");
   const auto options = std::make_shared<Options>();
   command->add_option("NAME", options->name, "Only those of this command name, in any case")
-      ->check(complaint_about);
+      ->check([](const std::string &name) { return name.empty() ? "NAME must not be empty" : ""; });
   command->add_flag("--containing", options->containing,
                     "NAME may stand anywhere in the command name, in its own case");
   command->add_flag("--json", options->json, "Print one JSON object a process");
