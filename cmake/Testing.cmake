@@ -7,6 +7,23 @@ include(GoogleTest)
 
 set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)
 
+function(veltro_test_flags target)
+  # -rdynamic: a test's own definition of a platform function must reach the shared objects. No
+  # define of its own: all must agree with the prelude.
+  set_target_properties(${target} PROPERTIES ENABLE_EXPORTS ON DEFINE_SYMBOL "")
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests
+                                               ${PROJECT_SOURCE_DIR}/platform/linux)
+  target_compile_definitions(${target} PRIVATE
+    VELTRO_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VELTRO_BUILD_DIR="${PROJECT_BINARY_DIR}")
+  target_link_libraries(${target} PRIVATE veltro veltro-core veltro-test-support veltro-strict
+                                          GTest::gmock)
+endfunction()
+
+# Compiles the headers of nearly every test once for all.
+add_executable(veltro-test-prelude EXCLUDE_FROM_ALL tests/support/prelude.cpp tests/support/prelude.mm)
+target_precompile_headers(veltro-test-prelude PRIVATE tests/support/prelude.hpp)
+veltro_test_flags(veltro-test-prelude)
+
 function(veltro_test source)
   get_filename_component(stem ${source} NAME_WE)
   get_filename_component(folder ${source} DIRECTORY)
@@ -15,13 +32,7 @@ function(veltro_test source)
   set(target ${folder}_${stem})
   add_executable(${target} ${source})
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
-  # -rdynamic: a test's own definition of a platform function must reach the shared objects.
-  set_target_properties(${target} PROPERTIES ENABLE_EXPORTS ON)
-  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests
-                                               ${PROJECT_SOURCE_DIR}/platform/linux)
-  target_compile_definitions(${target} PRIVATE
-    VELTRO_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VELTRO_BUILD_DIR="${PROJECT_BINARY_DIR}")
-  target_link_libraries(${target} PRIVATE veltro veltro-core veltro-test-support veltro-strict
-                                          GTest::gmock)
+  veltro_test_flags(${target})
+  target_precompile_headers(${target} REUSE_FROM veltro-test-prelude)
   gtest_discover_tests(${target} TEST_PREFIX "${folder}/${stem}/" DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
 endfunction()
