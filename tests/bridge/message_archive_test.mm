@@ -2,6 +2,7 @@
 
 #import <veltro/ZLTWhatsAppMessage.h>
 
+#include "support/lost_objects.hpp"
 #include "support/scratch.hpp"
 
 #include <VeltroHost/NSKeyedArchiving+Device.h>
@@ -244,6 +245,7 @@ ZLTWhatsAppMessage *securely(ZLTWhatsAppMessage *message, NSString **raised) {
 }
 
 TEST(MessageArchive, SecureUnarchiverRefusesAUserIdentifier) {
+  const veltro::test::LosingObjects losing;
   NSString *raised = nil;
   EXPECT_EQ(securely(full_message(), &raised), nil);
   EXPECT_TRUE([raised isEqualToString:NSInvalidUnarchiveOperationException]);
@@ -267,6 +269,7 @@ TEST(MessageArchive, SecureUnarchiverTakesARecordWithoutUserIdentifier) {
 }
 
 TEST(MessageArchive, SecureUnarchiverRefusesContentThatIsNoText) {
+  const veltro::test::LosingObjects losing;
   NSString *raised = nil;
   EXPECT_EQ(securely(message_with(nil, [NSNumber numberWithInt:1], nil, NO), &raised), nil);
   EXPECT_TRUE([raised isEqualToString:NSInvalidUnarchiveOperationException]);

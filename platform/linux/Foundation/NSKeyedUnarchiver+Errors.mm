@@ -16,10 +16,11 @@ void report(NSError **error, NSInteger code, NSString *reason) {
 
 /// The root object of `data`, of the classes given where secure coding is required.
 id root_object(NSData *data, BOOL secure, NSSet *expected, NSError **error) {
-  NSKeyedUnarchiver *unarchiver = nil;
+  NSKeyedUnarchiver *unarchiver = [NSKeyedUnarchiver alloc];
   @try {
-    unarchiver = [[[NSKeyedUnarchiver alloc] initForReadingWithData:data] autorelease];
+    unarchiver = [[unarchiver initForReadingWithData:data] autorelease];
   } @catch (NSException *exception) {
+    [unarchiver release];
     report(error, NSCoderReadCorruptError, [exception reason]);
     return nil;
   }

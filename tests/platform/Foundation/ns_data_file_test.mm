@@ -53,7 +53,7 @@ TEST_F(DataOfFile, IsNoneWithoutAFile) {
 TEST_F(DataOfFile, IsReadWhileTheFileIsWritten) {
   std::atomic<bool> done = false;
   std::thread writer([&] {
-    for (int round = 0; round < 5000; ++round)
+    for (int round = 0; round < 500; ++round)
       std::ofstream(file_) << "some text";
     done = true;
   });

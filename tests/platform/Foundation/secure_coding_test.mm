@@ -2,6 +2,8 @@
 
 #import <VeltroHost/NSKeyedArchiving+Device.h>
 
+#include "support/lost_objects.hpp"
+
 #include <gtest/gtest.h>
 
 /// Supports secure coding; holds one object under the key "part".
@@ -214,6 +216,7 @@ TEST(SecureCoding, ElementsMayBePropertyListObjectsOrTheClassesAskedFor) {
 }
 
 TEST(SecureCoding, PropertyListObjectsInsideAnElementAreHeldToTheClasses) {
+  const veltro::test::LosingObjects losing;
   NSSet *const both = [NSSet setWithObjects:[NSArray class], [SecureBox class], nil];
   NSArray *const boxes = [NSArray arrayWithObject:[SecureBox boxWith:@"text"]];
   EXPECT_TRUE([raised_by(^{

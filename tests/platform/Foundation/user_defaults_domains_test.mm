@@ -116,8 +116,8 @@ TEST_F(UserDefaultsDomains, AreReplacedAsAWholeWhileOthersRead) {
   [defaults() setPersistentDomain:number(1) forName:name];
   const pid_t writer = fork();
   if (writer == 0) {
-    alarm(60);
-    for (int i = 0; i < 200; ++i) {
+    alarm(250);
+    for (int i = 0; i < 50; ++i) {
       @autoreleasepool {
         [defaults() setPersistentDomain:number(1 + i % 2) forName:name];
       }
