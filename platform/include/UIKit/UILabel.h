@@ -19,9 +19,9 @@ typedef NS_ENUM(NSInteger, NSTextAlignment) {
   NSInteger _numberOfLines;
 }
 @property (nonatomic, copy) NSString *text;
-/// The system's font of 17 points at first.
+/// The system's font of 17 points at first, and again where it is set to nil.
 @property (nonatomic, retain) UIFont *font;
-/// Black at first.
+/// Black at first, and again where it is set to nil.
 @property (nonatomic, retain) UIColor *textColor;
 /// Left at first. Text written from right to left keeps its own direction within its lines.
 @property (nonatomic) NSTextAlignment textAlignment;

@@ -44,8 +44,8 @@ bool labels_are_white() {
 
 - (instancetype)initWithFrame:(CGRect)frame {
   if ((self = [super initWithFrame:frame]) != nil) {
-    _font = [[UIFont systemFontOfSize:17] retain];
-    _textColor = [[UIColor blackColor] retain];
+    [self setFont:nil];
+    [self setTextColor:nil];
     _numberOfLines = 1;
     if (labels_are_white())
       [self setBackgroundColor:[UIColor whiteColor]];
@@ -58,6 +58,16 @@ bool labels_are_white() {
   [_font release];
   [_textColor release];
   [super dealloc];
+}
+
+- (void)setFont:(UIFont *)font {
+  [_font autorelease];
+  _font = [font != nil ? font : [UIFont systemFontOfSize:17] retain];
+}
+
+- (void)setTextColor:(UIColor *)color {
+  [_textColor autorelease];
+  _textColor = [color != nil ? color : [UIColor blackColor] retain];
 }
 
 - (CGSize)sizeThatFits:(CGSize)size {

@@ -1,9 +1,17 @@
 #include "UIKit/text_layout.hpp"
 
+#include <algorithm>
 #include <limits>
 
 namespace veltro::host {
 namespace {
+
+/// cairo's fonts fail beyond some size, and all text of the process with them.
+constexpr double max_font_size = 4096;
+
+double usable_font_size(double points) {
+  return points > 0 ? std::min(points, max_font_size) : 0;
+}
 
 /// Points as pango counts them; -1, "as much as it takes", for what is not greater than 0 and for
 /// what pango cannot count.
@@ -26,7 +34,8 @@ TextLayout::TextLayout(NSString *text, UIFont *font)
 
   PangoFontDescription *const description =
       pango_font_description_from_string([[font fontName] UTF8String]);
-  pango_font_description_set_absolute_size(description, [font pointSize] * PANGO_SCALE);
+  pango_font_description_set_absolute_size(description,
+                                           usable_font_size([font pointSize]) * PANGO_SCALE);
   pango_layout_set_font_description(layout_, description);
   pango_font_description_free(description);
   const char *const bytes = [text UTF8String];

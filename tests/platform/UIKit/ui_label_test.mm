@@ -1,5 +1,6 @@
 #include "support/view_picture.hpp"
 
+#include <cmath>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
@@ -59,6 +60,36 @@ TEST(Label, StartsWithTheDefaultsOfTheRelease) {
   setenv("VELTRO_SYSTEM_VERSION", "7.0", 1);
   EXPECT_EQ([label_of(nil) backgroundColor], nil);
   unsetenv("VELTRO_SYSTEM_VERSION");
+}
+
+TEST(Label, GoesBackToTheDefaultsWhereFontOrColourAreTakenAway) {
+  UILabel *const label = label_of(@"word", 60, 30);
+  const Picture at_first = picture_of(label);
+  [label setFont:[UIFont systemFontOfSize:9]];
+  [label setTextColor:[UIColor redColor]];
+  EXPECT_EQ([label font].pointSize, 9);
+  [label setFont:nil];
+  [label setTextColor:nil];
+  EXPECT_TRUE([[label font] isEqual:[UIFont systemFontOfSize:17]]);
+  EXPECT_TRUE(CGColorEqualToColor([[label textColor] CGColor], [[UIColor blackColor] CGColor]));
+  const Picture again = picture_of(label);
+  for (std::size_t y = 0; y < again.height; ++y)
+    for (std::size_t x = 0; x < again.width; ++x)
+      ASSERT_EQ(again.at(x, y), at_first.at(x, y));
+  EXPECT_GT(size_in(label, 0).width, 17);
+}
+
+TEST(Label, StandsFontsOfAnySize) {
+  const Ink before = ink(label_of(@"word"));
+  for (const CGFloat size : {0.0, -3.0, 0.01, 1e5, 1e9, std::nan(""), HUGE_VAL}) {
+    UILabel *const label = label_of(@"word", 60, 30);
+    [label setFont:[UIFont systemFontOfSize:size]];
+    EXPECT_EQ(picture_of(label, 3).width, 180U) << size;
+    EXPECT_GE([label sizeThatFits:CGSizeMake(60, 0)].width, 0) << size;
+    // None spoils the text that is drawn after it.
+    EXPECT_EQ(ink(label_of(@"word")).pixels, before.pixels) << size;
+  }
+  EXPECT_GT(before.pixels, 50U);
 }
 
 TEST(Label, HasTheSizeOfItsText) {
