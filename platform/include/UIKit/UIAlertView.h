@@ -6,6 +6,8 @@
 
 @protocol UIAlertViewDelegate <NSObject>
 @optional
+/// The user tapped on a button; the dismissal follows.
+- (void)alertView:(UIAlertView *)alert clickedButtonAtIndex:(NSInteger)index;
 - (void)willPresentAlertView:(UIAlertView *)alert;
 - (void)didPresentAlertView:(UIAlertView *)alert;
 - (void)alertView:(UIAlertView *)alert willDismissWithButtonIndex:(NSInteger)index;

@@ -1,5 +1,7 @@
 #include "support/view_picture.hpp"
 
+#import <VeltroHost/VHTouches.h>
+
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <string>
@@ -18,6 +20,9 @@ std::vector<std::string> &calls() {
 @end
 
 @implementation AlertListener
+- (void)alertView:(UIAlertView *)alert clickedButtonAtIndex:(NSInteger)index {
+  calls().push_back(([alert isVisible] ? "clicked " : "clicked unseen ") + std::to_string(index));
+}
 - (void)willPresentAlertView:(UIAlertView *)alert {
   calls().push_back([alert isVisible] ? "will present visible" : "will present");
 }
@@ -115,6 +120,44 @@ TEST_F(Alert, TellsItsDelegate) {
   [view dismissWithClickedButtonIndex:2 animated:YES];
   [view dismissWithClickedButtonIndex:2 animated:YES];
   EXPECT_THAT(calls(), ElementsAre("will dismiss 2", "did dismiss 2"));
+}
+
+CGPoint middle_of(UIView *view) {
+  return [view center];
+}
+
+TEST_F(Alert, IsDismissedByATapOnAButton) {
+  AlertListener *const listener = [[[AlertListener alloc] init] autorelease];
+  UIAlertView *const view = alert();
+  [view setDelegate:listener];
+  for (NSString *title in @[ @"One", @"Two", @"Three" ])
+    [view addButtonWithTitle:title];
+  [view show];
+  NSArray *const parts = [view subviews];
+  UILabel *const title = [parts objectAtIndex:0];
+  UILabel *const second = [parts objectAtIndex:3];
+  ASSERT_STREQ([[second text] UTF8String], "Two");
+  calls().clear();
+  EXPECT_FALSE(VHTap(view, middle_of(title)));
+  EXPECT_FALSE(VHTap(view, CGPointMake(-1, middle_of(second).y)));
+  EXPECT_TRUE([view isVisible]);
+  EXPECT_THAT(calls(), ElementsAre());
+  EXPECT_TRUE(VHTap(view, middle_of(second)));
+  EXPECT_THAT(calls(), ElementsAre("clicked 1", "will dismiss 1", "did dismiss 1"));
+  EXPECT_FALSE([view isVisible]);
+  EXPECT_FALSE(VHTap(view, middle_of(second)));
+  EXPECT_EQ(calls().size(), 3U);
+}
+
+TEST_F(Alert, IsTappedOnWithoutAnybodyListening) {
+  UIAlertView *const view = alert();
+  [view addButtonWithTitle:@"OK"];
+  [view setDelegate:@"not a listener"];
+  [view show];
+  EXPECT_TRUE(VHTap(view, middle_of([[view subviews] lastObject])));
+  EXPECT_FALSE([view isVisible]);
+  EXPECT_FALSE(VHTap(nil, CGPointZero));
+  EXPECT_FALSE(VHTap([[[UIView alloc] init] autorelease], CGPointZero));
 }
 
 TEST_F(Alert, AsksADelegateForNothingThatItLacks) {
