@@ -7,6 +7,7 @@ set(VELTRO_PLATFORM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/veltro-platform)
 
 install(TARGETS veltro veltro-host LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS veltro-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY tools/veltro/Resources/ DESTINATION ${CMAKE_INSTALL_BINDIR}/Resources/veltro)
 install(DIRECTORY include/veltro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY platform/include/ platform/linux/objc-support/
         DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR})

@@ -23,3 +23,5 @@ cmake -G Ninja -S "$consumer" -B "$scratch/tree" -DCMAKE_PREFIX_PATH="$scratch/p
 check "$("$scratch/tree/consumer")" "$expected" "the program built through the CMake package"
 
 check "$("$scratch/prefix/bin/veltro" info | head -n 1)" "release: 8.4.1" "the installed tool"
+[ -f "$scratch/prefix/bin/Resources/veltro/de.lproj/Localizable.strings" ] ||
+  { echo "the installed tool lacks its tables"; exit 1; }

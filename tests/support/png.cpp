@@ -1,6 +1,7 @@
 #include "support/png.hpp"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace veltro::test {
 namespace {
@@ -51,6 +52,15 @@ std::string chunk(const std::string &type, const std::string &bytes) {
          big_endian(crc(type + bytes));
 }
 
+constexpr auto *signature = "\x89PNG\r\n\x1A\n";
+
+std::uint32_t number_at(const std::string &bytes, std::size_t at) {
+  std::uint32_t value = 0;
+  for (std::size_t place = at; place < at + 4; ++place)
+    value = value << 8 | static_cast<std::uint8_t>(bytes.at(place));
+  return value;
+}
+
 } // namespace
 
 std::string png_of(std::uint32_t width, std::uint32_t height, std::uint32_t channels,
@@ -64,8 +74,28 @@ std::string png_of(std::uint32_t width, std::uint32_t height, std::uint32_t chan
   const std::string header = big_endian(claimed_width != 0 ? claimed_width : width) +
                              big_endian(height) + '\x08' + (channels == 4 ? '\x06' : '\x02') +
                              std::string(3, '\0');
-  return "\x89PNG\r\n\x1A\n" + chunk("IHDR", header) + chunk("IDAT", stored(rows)) +
-         chunk("IEND", "");
+  return signature + chunk("IHDR", header) + chunk("IDAT", stored(rows)) + chunk("IEND", "");
+}
+
+std::vector<PngChunk> chunks_of(const std::string &png) {
+  if (!png.starts_with(signature))
+    throw std::runtime_error("no PNG");
+  std::vector<PngChunk> chunks;
+  for (std::size_t at = 8; at < png.size(); at += chunks.back().bytes.size() + 12) {
+    const std::size_t length = number_at(png, at);
+    PngChunk next{png.substr(at + 4, 4), png.substr(at + 8, length)};
+    if (chunk(next.type, next.bytes) != png.substr(at, length + 12))
+      throw std::runtime_error("a chunk of PNG is damaged: " + next.type);
+    chunks.push_back(std::move(next));
+  }
+  return chunks;
+}
+
+std::string png_of(const std::vector<PngChunk> &chunks) {
+  std::string png = signature;
+  for (const PngChunk &each : chunks)
+    png += chunk(each.type, each.bytes);
+  return png;
 }
 
 } // namespace veltro::test

@@ -39,12 +39,21 @@ std::pair<unsigned, unsigned> size_of(const std::string &png) {
 
 using Size = std::pair<unsigned, unsigned>;
 
-TEST(ViewTool, DrawsTheLoadingViewInTheSizeAskedFor) {
+class ViewTool : public testing::Test {
+protected:
+  ViewTool() {
+    for (const char *variable :
+         {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG", "VELTRO_SCREEN_SCALE"})
+      unsetenv(variable);
+  }
+};
+
+TEST_F(ViewTool, DrawsTheLoadingViewInTheSizeAskedFor) {
   EXPECT_EQ(size_of(picture({"loading"})), Size(200, 200));
   EXPECT_EQ(size_of(picture({"loading", "--size", "120x60"})), Size(240, 120));
 }
 
-TEST(ViewTool, DrawsTheSameMomentTheSameWay) {
+TEST_F(ViewTool, DrawsTheSameMomentTheSameWay) {
   const std::string start = picture({"loading", "--at", "0"});
   EXPECT_EQ(picture({"loading", "--at", "0"}), start);
   EXPECT_EQ(picture({"loading"}), start);
@@ -52,7 +61,7 @@ TEST(ViewTool, DrawsTheSameMomentTheSameWay) {
   EXPECT_EQ(picture({"loading", "--at", "2"}), start);
 }
 
-TEST(ViewTool, DrawsTheAlertOfTheRelease) {
+TEST_F(ViewTool, DrawsTheAlertOfTheRelease) {
   const std::string old = picture({"alert", "--release", "6.1"});
   const std::string accessory = picture({"alert", "--release", "7.1"});
   const std::string container = picture({"alert", "--release", "9.3"});
@@ -70,7 +79,7 @@ TEST(ViewTool, DrawsTheAlertOfTheRelease) {
   unsetenv("VELTRO_SYSTEM_VERSION");
 }
 
-TEST(ViewTool, WritesTheTextOfTheAlert) {
+TEST_F(ViewTool, WritesTheTextOfTheAlert) {
   const std::string bare = picture({"alert"});
   const std::string titled = picture({"alert", "--title", "Sending"});
   EXPECT_GT(size_of(titled).second, size_of(bare).second);
@@ -78,11 +87,43 @@ TEST(ViewTool, WritesTheTextOfTheAlert) {
             size_of(titled).second);
 }
 
-TEST(ViewTool, KeepsTheKeyWhereItHasNoTextInTheLanguage) {
-  EXPECT_EQ(picture({"loading", "--language", "de"}), picture({"loading"}));
+TEST_F(ViewTool, DrawsTheButtonsOfTheAlert) {
+  const auto height = [](std::vector<std::string> more) {
+    more.insert(more.begin(), "alert");
+    return size_of(picture(std::move(more))).second;
+  };
+  const unsigned bare = height({});
+  EXPECT_EQ(height({"--button", "Stop"}), bare + 88);
+  // Two stand beside each other.
+  EXPECT_EQ(height({"--button", "Stop", "--button", "Wait"}), bare + 88);
+  EXPECT_EQ(height({"--button", "1", "--button", "2", "--button", "3"}), bare + 3 * 88);
 }
 
-TEST(ViewTool, WritesAFile) {
+TEST_F(ViewTool, StartsAnewWithTheSameArguments) {
+  const std::vector<std::string> text{"alert", "--title", "Größe 'n\n\"mehr\" -- ", "--message",
+                                      "  x "};
+  std::vector<std::string> arguments = text;
+  arguments.insert(arguments.end(), {"--release", "7.1", "--language", "fr"});
+  setenv("VELTRO_SYSTEM_VERSION", "7.1", 1);
+  const std::string expected = picture(text);
+  unsetenv("VELTRO_SYSTEM_VERSION");
+  EXPECT_EQ(picture(arguments), expected);
+}
+
+TEST_F(ViewTool, SpeaksTheUsersLanguage) {
+  const std::string english = picture({"loading"});
+  const std::string german = picture({"loading", "--language", "de"});
+  EXPECT_NE(german, english);
+  EXPECT_EQ(picture({"loading", "--language", "en"}), english);
+  EXPECT_NE(picture({"loading", "--language", "fr"}), german);
+  // The key itself, which is the same text.
+  EXPECT_EQ(picture({"loading", "--language", "tlh"}), english);
+  setenv("LANG", "de_DE.UTF-8", 1);
+  EXPECT_EQ(picture({"loading"}), german);
+  EXPECT_EQ(picture({"loading", "--language", "en"}), english);
+}
+
+TEST_F(ViewTool, WritesAFile) {
   const auto file =
       std::filesystem::temp_directory_path() / ("view-" + std::to_string(getpid()) + ".png");
   const ToolResult result = run_tool({"view", "loading", "-o", file.string()});
@@ -92,13 +133,13 @@ TEST(ViewTool, WritesAFile) {
   std::filesystem::remove(file);
 }
 
-TEST(ViewTool, SaysThatItCannotWrite) {
+TEST_F(ViewTool, SaysThatItCannotWrite) {
   const ToolResult result = run_tool({"view", "loading", "-o", "/nonexistent/view.png"});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.error, StartsWith("veltro: /nonexistent/view.png: "));
 }
 
-TEST(ViewTool, RefusesWrongUse) {
+TEST_F(ViewTool, RefusesWrongUse) {
   for (const std::vector<std::string> &arguments :
        std::vector<std::vector<std::string>>{{"view"},
                                              {"view", "loading"},
@@ -108,6 +149,9 @@ TEST(ViewTool, RefusesWrongUse) {
                                              {"view", "loading", "-o", "-", "--size", "10x9999"},
                                              {"view", "loading", "-o", "-", "--size", "10x10x"},
                                              {"view", "loading", "-o", "-", "--title", "T"},
+                                             {"view", "loading", "-o", "-", "--button", "B"},
+                                             {"view", "alert", "-o", "-", "--title", "\xFF"},
+                                             {"view", "alert", "-o", "-", "--button", "\xFF"},
                                              {"view", "alert", "-o", "-", "--size", "10x10"},
                                              {"view", "alert", "-o", "-", "--release", "old"},
                                              {"view", "alert", "-o", "-", "--at", "-1"}}) {

@@ -2,18 +2,18 @@
 
 #include "commands.hpp"
 #include "exit.hpp"
+#include "shown_view.hpp"
+#include "view_window.hpp"
 #include "whole_file.hpp"
 
-#import <QuartzCore/QuartzCore.h>
 #import <VeltroHost/VeltroHost.h>
-#import <veltro/veltro.h>
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <charconv>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -21,17 +21,6 @@
 
 namespace veltro::tool {
 namespace {
-
-struct ViewOptions {
-  std::string kind;
-  std::string size;
-  std::string release;
-  std::string language;
-  double at = 0;
-  std::string title;
-  std::string message;
-  std::string out;
-};
 
 /// Gives the variable that value; whether it had another one.
 bool change_variable(const char *name, const std::string &value) {
@@ -49,13 +38,13 @@ bool settle_environment(const ViewOptions &options) {
   const bool language_changed = change_variable("LANGUAGE", options.language);
   if (!release_changed && !language_changed)
     return true;
-  NSArray *const arguments = [[NSProcessInfo processInfo] arguments];
-  std::vector<std::string> texts;
-  for (NSString *argument in arguments)
-    texts.emplace_back([argument UTF8String]);
+  std::vector<std::uint8_t> arguments;
+  if (!read_whole_file("/proc/self/cmdline", std::numeric_limits<std::size_t>::max(), arguments)
+           .empty())
+    return false;
   std::vector<char *> pointers;
-  for (std::string &text : texts)
-    pointers.push_back(text.data());
+  for (std::size_t at = 0; at < arguments.size(); at += std::strlen(pointers.back()) + 1)
+    pointers.push_back(reinterpret_cast<char *>(arguments.data()) + at);
   pointers.push_back(nullptr);
   execv("/proc/self/exe", pointers.data());
   return false;
@@ -73,70 +62,65 @@ bool parse_size(const std::string &text, CGSize &size) {
          fits(size.height);
 }
 
-NSString *string_of(const std::string &text) {
-  return text.empty() ? nil : [NSString stringWithUTF8String:text.c_str()];
+/// What is wrong with the options, or nothing; `size` becomes the view's.
+std::string problem_with(const ViewOptions &options, CGSize &size) {
+  if ((options.out.empty() ? 0 : 1) + (options.animation.empty() ? 0 : 1) +
+          (options.window ? 1 : 0) !=
+      1)
+    return "one of --out, --animate and --window is needed";
+  if (options.animation.ends_with(".gif"))
+    return "an animation is a PNG file";
+  const bool is_alert = options.kind == "alert";
+  if (is_alert && !options.size.empty())
+    return "an alert has the size that its contents need";
+  if (!is_alert && !(options.title.empty() && options.message.empty() && options.buttons.empty()))
+    return "only an alert has a title, a message and buttons";
+  if (!options.size.empty() && !parse_size(options.size, size))
+    return "--size must be WIDTHxHEIGHT in points, each from 1 to 4096";
+  return "";
 }
 
-/// The view as its layer draws it, on nothing.
-NSData *png_of(UIView *view) {
-  UIGraphicsBeginImageContextWithOptions([view bounds].size, NO, 0);
-  CGContextRef context = UIGraphicsGetCurrentContext();
-  if (context != nullptr)
-    [[view layer] renderInContext:context];
-  UIImage *const image = UIGraphicsGetImageFromCurrentImageContext();
-  UIGraphicsEndImageContext();
-  return image != nil ? UIImagePNGRepresentation(image) : nil;
-}
-
-int write_picture(UIView *view, const std::string &out) {
-  NSData *const png = png_of(view);
-  if (png == nil)
+int write_picture(const std::vector<std::uint8_t> &file, const std::string &out) {
+  if (file.empty())
     return answered_no("there is no memory for the picture");
-  const std::string problem =
-      write_whole_file(out, {static_cast<const std::uint8_t *>([png bytes]), [png length]});
+  const std::string problem = write_whole_file(out, file);
   return problem.empty() ? 0 : answered_no(out + ": " + problem);
 }
 
 int draw_view(const ViewOptions &options) {
   CGSize size = CGSizeMake(100, 100);
-  if (!options.size.empty() && !parse_size(options.size, size))
-    return usage_error("view: --size must be WIDTHxHEIGHT in points, each from 1 to 4096");
-  const bool is_alert = options.kind == "alert";
-  if (is_alert && !options.size.empty())
-    return usage_error("view: an alert has the size that its contents need");
-  if (!is_alert && !(options.title.empty() && options.message.empty()))
-    return usage_error("view: only an alert has a title and a message");
+  if (const std::string problem = problem_with(options, size); !problem.empty())
+    return usage_error("view: " + problem);
   if (!settle_environment(options))
     return answered_no(std::string("cannot start anew: ") + std::strerror(errno));
+  if (options.window)
+    return show_in_window(options, size);
 
   VHSetAnimationTime(options.at);
-  if (!is_alert) {
-    ZLTLoadingView *const view = [[[ZLTLoadingView alloc]
-        initWithFrame:CGRectMake(0, 0, size.width, size.height)] autorelease];
-    return write_picture(view, options.out);
-  }
-  ZLTActivityAlertView *const alert =
-      [[[ZLTActivityAlertView alloc] initWithTitle:string_of(options.title)
-                                           message:string_of(options.message)
-                                          delegate:nil
-                                 cancelButtonTitle:nil
-                                 otherButtonTitles:nil] autorelease];
-  [alert show];
-  const int status = write_picture(alert, options.out);
-  [alert close];
+  UIView *const view = make_view(options, size, nil);
+  const int status = options.animation.empty()
+                         ? write_picture(png_of(view), options.out)
+                         : write_picture(whole_turn_of(view, options.at), options.animation);
+  put_away(view);
   return status;
 }
 
 } // namespace
 
 void add_view(CLI::App &app, Action &run) {
-  CLI::App *command = app.add_subcommand("view", "Draw a view of the library as a PNG picture");
+  CLI::App *command =
+      app.add_subcommand("view", "Draw a view of the library, or show it in a window");
   const auto options = std::make_shared<ViewOptions>();
   command->add_option("KIND", options->kind, "loading or alert")
       ->required()
       ->check(CLI::IsMember({"loading", "alert"}));
-  command->add_option("-o,--out", options->out, "The file to write (- for standard output)")
-      ->required();
+  command->add_option("-o,--out", options->out, "Draw it to this PNG file (- for standard output)");
+  command->add_option("--animate", options->animation,
+                      "Draw the spinner's whole turn to this animated PNG file (APNG)");
+  CLI::Option *const window =
+      command->add_flag("--window", options->window,
+                        "Show it live in a window, until that is closed or a button is clicked, "
+                        "whose title is printed");
   command->add_option("--size", options->size,
                       "WIDTHxHEIGHT of the loading view in points (default: 100x100)");
   command
@@ -149,10 +133,15 @@ void add_view(CLI::App &app, Action &run) {
       });
   command->add_option("--language", options->language, "The user's language, such as de");
   command->add_option("--at", options->at, "Seconds that the spinner has been turning")
+      ->excludes(window)
       ->capture_default_str()
       ->check(CLI::Range(0.0, 1e6));
   command->add_option("--title", options->title, "The title of the alert");
   command->add_option("--message", options->message, "The message of the alert");
+  command
+      ->add_option("--button", options->buttons,
+                   "The title of a button of the alert; again for more")
+      ->allow_extra_args(false);
   command->footer("The picture has VELTRO_SCREEN_SCALE (or 2) pixels a point.");
   command->callback([options, &run] { run = [options] { return draw_view(*options); }; });
 }
