@@ -7,11 +7,11 @@
 #import <VeltroHost/VeltroHost.h>
 #import <veltro/UIDevice+ZLT.h>
 #import <veltro/ZLTUtils+ProcessTable.h>
+#import <veltro/ZLTUtils+System.h>
 
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
-#include <sys/sysctl.h>
 #include <vector>
 
 namespace veltro::tool {
@@ -33,20 +33,19 @@ Fact fact(const char *name, bool value) {
   return {name, value ? "yes" : "no", value ? "true" : "false"};
 }
 
+/// The model, or nil where the machine does not tell it.
 NSString *model() {
-  std::size_t size = 0;
-  if (sysctlbyname("hw.machine", nullptr, &size, nullptr, 0) != 0)
-    return nil;
-  std::vector<char> text(size);
-  if (sysctlbyname("hw.machine", text.data(), &size, nullptr, 0) != 0)
-    return nil;
-  return [NSString stringWithUTF8String:text.data()];
+  NSString *const text = [ZLTUtils platform];
+  return [text length] == 0 ? nil : text;
 }
 
 int print_info(bool as_json) {
   UIDevice *const device = [UIDevice currentDevice];
   const std::vector<Fact> facts{
       fact("release", [device systemVersion]),
+      fact("ios8", [ZLTUtils isIOS8] != NO),
+      fact("ios8_2", [ZLTUtils isIOS8_2] != NO),
+      fact("ios9", [ZLTUtils isIOS9] != NO),
       fact("model", model()),
       fact("udid", [device UDID]),
       fact("serial", [device serialNumber]),
