@@ -1,6 +1,7 @@
 // -[NSString cStringUsingEncoding:] answers NULL where the string does not fit the encoding;
-// GNUstep raises. Every class of the string cluster that implements the method is mended. Follows
-// Apple's NSString class reference.
+// GNUstep raises. Every class of the string cluster that implements the method is mended. ASCII is
+// copied straight out of the string, which GNUstep takes to UTF-16 and back. Follows Apple's
+// NSString class reference.
 
 #import <Foundation/Foundation.h>
 
@@ -15,11 +16,24 @@ using CString = const char *(*)(id, SEL, NSStringEncoding);
 constexpr std::size_t kMostClasses = 32;
 CString originals[kMostClasses];
 
+const char *ascii(NSString *string) {
+  const NSUInteger size = [string length] + 1;
+  auto *const text = static_cast<char *>(std::malloc(size));
+  if (text == nullptr)
+    return nullptr;
+  NSData *const kept = [NSData dataWithBytesNoCopy:text length:size freeWhenDone:YES];
+  if (![string getCString:text maxLength:size encoding:NSASCIIStringEncoding])
+    return nullptr;
+  return static_cast<const char *>([kept bytes]);
+}
+
 /// Stands in the place of the original of one class, so that a subclass's call of super reaches its
 /// superclass's own original.
 template <std::size_t Slot>
 const char *c_string_or_null(id self, SEL selector, NSStringEncoding encoding) {
   @try {
+    if (encoding == NSASCIIStringEncoding)
+      return ascii(self);
     return originals[Slot](self, selector, encoding);
   } @catch (NSException *exception) {
     if (![[exception name] isEqualToString:NSCharacterConversionException])

@@ -2,6 +2,19 @@
 
 #include <gtest/gtest.h>
 
+/// A string of a class that the platform does not know.
+@interface VTText : NSString
+@end
+
+@implementation VTText
+- (NSUInteger)length {
+  return 10;
+}
+- (unichar)characterAtIndex:(NSUInteger)index {
+  return static_cast<unichar>("of its own"[index]);
+}
+@end
+
 namespace {
 
 NSString *street() {
@@ -29,6 +42,24 @@ TEST(CStringUsingEncoding, AnswersWhatFits) {
   EXPECT_STREQ([street() cStringUsingEncoding:NSUTF8StringEncoding], "Stra\xc3\x9f"
                                                                      "e");
   EXPECT_STREQ([@"" cStringUsingEncoding:NSASCIIStringEncoding], "");
+}
+
+TEST(CStringUsingEncoding, AnswersAsciiOfEveryKindOfString) {
+  NSString *const wide = [[street() stringByAppendingString:@"!"] substringFromIndex:5];
+  NSString *const narrow =
+      [@"a long text that is not held inside the object itself, cut in the middle"
+          substringFromIndex:62];
+  EXPECT_STREQ([wide cStringUsingEncoding:NSASCIIStringEncoding], "e!");
+  EXPECT_STREQ([narrow cStringUsingEncoding:NSASCIIStringEncoding], "the middle");
+  EXPECT_STREQ([[[VTText new] autorelease] cStringUsingEncoding:NSASCIIStringEncoding],
+               "of its own");
+}
+
+TEST(CStringUsingEncoding, AnswersBytesThatAreTheCallersAlone) {
+  NSMutableString *const text = [NSMutableString stringWithString:@"before"];
+  const char *const bytes = [text cStringUsingEncoding:NSASCIIStringEncoding];
+  [text setString:@"after!"];
+  EXPECT_STREQ(bytes, "before");
 }
 
 } // namespace
