@@ -6,8 +6,6 @@
 
 #include "utils/base64.hpp"
 
-#include <b64/cdecode.h>
-#include <b64/cencode.h>
 #include <benchmark/benchmark.h>
 #include <cstring>
 #include <glib.h>
@@ -15,6 +13,11 @@
 #include <random>
 #include <string>
 #include <vector>
+
+extern "C" { // which these headers leave out
+#include <b64/cdecode.h>
+#include <b64/cencode.h>
+}
 
 namespace {
 
