@@ -67,7 +67,8 @@ Decoded decode_dropping(const char *text, std::size_t length, std::uint8_t *to) 
   unsigned count = 0; // how many they are, 0 to 3
   bool clean = true;  // whether a clean run may start here
   for (std::size_t at = 0; at < length; ++at) {
-    if (clean && count == 0) {
+    // A run of what is skipped is walked over first: a look at the vectors costs more than it.
+    if (clean && count == 0 && kFirstTable.entries[static_cast<unsigned char>(text[at])] >= 0) {
       const std::size_t taken = decode_run(text + at, length - at, to + written, length - written);
       written += taken / 4 * 3;
       at += taken;
@@ -130,6 +131,9 @@ Decoded decode_refusing(const char *text, std::size_t length, const std::uint8_t
       const auto character = static_cast<unsigned char>(text[at++]);
       if (character == '=' || is_space(character)) {
         clean = true;
+        // Back to the vectors, but not for each of several that are skipped.
+        if (count == 0 && at < length && table[static_cast<unsigned char>(text[at])] != kNoValue)
+          break;
         continue;
       }
       const std::uint8_t value = table[character];
@@ -138,8 +142,11 @@ Decoded decode_refusing(const char *text, std::size_t length, const std::uint8_t
       group = group << 6 | value;
       ++count;
     }
-    if (count == 0)
-      return {true, written};
+    if (count == 0) {
+      if (at == length)
+        return {true, written};
+      continue;
+    }
     if (count == 1)
       return {false, 0};
     group <<= 6 * (4 - count);
