@@ -23,7 +23,9 @@ const char *__lsan_default_suppressions() {
       // keeps them until the process ends.
       "leak:GSObjCAddMethods\n"
       "leak:GSObjCAddClassBehavior\n"
-      "leak:class_copyMethodList\n";
+      "leak:class_copyMethodList\n"
+      // Fontconfig keeps patterns for the process's life behind references that are no pointers.
+      "leak:libfontconfig\n";
 }
 
 } // extern "C"
