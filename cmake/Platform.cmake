@@ -15,7 +15,7 @@ add_custom_command(OUTPUT ${system_files_source}
 list(APPEND host_sources ${system_files_source})
 
 pkg_check_modules(HOST_DEPS REQUIRED IMPORTED_TARGET
-  cairo pangocairo gdk-pixbuf-2.0 sqlite3 libsodium)
+  cairo pangocairo gdk-pixbuf-2.0 libpng zlib sqlite3 libsodium)
 
 add_library(veltro-host SHARED ${host_sources})
 target_include_directories(veltro-host

@@ -23,9 +23,8 @@ gboolean append(const gchar *bytes, gsize count, GError ** /*error*/, void *file
   return TRUE;
 }
 
-Pixbuf create_pixbuf(const Bitmap &bitmap, bool has_alpha) {
-  return Pixbuf(gdk_pixbuf_new(GDK_COLORSPACE_RGB, has_alpha ? TRUE : FALSE, 8,
-                               static_cast<int>(bitmap.width()),
+Pixbuf create_pixbuf(const Bitmap &bitmap) {
+  return Pixbuf(gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, static_cast<int>(bitmap.width()),
                                static_cast<int>(bitmap.height())));
 }
 
@@ -49,18 +48,6 @@ void write_solid(std::uint32_t word, guchar *to) {
   to[0] = part(word, 16);
   to[1] = part(word, 8);
   to[2] = part(word, 0);
-}
-
-void write_straight(std::uint32_t word, guchar *to) {
-  const std::uint32_t alpha = word >> 24;
-  to[3] = static_cast<guchar>(alpha);
-  if (alpha == 255) {
-    write_solid(word, to);
-    return;
-  }
-  for (const int place : {0, 1, 2})
-    to[place] =
-        alpha == 0 ? 0 : static_cast<guchar>(unpremultiplied(part(word, 16 - 8 * place), alpha));
 }
 
 void write_on_white(std::uint32_t word, guchar *to) {
@@ -93,22 +80,11 @@ constexpr std::array<std::uint8_t, 36> exif(std::uint8_t orientation) {
 
 } // namespace
 
-std::vector<std::uint8_t> write_png(const Pixels &pixels) {
-  return pixels.read([](const Bitmap &bitmap) -> std::vector<std::uint8_t> {
-    const Pixbuf pixbuf = create_pixbuf(bitmap, !bitmap.opaque());
-    if (pixbuf == nullptr)
-      return {};
-    each_pixel(bitmap, pixbuf.get(), bitmap.opaque() ? write_solid : write_straight);
-    // Beyond level 4 photographs take three times as long and get no smaller.
-    return save(pixbuf, "png", "compression", "4");
-  });
-}
-
 std::vector<std::uint8_t> write_jpeg(const Pixels &pixels, double quality, int orientation) {
   const double bounded = quality > 0 ? std::fmin(quality, 1) : 0;
   const std::string percent = std::to_string(std::lround(bounded * 100));
   return pixels.read([&](const Bitmap &bitmap) -> std::vector<std::uint8_t> {
-    const Pixbuf pixbuf = create_pixbuf(bitmap, false);
+    const Pixbuf pixbuf = create_pixbuf(bitmap);
     if (pixbuf == nullptr)
       return {};
     each_pixel(bitmap, pixbuf.get(), bitmap.opaque() ? write_solid : write_on_white);
