@@ -25,7 +25,9 @@ const char *__lsan_default_suppressions() {
       "leak:GSObjCAddClassBehavior\n"
       "leak:class_copyMethodList\n"
       // Fontconfig keeps patterns for the process's life behind references that are no pointers.
-      "leak:libfontconfig\n";
+      "leak:libfontconfig\n"
+      // What the sanitizer asks about a thread that is just starting while the process ends.
+      "leak:pthread_getattr_np\n";
 }
 
 } // extern "C"

@@ -8,7 +8,7 @@
 #include "utils/base64_x86.hpp"
 #endif
 
-#include <cstring>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
 #include <sys/mman.h>
@@ -78,7 +78,7 @@ TEST_P(Base64Kernels, EncodeWholeGroupsAndTouchNothingElse) {
     const std::string code = model_encode(bytes);
     const Guarded from(length);
     const Guarded to(code.size());
-    std::memcpy(from.bytes, bytes.data(), length);
+    std::ranges::copy(bytes, from.bytes);
     auto *const text = reinterpret_cast<char *>(to.bytes);
     const std::size_t taken = GetParam().encode(from.bytes, length, text);
     ASSERT_EQ(taken % 3, 0U);
@@ -93,7 +93,7 @@ TEST_P(Base64Kernels, DecodeWholeGroupsAndTouchNothingElse) {
     std::string code = model_encode(bytes);
     code.resize(length, 'A');
     const Guarded from(length);
-    std::memcpy(from.bytes, code.data(), length);
+    std::ranges::copy(code, from.bytes);
     for (const std::size_t capacity : {bytes.size(), bytes.size() + 1, bytes.size() / 2}) {
       const Guarded to(capacity);
       const std::size_t taken =

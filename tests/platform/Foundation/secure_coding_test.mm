@@ -113,6 +113,7 @@ id securely(id object, Class expected) {
 
 /// The name of the exception that `work` raises, or nil.
 NSString *raised_by(void (^work)(void)) {
+  const veltro::test::LosingObjects losing;
   @try {
     work();
     return nil;
@@ -216,7 +217,6 @@ TEST(SecureCoding, ElementsMayBePropertyListObjectsOrTheClassesAskedFor) {
 }
 
 TEST(SecureCoding, PropertyListObjectsInsideAnElementAreHeldToTheClasses) {
-  const veltro::test::LosingObjects losing;
   NSSet *const both = [NSSet setWithObjects:[NSArray class], [SecureBox class], nil];
   NSArray *const boxes = [NSArray arrayWithObject:[SecureBox boxWith:@"text"]];
   EXPECT_TRUE([raised_by(^{
