@@ -7,13 +7,31 @@
 #import <Foundation/Foundation.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace veltro::test {
 
+/// A copy of what a call was given.
+class Given {
+public:
+  explicit Given(CFDictionaryRef dictionary) : copy_([(NSDictionary *)dictionary copy]) {}
+  ~Given() { [copy_ release]; }
+  Given(const Given &other) : copy_([other.copy_ retain]) {}
+  Given &operator=(Given other) {
+    std::swap(copy_, other.copy_);
+    return *this;
+  }
+
+  operator NSDictionary *() const { return copy_; }
+
+private:
+  NSDictionary *copy_;
+};
+
 struct Call {
   std::string function;
-  NSDictionary *dictionary; ///< a copy, never released
+  Given dictionary;
   bool wants_result;
   bool result_was_null;
 };
@@ -31,8 +49,8 @@ inline void forget_calls() {
 }
 
 inline void record(const char *function, CFDictionaryRef dictionary, const CFTypeRef *result) {
-  calls.push_back({function, [(NSDictionary *)dictionary copy], result != nullptr,
-                   result != nullptr && *result == nullptr});
+  calls.push_back(
+      {function, Given(dictionary), result != nullptr, result != nullptr && *result == nullptr});
 }
 
 } // namespace veltro::test
