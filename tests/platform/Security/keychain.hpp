@@ -134,4 +134,30 @@ protected:
   }
 };
 
+/// In memory where that is possible: for processes at a keychain, whose waiting for a disk would
+/// show nothing.
+class KeychainInMemory : public Keychain {
+protected:
+  KeychainInMemory() {
+    std::string name = "/dev/shm/veltro-test-XXXXXX";
+    if (mkdtemp(name.data()) != nullptr)
+      folder_ = name;
+  }
+  ~KeychainInMemory() override {
+    setenv("VELTRO_ROOT", device_root().c_str(), 1);
+    if (!folder_.empty()) {
+      status_of_search(item(@"x", @"x")); // lets go of the file
+      files::remove_all(folder_);
+    }
+  }
+  void SetUp() override {
+    Keychain::SetUp();
+    if (!folder_.empty())
+      setenv("VELTRO_ROOT", folder_.c_str(), 1);
+  }
+
+private:
+  files::path folder_;
+};
+
 } // namespace veltro::test
