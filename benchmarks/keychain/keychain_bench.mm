@@ -1,7 +1,8 @@
 // Saving, fetching and listing through the library's facade, in keychains of different sizes,
 // against plain SQLite and against a Secret Service. A save is what the facade does: it replaces
-// the item. The Secret Service is filled with at most a thousand items, since it writes its whole
-// keyring anew for each.
+// the item. "fetch" asks for one item again and again, "fetch any" for all in turn, in an order
+// that leaps about. The Secret Service is filled with at most a thousand items, since it writes its
+// whole keyring anew for each.
 
 #include "plain_sqlite.hpp"
 #include "secret_service.hpp"
@@ -109,14 +110,12 @@ PlainSQLite &plain(std::int64_t items) {
 /// The Secret Service with so many items; null where none answers.
 SecretService *secret_service(std::int64_t items) {
   static SecretService running(folder() / "secret-service");
-  static std::int64_t filled = 0;
-  if (!running.works())
+  static std::map<std::int64_t, std::int64_t> filled;
+  if (!running.use(std::to_string(items)))
     return nullptr;
-  for (; filled < items; ++filled)
-    if (!running.save("service", account_name(filled), "secret of item"))
+  for (std::int64_t &number = filled[items]; number < items; ++number)
+    if (!running.save("service", account_name(number), "secret of item"))
       return nullptr;
-  for (; filled > items; --filled)
-    running.remove("service", account_name(filled - 1));
   return &running;
 }
 
@@ -171,6 +170,35 @@ void fetch_secret_service(benchmark::State &state) {
     benchmark::DoNotOptimize(running->fetch("service", account_name(state.range(0) / 2)));
 }
 
+/// The numbers of all items, each once before any comes again.
+class InTurn {
+public:
+  explicit InTurn(std::int64_t items) : items_(items) {}
+  std::int64_t next() { return last_ = (last_ + 61'803) % items_; } // a prime
+
+private:
+  std::int64_t items_, last_ = 0;
+};
+
+void fetch_any_veltro(benchmark::State &state) {
+  use_keychain(state.range(0));
+  InTurn number(state.range(0));
+  for (auto _ : state)
+    @autoreleasepool {
+      if ([ZLTKeyChain passwordForService:service account:account(number.next())] == nil)
+        state.SkipWithError("a fetch failed");
+    }
+}
+
+void fetch_any_sqlite(benchmark::State &state) {
+  PlainSQLite &database = plain(state.range(0));
+  InTurn number(state.range(0));
+  for (auto _ : state)
+    @autoreleasepool {
+      benchmark::DoNotOptimize(database.fetch(service, account(number.next())));
+    }
+}
+
 void list_veltro(benchmark::State &state) {
   use_keychain(state.range(0));
   for (auto _ : state)
@@ -200,6 +228,10 @@ void sizes(benchmark::internal::Benchmark *benchmark) {
   benchmark->Arg(1)->Arg(1'000)->Arg(100'000)->UseRealTime()->Unit(benchmark::kMicrosecond);
 }
 
+void large_sizes(benchmark::internal::Benchmark *benchmark) {
+  benchmark->Arg(1'000)->Arg(100'000)->UseRealTime()->Unit(benchmark::kMicrosecond);
+}
+
 void small_sizes(benchmark::internal::Benchmark *benchmark) {
   benchmark->Arg(1)->Arg(1'000)->UseRealTime()->Unit(benchmark::kMicrosecond);
 }
@@ -210,6 +242,8 @@ BENCHMARK(save_secret_service)->Name("save/secret service")->Apply(small_sizes);
 BENCHMARK(fetch_veltro)->Name("fetch/veltro")->Apply(sizes);
 BENCHMARK(fetch_sqlite)->Name("fetch/sqlite")->Apply(sizes);
 BENCHMARK(fetch_secret_service)->Name("fetch/secret service")->Apply(small_sizes);
+BENCHMARK(fetch_any_veltro)->Name("fetch any/veltro")->Apply(large_sizes);
+BENCHMARK(fetch_any_sqlite)->Name("fetch any/sqlite")->Apply(large_sizes);
 BENCHMARK(list_veltro)->Name("list/veltro")->Apply(sizes);
 BENCHMARK(list_sqlite)->Name("list/sqlite")->Apply(sizes);
 BENCHMARK(list_secret_service)->Name("list/secret service")->Apply(small_sizes);

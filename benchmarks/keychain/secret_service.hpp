@@ -12,18 +12,43 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace veltro::bench {
 
 class SecretService {
 public:
-  explicit SecretService(const std::string &folder) {
-    std::filesystem::create_directories(folder);
-    for (const char *name : {"HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR", "XDG_CONFIG_HOME"})
-      setenv(name, folder.c_str(), 1);
+  explicit SecretService(std::filesystem::path folder) : folder_(std::move(folder)) {
+    std::filesystem::create_directories(folder_);
+    for (const char *name : {"HOME", "XDG_RUNTIME_DIR", "XDG_CONFIG_HOME"})
+      setenv(name, folder_.c_str(), 1);
     const std::string bus = start({"dbus-daemon", "--session", "--nofork", "--print-address"}, "");
     setenv("DBUS_SESSION_BUS_ADDRESS", bus.c_str(), 1);
+  }
+  ~SecretService() {
+    for (const pid_t child : children_) {
+      kill(child, SIGKILL);
+      waitpid(child, nullptr, 0);
+    }
+  }
+  SecretService(const SecretService &) = delete;
+  SecretService &operator=(const SecretService &) = delete;
+
+  /// Makes the keyring of this name the one in use; whether it answers.
+  bool use(const std::string &keyring) {
+    if (keyring == keyring_)
+      return works_;
+    keyring_ = keyring;
+    works_ = false;
+    secret_service_disconnect();
+    while (children_.size() > 1) { // all but the bus
+      kill(children_.back(), SIGKILL);
+      waitpid(children_.back(), nullptr, 0);
+      children_.pop_back();
+    }
+    std::filesystem::create_directories(folder_ / keyring);
+    setenv("XDG_DATA_HOME", (folder_ / keyring).c_str(), 1);
     start({"gnome-keyring-daemon", "--foreground", "--unlock", "--components=secrets"}, "password");
     // It says nothing when it is ready.
     for (int attempt = 0; attempt < 100 && !works_; ++attempt) {
@@ -31,18 +56,8 @@ public:
       works_ = save("probe", "probe", "probe") && !fetch("probe", "probe").empty();
     }
     remove("probe", "probe");
+    return works_;
   }
-  ~SecretService() {
-    for (const pid_t child : children_) {
-      kill(child, SIGTERM);
-      waitpid(child, nullptr, 0);
-    }
-  }
-  SecretService(const SecretService &) = delete;
-  SecretService &operator=(const SecretService &) = delete;
-
-  /// Whether there is one that answers.
-  [[nodiscard]] bool works() const { return works_; }
 
   bool save(const std::string &service, const std::string &account, const std::string &secret) {
     return secret_password_store_sync(schema(), SECRET_COLLECTION_DEFAULT, service.c_str(),
@@ -126,6 +141,8 @@ private:
     return line; // the other end stays open: the program may go on printing
   }
 
+  std::filesystem::path folder_;
+  std::string keyring_;
   std::vector<pid_t> children_;
   bool works_ = false;
 };

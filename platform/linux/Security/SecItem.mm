@@ -58,17 +58,27 @@ OSStatus copy_matching(CFDictionaryRef dictionary, CFTypeRef *result) {
     return status;
   const bool answers = result != nullptr && (query.return_data || query.return_attributes);
   Results results(query.return_data, query.return_attributes);
-  NSMutableArray *const found = [NSMutableArray array];
+  NSMutableArray *many = nil;
+  id one = nil;
   const OSStatus status = Store::shared().search(
       query.query, answers && query.return_data, [&](const Fields &fields, Secret secret) {
-        if (answers) {
-          id answer = results.new_answer(fields, std::move(secret));
-          [found addObject:answer];
-          [answer release];
+        if (!answers)
+          return;
+        id answer = results.new_answer(fields, std::move(secret));
+        if (!query.many) {
+          one = answer;
+          return;
         }
+        if (many == nil)
+          many = [[NSMutableArray alloc] init];
+        [many addObject:answer];
+        [answer release];
       });
   if (status == errSecSuccess && result != nullptr)
-    *result = answers ? [(query.many ? found : [found objectAtIndex:0]) retain] : nil;
+    *result = query.many ? many : one;
+  else
+    for (id unwanted : {one, (id)many})
+      [unwanted release];
   return status;
 }
 
@@ -77,36 +87,28 @@ OSStatus copy_matching(CFDictionaryRef dictionary, CFTypeRef *result) {
 extern "C" {
 
 OSStatus SecItemAdd(CFDictionaryRef attributes, CFTypeRef *result) {
-  @autoreleasepool {
-    return add(attributes, result);
-  }
+  return add(attributes, result);
 }
 
 OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef *result) {
-  @autoreleasepool {
-    return copy_matching(query, result);
-  }
+  return copy_matching(query, result);
 }
 
 OSStatus SecItemUpdate(CFDictionaryRef query, CFDictionaryRef attributesToUpdate) {
-  @autoreleasepool {
-    ItemQuery items;
-    ItemQuery changes;
-    OSStatus status = read(query, Use::update_query, items);
-    if (status == errSecSuccess)
-      status = read(attributesToUpdate, Use::changes, changes);
-    return status == errSecSuccess
-               ? Store::shared().update(items.query, changes.query.fields, changes.secret)
-               : status;
-  }
+  ItemQuery items;
+  ItemQuery changes;
+  OSStatus status = read(query, Use::update_query, items);
+  if (status == errSecSuccess)
+    status = read(attributesToUpdate, Use::changes, changes);
+  return status == errSecSuccess
+             ? Store::shared().update(items.query, changes.query.fields, changes.secret)
+             : status;
 }
 
 OSStatus SecItemDelete(CFDictionaryRef query) {
-  @autoreleasepool {
-    ItemQuery items;
-    const OSStatus status = read(query, Use::remove, items);
-    return status == errSecSuccess ? Store::shared().remove(items.query) : status;
-  }
+  ItemQuery items;
+  const OSStatus status = read(query, Use::remove, items);
+  return status == errSecSuccess ? Store::shared().remove(items.query) : status;
 }
 
 } // extern "C"

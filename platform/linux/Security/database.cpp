@@ -101,7 +101,8 @@ int Database::open(const std::string &path, Access access) {
   sqlite3_busy_handler(connection, nap, &waited_);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-  return run("PRAGMA synchronous = FULL; PRAGMA secure_delete = ON; PRAGMA cell_size_check = ON");
+  return run("PRAGMA synchronous = FULL; PRAGMA secure_delete = ON; PRAGMA cell_size_check = ON;"
+             "PRAGMA cache_size = -16384");
 }
 
 void Database::close() {
@@ -111,6 +112,7 @@ void Database::close() {
 }
 
 void Database::close_and_fold_log() {
+  stamps_.detach();
   statements_.clear();
   connection_.reset();
 }

@@ -1,6 +1,7 @@
 // One connection to the keychain's SQLite file, and the file's format.
 #pragma once
 
+#include "Security/commit_stamp.hpp"
 #include "Security/folder.hpp"
 
 #include <MacTypes.h>
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <sqlite3.h>
 #include <string>
@@ -51,6 +53,12 @@ public:
   /// How many rows the last statement changed.
   [[nodiscard]] int changes() const;
 
+  /// The stamp of the last commit that any process made; none where it cannot be told.
+  [[nodiscard]] std::optional<CommitStamp> last_commit() const { return stamps_.last(); }
+
+  /// Lets last_commit tell, from the first reading of the file on.
+  void watch_commits() { stamps_.attach(connection_.get()); }
+
   /// The keychain's status for a result code of SQLite.
   [[nodiscard]] OSStatus status_of(int code) const;
 
@@ -64,6 +72,7 @@ private:
   };
 
   std::chrono::microseconds waited_{}; ///< in the current wait for another writer
+  CommitStamps stamps_;
   std::unique_ptr<sqlite3, Close> connection_;
   std::unordered_map<std::uint32_t, std::unique_ptr<sqlite3_stmt, Close>> statements_;
 };

@@ -1,5 +1,7 @@
 #include "Security/folder.hpp"
 
+#include "Security/file.hpp"
+
 #include <Security/SecBase.h>
 
 #include <cerrno>
@@ -13,25 +15,6 @@
 
 namespace veltro::host::keychain {
 namespace {
-
-/// A file descriptor of this scope's own.
-class File {
-public:
-  File(const std::string &path, int flags, mode_t mode = 0)
-      : number_(::open(path.c_str(), flags | O_CLOEXEC, mode)) {}
-  ~File() {
-    if (number_ >= 0)
-      ::close(number_);
-  }
-  File(const File &) = delete;
-  File &operator=(const File &) = delete;
-
-  [[nodiscard]] int number() const { return number_; }
-  explicit operator bool() const { return number_ >= 0; }
-
-private:
-  int number_;
-};
 
 bool others_may(mode_t mode) {
   return (mode & (S_IRWXG | S_IRWXO)) != 0;

@@ -41,20 +41,28 @@ std::string_view bytes_of(NSData *data) {
   return {static_cast<const char *>([data bytes]), [data length]};
 }
 
-bool read_text(id value, Field &field) {
+bool read_text(id value, ItemQuery &out, Field &field) {
   if (!is(value, classes().string))
     return false;
-  NSData *const utf8 = [value dataUsingEncoding:NSUTF8StringEncoding];
-  const std::string_view bytes = bytes_of(utf8);
-  const bool ascii = std::ranges::all_of(bytes, [](char byte) { return byte > 0; });
-  // GNUstep drops half a surrogate pair without a word, and two names would become one.
-  if (!ascii || bytes.size() != [value length]) {
+  const NSUInteger length = [value length];
+  // Short plain text needs no object of its own. Its bytes are looked at one by one: a zero or half
+  // a surrogate pair, which GNUstep drops without a word, must not make two names one.
+  char *const place = out.texts.data() + out.texts_used;
+  const std::size_t room = out.texts.size() - out.texts_used;
+  if (length < room && [value getCString:place maxLength:room encoding:NSUTF8StringEncoding] &&
+      std::all_of(place, place + length, [](char byte) { return byte > 0; })) {
+    out.texts_used += length + 1;
+    field = Field::text({place, length});
+    return true;
+  }
+  @autoreleasepool {
+    NSData *const utf8 = [value dataUsingEncoding:NSUTF8StringEncoding];
     NSString *const again = [[[NSString alloc] initWithData:utf8
                                                    encoding:NSUTF8StringEncoding] autorelease];
     if (![again isEqualToString:value])
       return false;
+    field = Field::text(out.long_texts.emplace_front(bytes_of(utf8)));
   }
-  field = Field::text(bytes);
   return true;
 }
 
@@ -107,14 +115,14 @@ bool read_date(id value, Field &field) {
   return true;
 }
 
-bool read_accessible(id value, Field &field) {
+bool read_accessible(id value, ItemQuery &out, Field &field) {
   for (const CFStringRef known :
        {kSecAttrAccessibleWhenUnlocked, kSecAttrAccessibleAfterFirstUnlock,
         kSecAttrAccessibleAlways, kSecAttrAccessibleWhenPasscodeSetThisDeviceOnly,
         kSecAttrAccessibleWhenUnlockedThisDeviceOnly,
         kSecAttrAccessibleAfterFirstUnlockThisDeviceOnly, kSecAttrAccessibleAlwaysThisDeviceOnly})
     if (equals(value, known))
-      return read_text((id)known, field);
+      return read_text((id)known, out, field);
   return false;
 }
 
@@ -132,7 +140,7 @@ bool read_attribute(std::size_t at, id value, Use use, ItemQuery &out) {
   Field &field = out.query.fields[at];
   switch (attributes[at].kind) {
   case Kind::text:
-    return read_text(value, field);
+    return read_text(value, out, field);
   case Kind::data:
     return read_data(value, field);
   case Kind::number:
@@ -142,7 +150,7 @@ bool read_attribute(std::size_t at, id value, Use use, ItemQuery &out) {
   case Kind::date:
     return read_date(value, field);
   case Kind::accessible:
-    return read_accessible(value, field);
+    return read_accessible(value, out, field);
   case Kind::synchronizable:
     return read_sync(value, use, out);
   }
@@ -189,33 +197,29 @@ bool read_request(CFStringRef key, id value, Use use, ItemQuery &out, bool &want
   return false;
 }
 
-constexpr std::array<const CFStringRef *, 7> keys_of_requests{
-    &kSecValueData, &kSecMatchLimit,          &kSecReturnData, &kSecReturnAttributes,
-    &kSecReturnRef, &kSecReturnPersistentRef, &kSecClass};
+constexpr std::array<const CFStringRef *, 6> keys_of_requests{
+    &kSecMatchLimit, &kSecReturnData, &kSecReturnAttributes,
+    &kSecValueData,  &kSecReturnRef,  &kSecReturnPersistentRef};
 
-/// The constant that `key` is or equals; null where it is none of the keys.
-CFStringRef known_key(id key) {
-  const auto find = [](const auto &matches) -> CFStringRef {
-    for (const CFStringRef *const known : keys_of_requests)
-      if (matches(*known))
-        return *known;
-    for (const CFStringRef *const known : keys_of_attributes)
-      if (matches(*known))
-        return *known;
-    return nullptr;
-  };
-  // Nearly every key is the constant itself.
-  if (const CFStringRef same = find([&](CFStringRef known) { return key == (id)known; }))
-    return same;
-  return find([&](CFStringRef known) { return [key isEqual:(id)known] != NO; });
-}
+/// What a call looks at one by one, until it has seen as many entries as there are.
+class Entries {
+public:
+  explicit Entries(NSDictionary *entries) : entries_(entries), left_([entries count]) {}
 
-std::size_t attribute_of(CFStringRef key) {
-  std::size_t at = 0;
-  while (at < attributes.size() && key != *keys_of_attributes[at])
-    ++at;
-  return at;
-}
+  /// The value of a key; nil where there is none.
+  id take(CFStringRef key) {
+    id value = left_ > 0 ? [entries_ objectForKey:(id)key] : nil;
+    left_ -= value != nil;
+    return value;
+  }
+
+  /// How many entries nobody took.
+  [[nodiscard]] NSUInteger left() const { return left_; }
+
+private:
+  NSDictionary *entries_;
+  NSUInteger left_;
+};
 
 } // namespace
 
@@ -225,23 +229,30 @@ OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out) {
     return errSecParam;
   if (use == Use::search)
     out.query.limit = 1;
-  bool has_class = false;
+  Entries left(entries);
+  id item_class = left.take(kSecClass);
+  if (use == Use::changes ? item_class != nil : !equals(item_class, kSecClassGenericPassword))
+    return errSecParam;
   bool wants_reference = false;
-  for (id key in entries) {
-    id value = [entries objectForKey:key];
-    const CFStringRef known = known_key(key);
-    if (known == nullptr)
-      return errSecParam;
-    if (known == kSecClass) {
-      if (use == Use::changes || !equals(value, kSecClassGenericPassword))
-        return errSecParam;
-      has_class = true;
-    } else if (const std::size_t at = attribute_of(known);
-               at < attributes.size() ? !read_attribute(at, value, use, out)
-                                      : !read_request(known, value, use, out, wants_reference))
-      return errSecParam;
-  }
-  if (!has_class && use != Use::changes)
+  const auto read_attributes = [&](std::size_t from, std::size_t to) {
+    for (std::size_t at = from; at < to && left.left() > 0; ++at)
+      if (id value = left.take(*keys_of_attributes[at]);
+          value != nil && !read_attribute(at, value, use, out))
+        return false;
+    return true;
+  };
+  const auto read_requests = [&] {
+    for (const CFStringRef *const key : keys_of_requests)
+      if (id value = left.take(*key);
+          value != nil && !read_request(*key, value, use, out, wants_reference))
+        return false;
+    return true;
+  };
+  // What nearly every call gives comes first: what names an item, and what is wanted of it.
+  if (!read_attributes(0, created) || !read_requests() ||
+      !read_attributes(created, attributes.size()))
+    return errSecParam;
+  if (left.left() > 0) // under keys that nobody knows
     return errSecParam;
   return wants_reference ? errSecUnimplemented : errSecSuccess;
 }

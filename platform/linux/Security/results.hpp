@@ -6,9 +6,9 @@
 
 #import <Foundation/Foundation.h>
 
-#include <array>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace veltro::host::keychain {
 
@@ -34,7 +34,7 @@ private:
   id shared_text(std::size_t at, std::string_view bytes);
 
   bool data_, attributes_;
-  std::array<Text, attributes.size()> last_;
+  std::vector<Text> last_; ///< of each attribute
 };
 
 } // namespace veltro::host::keychain

@@ -3,6 +3,7 @@
 #include "Security/attribute_keys.hpp"
 
 #include <Security/SecItem.h>
+#include <array>
 
 namespace veltro::host::keychain {
 namespace {
@@ -20,7 +21,8 @@ NSString *new_text(std::string_view text) {
 
 } // namespace
 
-Results::Results(bool data, bool attributes) : data_(data), attributes_(attributes) {}
+Results::Results(bool data, bool attributes)
+    : data_(data), attributes_(attributes), last_(attributes ? keychain::attributes.size() : 0) {}
 
 Results::~Results() {
   for (const Text &text : last_)

@@ -30,6 +30,11 @@ template <typename Number> void append_number(std::string &out, Number number) {
   out.append(raw.data(), raw.size());
 }
 
+template <typename Number> void take_number(std::string_view &in, Number &number) {
+  std::memcpy(&number, in.data(), sizeof number);
+  in.remove_prefix(sizeof number);
+}
+
 } // namespace
 
 bool sealing_is_ready() {
@@ -104,6 +109,32 @@ void write_bound_form(const Fields &fields, std::string &out) {
       break;
     }
   }
+}
+
+Fields fields_of_bound_form(std::string_view bound) {
+  Fields fields;
+  for (Field &field : fields) {
+    field.type = static_cast<Field::Type>(bound.front());
+    bound.remove_prefix(1);
+    std::uint64_t length = 0;
+    switch (field.type) {
+    case Field::Type::absent:
+      break;
+    case Field::Type::integer:
+      take_number(bound, field.integer);
+      break;
+    case Field::Type::real:
+      take_number(bound, field.real);
+      break;
+    case Field::Type::text:
+    case Field::Type::data:
+      take_number(bound, length);
+      field.bytes = bound.substr(0, length);
+      bound.remove_prefix(length);
+      break;
+    }
+  }
+  return fields;
 }
 
 Checksum checksum_of(const Keys &keys, std::string_view bound) {

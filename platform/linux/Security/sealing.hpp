@@ -67,6 +67,9 @@ void wipe(std::span<unsigned char> bytes);
 /// Replaces `out` by the attributes in the form that secrets are bound to.
 void write_bound_form(const Fields &fields, std::string &out);
 
+/// The attributes that such a form was made of, as views of it.
+Fields fields_of_bound_form(std::string_view bound);
+
 Checksum checksum_of(const Keys &keys, std::string_view bound);
 bool checksum_holds(const Keys &keys, std::string_view bound, std::string_view checksum);
 

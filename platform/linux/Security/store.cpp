@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <pthread.h>
 #include <utility>
 #include <vector>
@@ -89,27 +90,55 @@ OSStatus Store::add(Fields &fields, std::string_view secret) {
 
 OSStatus Store::search(const Query &query, bool with_secrets, const Visitor &visit) {
   return perform(Missing::not_found, [&]() -> Outcome {
-    sqlite3_stmt *const statement = select_items(database_, query);
-    if (statement == nullptr)
-      return {SQLITE_ERROR, errSecSuccess};
-    bool found = false;
-    {
-      const StatementUse use(statement);
-      int code = SQLITE_OK;
-      while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
-        const Row row = row_of(statement);
-        write_bound_form(row.fields, bound_);
-        Secret secret = with_secrets ? keychain::open(*keys_, bound_, row.sealed) : Secret();
-        if (with_secrets ? !secret : !checksum_holds(*keys_, bound_, row.checksum))
-          return undecodable();
-        visit(row.fields, std::move(secret));
-        found = true;
-      }
-      if (code != SQLITE_DONE)
-        return {code, errSecSuccess};
-    }
-    return found ? Outcome{SQLITE_OK, errSecSuccess} : nothing_found();
+    write_name(query, with_secrets, search_);
+    const std::optional<CommitStamp> commit = database_.last_commit();
+    if (commit)
+      if (const std::vector<KnownRow> *const known = known_.find(*commit, search_))
+        return visit_known(*known, with_secrets, visit);
+    return read_items(query, with_secrets, visit);
   });
+}
+
+Store::Outcome Store::visit_known(const std::vector<KnownRow> &rows, bool with_secrets,
+                                  const Visitor &visit) {
+  for (const KnownRow &row : rows) {
+    Secret secret = with_secrets ? keychain::open(*keys_, row.bound, row.sealed) : Secret();
+    if (with_secrets && !secret)
+      return undecodable();
+    visit(fields_of_bound_form(row.bound), std::move(secret));
+  }
+  return rows.empty() ? nothing_found() : Outcome{SQLITE_OK, errSecSuccess};
+}
+
+Store::Outcome Store::read_items(const Query &query, bool with_secrets, const Visitor &visit) {
+  const std::optional<CommitStamp> commit = database_.last_commit();
+  sqlite3_stmt *const statement = select_items(database_, query);
+  if (statement == nullptr)
+    return {SQLITE_ERROR, errSecSuccess};
+  KnownRows::Recording recording;
+  const bool recorded = commit && known_.is_repeated(search_);
+  std::int64_t found = 0;
+  {
+    const StatementUse use(statement);
+    int code = SQLITE_DONE;
+    while ((query.limit == 0 || found < query.limit) &&
+           (code = sqlite3_step(statement)) == SQLITE_ROW) {
+      const Row row = row_of(statement);
+      write_bound_form(row.fields, bound_);
+      Secret secret = with_secrets ? keychain::open(*keys_, bound_, row.sealed) : Secret();
+      if (with_secrets ? !secret : !checksum_holds(*keys_, bound_, row.checksum))
+        return undecodable();
+      visit(row.fields, std::move(secret));
+      if (recorded)
+        recording.add(bound_, row.sealed);
+      ++found;
+    }
+    if (code != SQLITE_DONE && code != SQLITE_ROW)
+      return {code, errSecSuccess};
+  }
+  if (recorded && database_.last_commit() == commit)
+    known_.keep(*commit, search_, std::move(recording));
+  return found > 0 ? Outcome{SQLITE_OK, errSecSuccess} : nothing_found();
 }
 
 OSStatus Store::remove(const Query &query) {
@@ -249,6 +278,9 @@ OSStatus Store::make_ready(Missing missing) {
     paths_ = Paths::at(root);
     root_ = std::move(root);
   }
+  if (database_.is_open() && watch_.holds(paths_))
+    return errSecSuccess;
+  watch_.begin(paths_, std::time(nullptr));
   OSStatus folder = check_folder(paths_);
   if (folder == errSecItemNotFound && missing == Missing::create) {
     if (const OSStatus made = make_folder(paths_); made != errSecSuccess)
@@ -259,8 +291,10 @@ OSStatus Store::make_ready(Missing missing) {
     return folder;
   Identity key;
   const OSStatus key_status = check_key(paths_, key);
-  if (database_.is_open() && key_status == errSecSuccess && key == key_identity_ && in_place())
+  if (database_.is_open() && key_status == errSecSuccess && key == key_identity_ && in_place()) {
+    watch_.trust(paths_, key);
     return errSecSuccess;
+  }
   if (key_status != errSecSuccess && key_status != errSecItemNotFound)
     return key_status;
   return open_files(missing);
@@ -312,6 +346,7 @@ OSStatus Store::open_database() {
     return file_error(errno, paths_.database);
   database_identity_ = Identity::of(status);
   checked_ = false;
+  known_.forget();
   if (status.st_size == 0)
     return set_damaged_aside();
 
@@ -319,6 +354,8 @@ OSStatus Store::open_database() {
   int code = database_.open(paths_.database, Database::Access::read_write);
   if (code == SQLITE_OK)
     code = database_.number("SELECT count(*) FROM sqlite_schema", ignored);
+  if (code == SQLITE_OK)
+    database_.watch_commits();
   // A write-ahead log wants to be written even to be read. On a read-only file system without one,
   // nobody writes the file.
   struct stat log{};

@@ -3,7 +3,8 @@
 #pragma once
 
 #include "Security/database.hpp"
-#include "Security/item_rows.hpp"
+#include "Security/folder_watch.hpp"
+#include "Security/known_rows.hpp"
 
 #include <functional>
 #include <mutex>
@@ -52,6 +53,8 @@ private:
   OSStatus handle_damage();
   OSStatus set_damaged_aside();
   Outcome nothing_found();
+  Outcome read_items(const Query &query, bool with_secrets, const Visitor &visit);
+  Outcome visit_known(const std::vector<KnownRow> &rows, bool with_secrets, const Visitor &visit);
   Outcome replace(std::int64_t id, const Fields &changes, std::optional<std::string_view> secret);
   Outcome undecodable() const;
   bool in_place() const;
@@ -67,8 +70,10 @@ private:
   Identity database_identity_;
   std::optional<Keys> keys_;
   Identity key_identity_;
+  FolderWatch watch_;
+  KnownRows known_;
   bool checked_ = false; ///< whether this connection found the whole file sound
-  std::string bound_, sealed_;
+  std::string bound_, sealed_, search_;
 };
 
 } // namespace veltro::host::keychain

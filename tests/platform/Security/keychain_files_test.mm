@@ -2,6 +2,9 @@
 
 #include "platform/Security/keychain.hpp"
 
+#include <chrono>
+#include <thread>
+
 namespace veltro::test {
 namespace {
 
@@ -177,6 +180,25 @@ TEST_F(KeychainFiles, MayBeTakenAwayAndPutBackWhileInUse) {
   files::remove_all(device_root());
   files::rename(away, device_root());
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+}
+
+TEST_F(KeychainFiles, AreWatchedAlsoAfterALongRest) {
+  ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
+  const auto rest = [] {
+    status_of_search(item(@"mail", @"ann"));
+    std::this_thread::sleep_for(std::chrono::seconds(4)); // until the folder's times tell
+    for (int again = 0; again < 3; ++again)
+      EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecSuccess);
+  };
+  rest();
+  files::permissions(paths().key, files::perms::group_read, files::perm_options::add);
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
+  files::permissions(paths().key, files::perms::group_read, files::perm_options::remove);
+  rest();
+  files::rename(paths().folder, paths().folder + ".away");
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
+  files::rename(paths().folder + ".away", paths().folder);
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecSuccess);
 }
 
 TEST_F(KeychainFiles, StandOddNames) {
