@@ -37,7 +37,8 @@ TEST(LaunchTool, SaysThatAnAppDidNotStart) {
   write_file(lay_system_app("org.example.script", "Script") / "Script", "#!/nowhere\n");
   const ToolResult result = run_tool({"launch", "org.example.script"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.error, EndsWith("veltro: cannot launch org.example.script: it does not run\n"));
+  EXPECT_THAT(result.error,
+              EndsWith("veltro: cannot launch org.example.script: it does not run\n"));
 }
 
 TEST(LaunchTool, WantsOneIdentifier) {
