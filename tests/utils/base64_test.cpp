@@ -44,6 +44,8 @@ TEST(Base64, AgreesWithTheModelOnEveryCharacterAtEveryPlaceOfARun) {
       text[place] = static_cast<char>(code);
       ASSERT_EQ(decoded_dropping(text), model_decode_dropping(text)) << place << ' ' << code;
       ASSERT_EQ(decoded_refusing(text), model_decode_refusing(text)) << place << ' ' << code;
+      ASSERT_EQ(decoded_dropping<Plain>(text), decoded_dropping(text)) << place << ' ' << code;
+      ASSERT_EQ(decoded_refusing<Plain>(text), decoded_refusing(text)) << place << ' ' << code;
     }
 }
 
@@ -59,6 +61,8 @@ TEST(Base64, AgreesWithTheModelOnRandomTexts) {
                                          : kModelAlphabet[random() % kModelAlphabet.size()];
     ASSERT_EQ(decoded_dropping(text), model_decode_dropping(text)) << text;
     ASSERT_EQ(decoded_refusing(text), model_decode_refusing(text)) << text;
+    ASSERT_EQ(decoded_dropping<Plain>(text), decoded_dropping(text)) << text;
+    ASSERT_EQ(decoded_refusing<Plain>(text), decoded_refusing(text)) << text;
   }
 }
 
