@@ -5,7 +5,7 @@
 #include "utils/owned.hpp"
 
 #import <BackBoardServices/BackBoardServices.h>
-#import <UIKit/UIKit.h>
+#import <UIKit/UIApplication+Launching.h>
 #include <dispatch/dispatch.h>
 #include <utility>
 

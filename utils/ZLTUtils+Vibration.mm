@@ -1,8 +1,8 @@
 #import <veltro/ZLTUtils+System.h>
 #import <veltro/ZLTUtils+Vibration.h>
 
-#import <AudioToolbox/AudioToolbox.h>
-#import <CoreMedia/CoreMedia.h>
+#import <AudioToolbox/AudioServicesVibration.h>
+#import <CoreMedia/FigVibrator.h>
 #include <dispatch/dispatch.h>
 #include <notify.h>
 

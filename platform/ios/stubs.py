@@ -1,7 +1,9 @@
-"""stubs.py IMPORTS FOLDER: writes the text-based stubs (.tbd) that stand for the device's libraries
-when there is no SDK, holding just the symbols that IMPORTS names, and the file link.rsp with the
-arguments that link against them."""
+"""stubs.py IMPORTS FOLDER [SDK]: writes the text-based stubs (.tbd) that stand for the device's
+libraries when there is no SDK, holding just the symbols that IMPORTS names, and the file link.rsp with
+the arguments that link against them. A library of SDK takes the place of its stub, unless it lacks a
+symbol: an SDK need not have the private ones."""
 import os
+import re
 import sys
 
 FRAMEWORKS = '/System/Library/Frameworks/{0}.framework/{0}'
@@ -54,8 +56,18 @@ def read(path):
     return groups
 
 
+def in_sdk(sdk, install_name, symbols):
+    """The SDK's own form of a library, where it has one that holds all the symbols."""
+    for path in (sdk + re.sub(r'(\.dylib)?$', '.tbd', install_name, count=1), sdk + install_name):
+        if os.path.exists(path):
+            with open(path, 'rb') as file:
+                found = set(re.findall(rb'[\w$.]+', file.read()))
+            return path if found.issuperset(symbol.encode() for symbol in symbols) else None
+    return None
+
+
 def main():
-    listing, folder = sys.argv[1:]
+    listing, folder, sdk = (*sys.argv[1:], '')[:3]
     groups = read(listing)
     for group, names in RUNTIME.items():
         groups[group] = groups.get(group, []) + names
@@ -82,6 +94,8 @@ def main():
             if classes:
                 file.write(f"    objc-classes:    [ {', '.join(sorted(classes))} ]\n")
             file.write('...\n')
+        if sdk:
+            path = in_sdk(sdk, install_name.format(group), symbols + classes) or path
         arguments.append(('-weak_library ' if may_be_missing else '') + path)
     with open(os.path.join(folder, 'link.rsp'), 'w', encoding='utf-8') as file:
         file.write('\n'.join(arguments) + '\n')
