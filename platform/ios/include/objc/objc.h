@@ -1,6 +1,8 @@
 // The types of Objective-C as the device's runtime has them.
 #pragma once
 
+#include <stdbool.h>
+
 #if __OBJC_BOOL_IS_BOOL
 typedef bool BOOL;
 #else
