@@ -30,7 +30,9 @@ public:
     veltro::host::installed_apps();
   }
 
-  [[nodiscard]] NSString *wanted() const { return [NSString stringWithUTF8String:wanted_.c_str()]; }
+  [[nodiscard]] NSString *new_wanted() const {
+    return [[NSString alloc] initWithUTF8String:wanted_.c_str()];
+  }
   [[nodiscard]] fs::path containers() const {
     return folder_.path() / "var/mobile/Containers/Bundle/Application";
   }
@@ -42,7 +44,7 @@ private:
 
 void look_up(benchmark::State &state) {
   const Root root(state.range(0));
-  NSString *wanted = [root.wanted() retain];
+  NSString *wanted = root.new_wanted();
   for (auto _ : state) {
     @autoreleasepool {
       if ([ZLTUtils applicationInstalledDirectory:wanted] == nil)
@@ -79,7 +81,7 @@ void stat_every_folder(benchmark::State &state) {
 
 void read_every_info(benchmark::State &state) {
   const Root root(state.range(0));
-  NSString *wanted = [root.wanted() retain];
+  NSString *wanted = root.new_wanted();
   for (auto _ : state) {
     @autoreleasepool {
       bool found = false;
