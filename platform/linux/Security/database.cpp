@@ -32,6 +32,9 @@ int nap(void *waited, int count) {
 
 constexpr std::size_t most_statements = 64;
 
+/// Keys of statements; beside those of the statements on items.
+enum : std::uint32_t { beginning = 101, committing = 102, undoing = 103 };
+
 constexpr std::array format{
     // 1: generic passwords. The unique index leads with the service, then the account: it serves
     // fetching, and listing a service.
@@ -113,7 +116,8 @@ void Database::close() {
 
 void Database::close_and_fold_log() {
   stamps_.detach();
-  statements_.clear();
+  few_.clear();
+  many_.clear();
   connection_.reset();
 }
 
@@ -122,17 +126,27 @@ int Database::run(const char *sql) {
 }
 
 sqlite3_stmt *Database::statement(std::uint32_t key, const std::function<std::string()> &sql) {
-  if (const auto known = statements_.find(key); known != statements_.end())
+  Statements &statements = key < first_of_many ? few_ : many_;
+  if (const auto known = statements.find(key); known != statements.end())
     return known->second.get();
-  if (statements_.size() >= most_statements)
-    statements_.clear();
+  if (statements.size() >= most_statements)
+    statements.clear();
   const std::string text = sql();
   sqlite3_stmt *statement = nullptr;
   if (sqlite3_prepare_v3(connection_.get(), text.c_str(), static_cast<int>(text.size()) + 1,
                          SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK)
     return nullptr;
-  statements_.emplace(key, statement);
+  statements.emplace(key, statement);
   return statement;
+}
+
+int Database::run(std::uint32_t key, const char *sql) {
+  sqlite3_stmt *const statement = this->statement(key, [&] { return std::string(sql); });
+  if (statement == nullptr)
+    return sqlite3_errcode(connection_.get());
+  const int code = sqlite3_step(statement);
+  sqlite3_reset(statement);
+  return code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
 int Database::number(const char *sql, std::int64_t &out) {
@@ -235,15 +249,16 @@ OSStatus make_database_file(const std::string &path) {
 }
 
 Transaction::Transaction(Database &database)
-    : database_(database), begun_(database.run("BEGIN IMMEDIATE")), open_(begun_ == SQLITE_OK) {}
+    : database_(database), begun_(database.run(beginning, "BEGIN IMMEDIATE")),
+      open_(begun_ == SQLITE_OK) {}
 
 Transaction::~Transaction() {
   if (open_)
-    database_.run("ROLLBACK");
+    database_.run(undoing, "ROLLBACK");
 }
 
 int Transaction::commit() {
-  const int code = database_.run("COMMIT");
+  const int code = database_.run(committing, "COMMIT");
   open_ = code != SQLITE_OK;
   return code;
 }

@@ -41,8 +41,13 @@ public:
   int run(const char *sql);
 
   /// The statement of `key`, prepared from what `sql` answers when it is wanted for the first time;
-  /// null where SQLite refuses it. It is reset and has no values bound.
+  /// null where SQLite refuses it. It is reset and has no values bound. Those with keys below
+  /// `first_of_many` stay; there may be any number of others, of which one is in use at a time.
   sqlite3_stmt *statement(std::uint32_t key, const std::function<std::string()> &sql);
+  static constexpr std::uint32_t first_of_many = 1U << 24;
+
+  /// Runs a statement of `key` that answers nothing.
+  int run(std::uint32_t key, const char *sql);
 
   /// The first column of the first row that `sql` answers.
   int number(const char *sql, std::int64_t &out);
@@ -74,7 +79,8 @@ private:
   std::chrono::microseconds waited_{}; ///< in the current wait for another writer
   CommitStamps stamps_;
   std::unique_ptr<sqlite3, Close> connection_;
-  std::unordered_map<std::uint32_t, std::unique_ptr<sqlite3_stmt, Close>> statements_;
+  using Statements = std::unordered_map<std::uint32_t, std::unique_ptr<sqlite3_stmt, Close>>;
+  Statements few_, many_;
 };
 
 /// Brings the file up to the format that has all of `steps`; errSecNotAvailable for a newer one.

@@ -10,7 +10,10 @@ constexpr int sealed_column = checksum_column + 1;
 constexpr int id_column = checksum_column + 2;
 
 // The keys of prepared statements: what they do, and for queries which attributes they give.
-enum Verb : std::uint32_t { selecting = 1U << 24, deleting = 2U << 24 };
+enum Verb : std::uint32_t {
+  selecting = Database::first_of_many,
+  deleting = 2 * Database::first_of_many
+};
 enum Fixed : std::uint32_t { selecting_one = 1, inserting = 2, updating = 3 };
 
 constexpr std::uint32_t any_sync_bit = 1U << 15;
