@@ -212,6 +212,57 @@ TEST_F(Facade, SetsServiceAccountAndPasswordInThisOrder) {
   EXPECT_EQ(order, Names({"setService:", "setAccount:", "deleteItem:"}));
 }
 
+std::vector<NSError **> wanted_errors;
+
+template <typename Answer>
+Answer note_read(id, SEL selector, NSString *, NSString *, NSError **error) {
+  order.emplace_back(sel_getName(selector));
+  wanted_errors.push_back(error);
+  return {};
+}
+
+BOOL note_store(id, SEL selector, NSString *, NSString *, NSString *, NSError **error) {
+  return note_read<BOOL>(nil, selector, nil, nil, error);
+}
+
+NSArray *note_listing(id, SEL selector, NSString *service, NSError **error) {
+  EXPECT_EQ(service, nil);
+  return note_read<NSArray *>(nil, selector, nil, nil, error);
+}
+
+NSArray *note_all(id, SEL selector, NSError **error) {
+  return note_read<NSArray *>(nil, selector, nil, nil, error);
+}
+
+TEST_F(Facade, TheShortFormsCallTheLongOnesWithoutAnError) {
+  const auto method = [](SEL selector) {
+    return class_getClassMethod([ZLTKeyChain class], selector);
+  };
+  const ReplacedMethod read(method(@selector(passwordForService:account:error:)),
+                            note_read<NSString *>);
+  const ReplacedMethod remove(method(@selector(deletePasswordForService:account:error:)),
+                              note_read<BOOL>);
+  const ReplacedMethod store(method(@selector(setPassword:forService:account:error:)), note_store);
+  const ReplacedMethod listing(method(@selector(accountsForService:error:)), note_listing);
+  order.clear();
+  NSError *error = nil;
+  [ZLTKeyChain passwordForService:@"mail" account:@"ann"];
+  [ZLTKeyChain deletePasswordForService:@"mail" account:@"ann"];
+  [ZLTKeyChain setPassword:@"x" forService:@"mail" account:@"ann"];
+  [ZLTKeyChain accountsForService:nil];
+  [ZLTKeyChain allAccounts:&error];
+  {
+    const ReplacedMethod all(method(@selector(allAccounts:)), note_all);
+    [ZLTKeyChain allAccounts];
+  }
+  EXPECT_EQ(order,
+            Names({"passwordForService:account:error:", "deletePasswordForService:account:error:",
+                   "setPassword:forService:account:error:", "accountsForService:error:",
+                   "accountsForService:error:", "allAccounts:"}));
+  EXPECT_EQ(wanted_errors,
+            std::vector<NSError **>({nullptr, nullptr, nullptr, nullptr, &error, nullptr}));
+}
+
 // One test, since the setting lives as long as the process and cannot be cleared.
 TEST_F(Facade, AppliesTheAccessibilityToEverySaveOnceItIsSet) {
   const auto saved = [] {

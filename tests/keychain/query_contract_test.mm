@@ -72,6 +72,16 @@ TEST_F(Query, StartsEmpty) {
   EXPECT_EQ([query_ synchronizationMode], ZLTKeyChainQuerySynchronizationModeAny);
 }
 
+TEST_F(Query, HasAFieldForEachPropertyButTheDerivedOnes) {
+  Class const type = [ZLTKeyChainQuery class];
+  for (const char *name :
+       {"_account", "_service", "_label", "_accessGroup", "_synchronizationMode", "_passwordData"})
+    EXPECT_NE(class_getInstanceVariable(type, name), nullptr) << name;
+  for (const char *name : {"_password", "_passwordObject"})
+    EXPECT_EQ(class_getInstanceVariable(type, name), nullptr) << name;
+  EXPECT_EQ([type superclass], [NSObject class]);
+}
+
 TEST_F(Query, TheModeIs64BitsWideAndUnsigned) {
   static_assert(sizeof(ZLTKeyChainQuerySynchronizationMode) == 8);
   static_assert(ZLTKeyChainQuerySynchronizationModeAny == 0);
@@ -128,6 +138,21 @@ TEST_F(Query, TheDictionaryIsNewAndMutableEachTime) {
   EXPECT_EQ([[query_ query] objectForKey:@"more"], nil);
   name_item();
   EXPECT_TRUE([[[query_ query] objectForKey:@"svce"] isEqual:@"mail"]);
+}
+
+NSUInteger capacity = 0;
+
+id note_capacity(id type, SEL /*selector*/, NSUInteger wanted) {
+  capacity = wanted;
+  return [[[type alloc] init] autorelease];
+}
+
+TEST_F(Query, TheDictionaryHasRoomForThree) {
+  const ReplacedMethod replaced(
+      class_getClassMethod([NSMutableDictionary class], @selector(dictionaryWithCapacity:)),
+      note_capacity);
+  EXPECT_EQ([[query_ query] count], 2U);
+  EXPECT_EQ(capacity, 3U);
 }
 
 TEST_F(Query, TheModeDecidesTheFlag) {
@@ -326,6 +351,29 @@ TEST_F(Query, AListingThatFailsIsNil) {
   EXPECT_EQ([query_ fetchAll:nullptr], nil);
 }
 
+TEST_F(Query, AnAnswerThatCameWithAFailureIsNoSecret) {
+  name_item();
+  [query_ setPassword:@"before"];
+  NSMutableData *const data = [NSMutableData dataWithBytes:"secret" length:6];
+  const NSUInteger held = [data retainCount];
+  found = data;
+  answer_to_search = errSecDecode;
+  answers_though_it_fails = true;
+  EXPECT_FALSE([query_ fetch:nullptr]);
+  EXPECT_TRUE([[query_ password] isEqual:@"before"]);
+  EXPECT_EQ([data retainCount], held);
+}
+
+TEST_F(Query, AnAnswerThatCameWithAFailureIsListedWhereNobodyHearsOfIt) {
+  found = @[ @"item" ];
+  answer_to_search = errSecDecode;
+  answers_though_it_fails = true;
+  NSError *error = nil;
+  EXPECT_EQ([query_ fetchAll:&error], nil);
+  EXPECT_EQ([error code], errSecDecode);
+  EXPECT_EQ([query_ fetchAll:nullptr], found);
+}
+
 TEST_F(Query, MissingPropertiesNeverReachTheKeychain) {
   const auto expect_refusal = [&](BOOL (^operation)(NSError **)) {
     NSError *error = nil;
@@ -401,18 +449,49 @@ TEST_F(Query, TheObjectIsTheSecretAsAKeyedArchive) {
   EXPECT_EQ([query_ passwordObject], nil);
 }
 
+int unarchived = 0;
+
+id note_unarchiving(id /*self*/, SEL /*selector*/, NSData * /*data*/) {
+  ++unarchived;
+  return @"object";
+}
+
+TEST_F(Query, NobodyUnarchivesAnEmptySecret) {
+  const ReplacedMethod replaced(
+      class_getClassMethod([NSKeyedUnarchiver class], @selector(unarchiveObjectWithData:)),
+      note_unarchiving);
+  for (id data : {(id)nil, (id)[NSData data]}) {
+    [query_ setPasswordData:data];
+    EXPECT_EQ([query_ passwordObject], nil);
+  }
+  EXPECT_EQ(unarchived, 0);
+  [query_ setPasswordData:bytes("x")];
+  EXPECT_TRUE([(id)[query_ passwordObject] isEqual:@"object"]);
+  EXPECT_EQ(unarchived, 1);
+}
+
+TEST_F(Query, AnArchiveOfNothingIsASecret) {
+  [query_ setPasswordObject:nil];
+  EXPECT_TRUE([[query_ passwordData] isEqual:[NSKeyedArchiver archivedDataWithRootObject:nil]]);
+  EXPECT_GT([[query_ passwordData] length], 0U);
+  EXPECT_EQ([query_ passwordObject], nil);
+}
+
 TEST_F(Query, ReleasesWhatItHolds) {
-  NSMutableString *const text = [NSMutableString stringWithString:@"text"];
+  NSString *const text = [NSString stringWithFormat:@"long enough that it is an object %d", 1];
   NSData *const data = bytes("long enough that it is an object of its own");
   ZLTKeyChainQuery *const query = [[ZLTKeyChainQuery alloc] init];
   [query setPasswordData:data];
   const NSUInteger held = [data retainCount];
+  const NSUInteger held_text = [text retainCount];
   [query setAccount:text];
   [query setService:text];
   [query setLabel:text];
   [query setAccessGroup:text];
+  EXPECT_EQ([text retainCount], held_text + 4) << "the copy of what does not change is itself";
   [query release];
   EXPECT_EQ([data retainCount], held - 1);
+  EXPECT_EQ([text retainCount], held_text);
 }
 
 TEST(ErrorWithCode, IsNilForSuccess) {
@@ -459,13 +538,24 @@ NSString *look_up(id bundle, SEL /*selector*/, NSString *key, NSString *value, N
   return translation;
 }
 
+NSBundle *main_bundle = nil;
+
+id answer_main_bundle(id /*self*/, SEL /*selector*/) {
+  return main_bundle;
+}
+
 TEST(ErrorWithCode, LooksItsTextUpInTheMainBundlesTable) {
+  main_bundle = [NSBundle bundleWithPath:@"/"];
+  ASSERT_NE(main_bundle, nil);
+  ASSERT_NE(main_bundle, [NSBundle mainBundle]);
+  const ReplacedMethod replaced_bundle(
+      class_getClassMethod([NSBundle class], @selector(mainBundle)), answer_main_bundle);
   const ReplacedMethod replaced(
       class_getInstanceMethod([NSBundle class], @selector(localizedStringForKey:value:table:)),
       look_up);
   translation = @"Nothing there.";
   NSError *error = [ZLTKeyChainQuery errorWithCode:errSecItemNotFound];
-  EXPECT_EQ(lookup.bundle, [NSBundle mainBundle]);
+  EXPECT_EQ(lookup.bundle, main_bundle);
   EXPECT_TRUE([lookup.key isEqual:@"errSecItemNotFound"]);
   EXPECT_TRUE([lookup.value isEqual:@""]);
   EXPECT_TRUE([lookup.table isEqual:@"ZLTKeyChain"]);
@@ -493,6 +583,28 @@ TEST(ErrorWithCode, LooksItsTextUpInTheMainBundlesTable) {
 }
 @end
 
+/// A query with a dictionary and a deletion of its own.
+@interface VTMarkedQuery : ZLTKeyChainQuery {
+@public
+  int deletions;
+  bool errorWasWanted;
+}
+@end
+
+@implementation VTMarkedQuery
+- (NSMutableDictionary *)query {
+  NSMutableDictionary *const query = [super query];
+  [query setObject:@"mark" forKey:@"mark"];
+  return query;
+}
+- (BOOL)deleteItem:(NSError **)error {
+  ++deletions;
+  errorWasWanted |= error != nullptr;
+  veltro::test::calls.clear();
+  return [super deleteItem:error];
+}
+@end
+
 namespace veltro::test {
 namespace {
 
@@ -502,6 +614,36 @@ TEST_F(Query, AsksItsOwnClass) {
   NSError *error = nil;
   EXPECT_FALSE([query fetch:&error]);
   EXPECT_TRUE([[error domain] isEqual:@"own"]);
+}
+
+TEST_F(Query, EveryOperationStartsFromItsOwnDictionary) {
+  VTMarkedQuery *const query = [[[VTMarkedQuery alloc] init] autorelease];
+  [query setService:@"mail"];
+  [query setAccount:@"ann"];
+  [query setPassword:@"secret"];
+  found = bytes("secret");
+  [query fetch:nullptr];
+  [query fetchAll:nullptr];
+  EXPECT_EQ(calls.size(), 2U);
+  for (const Call &call : calls)
+    EXPECT_TRUE([[call.dictionary objectForKey:@"mark"] isEqual:@"mark"]) << call.function;
+  [query save:nullptr];
+  ASSERT_EQ(calls.size(), 2U);
+  for (const Call &call : calls)
+    EXPECT_TRUE([[call.dictionary objectForKey:@"mark"] isEqual:@"mark"]) << call.function;
+}
+
+TEST_F(Query, ASaveDeletesByItsOwnMethodAndHearsNoError) {
+  VTMarkedQuery *const query = [[[VTMarkedQuery alloc] init] autorelease];
+  [query setService:@"mail"];
+  [query setAccount:@"ann"];
+  NSError *error = nil;
+  EXPECT_FALSE([query save:&error]);
+  EXPECT_EQ(query->deletions, 0) << "nothing is deleted for a save that cannot be";
+  [query setPassword:@"secret"];
+  EXPECT_TRUE([query save:&error]);
+  EXPECT_EQ(query->deletions, 1);
+  EXPECT_FALSE(query->errorWasWanted);
 }
 
 } // namespace
