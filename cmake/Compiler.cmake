@@ -46,4 +46,8 @@ if(VELTRO_SANITIZE)
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(veltro-strict INTERFACE -fsanitize=address,undefined)
 endif()
+if(VELTRO_FUZZ)
+  # The fuzzers are led by what their input reaches in the library and the platform.
+  target_compile_options(veltro-strict INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 target_link_options(veltro-strict INTERFACE -fuse-ld=lld-19)
