@@ -10,7 +10,7 @@ cmake --install "$build" --prefix "$scratch/prefix" >"$scratch/log" || { cat "$s
 export HOME="$scratch/home" VELTRO_ROOT="$scratch/root" VELTRO_SYSTEM_VERSION=8.4.1
 
 check() { [ "$1" = "$2" ] || { echo "$3 printed: $1"; exit 1; }; }
-expected="release 8.4.1, class ZLTUtils"
+expected="release 8.4.1, class ZLTUtils, blocks retain"
 
 flags=$(PKG_CONFIG_PATH="$scratch/prefix/lib/pkgconfig" pkg-config --cflags --libs veltro)
 # shellcheck disable=SC2086 # the flags are meant to be split
