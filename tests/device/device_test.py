@@ -157,6 +157,11 @@ def check_form():
         expect(re.search(command + r'\n +cmdsize \d+\n +version 7\.0\n', headers), f'{name}: another oldest release')
         size = os.path.getsize(library(name))
         expect(size < 128 * 1024, f'{name}: {size} bytes')
+    for name in set(COMPILED) - set(LINKED):
+        # What comes before the line's total: code, data and the rest of each object.
+        size = sum(int(field) for line in run('llvm-size-19', *objects(name)).splitlines()[1:]
+                   for field in line.split()[:4])
+        expect(0 < size < 128 * 1024, f'{name}: {size} bytes in the objects')
     expect('LC_CODE_SIGNATURE' in run('llvm-objdump-19', '--macho', '--private-headers', library('arm64')),
            'arm64: not signed')
 
