@@ -2,7 +2,34 @@
 
 #include <gtest/gtest.h>
 
+/// What is asked of data, with a length that it does not have.
+@interface VTClaimingData : NSObject {
+  NSUInteger _claimed;
+}
+- (instancetype)initWithClaim:(NSUInteger)claimed;
+@end
+
+@implementation VTClaimingData
+- (instancetype)initWithClaim:(NSUInteger)claimed {
+  self = [super init];
+  if (self != nil)
+    _claimed = claimed;
+  return self;
+}
+- (NSUInteger)length {
+  return _claimed;
+}
+- (const void *)bytes {
+  return "foobar";
+}
+@end
+
 namespace {
+
+NSData *claiming(NSUInteger length) {
+  const id data = [[[VTClaimingData alloc] initWithClaim:length] autorelease];
+  return data;
+}
 
 NSData *bytes(const char *text) {
   return [NSData dataWithBytes:text length:strlen(text)];
@@ -19,6 +46,13 @@ TEST(FirstCodec, EncodesNothingAsNil) {
   EXPECT_EQ([ZLTUtils encodeBase64WithData:[NSData data]], nil);
   EXPECT_EQ([ZLTUtils encodeBase64WithString:nil], nil);
   EXPECT_EQ([ZLTUtils encodeBase64WithString:@""], nil);
+}
+
+TEST(FirstCodec, CountsItsBytesIn32Bits) {
+  EXPECT_TRUE([[ZLTUtils encodeBase64WithData:claiming((NSUInteger{1} << 32) + 3)]
+      isEqualToString:@"Zm9v"]);
+  EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming(NSUInteger{1} << 31)], nil);
+  EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming(NSUInteger{1} << 32)], nil);
 }
 
 TEST(FirstCodec, EncodesAStringAsUTF8) {
@@ -79,6 +113,10 @@ TEST(SecondCodec, EncodesNothingAsTheEmptyString) {
   EXPECT_TRUE([[ZLTUtils base64EncodeData:[NSData data]] isEqualToString:@""]);
 }
 
+TEST(SecondCodec, AnswersNilForMoreThanMemoryHolds) {
+  EXPECT_EQ([ZLTUtils base64EncodeData:claiming(NSUInteger{1} << 60)], nil);
+}
+
 TEST(SecondCodec, DecodesWhatItSkips) {
   EXPECT_TRUE([[ZLTUtils base64DecodeString:@"Zm9v\vYmFy"] isEqual:bytes("foobar")]);
   EXPECT_TRUE([[ZLTUtils base64DecodeString:@"Zm=9v"] isEqual:bytes("foo")]);
@@ -101,6 +139,27 @@ TEST(SecondCodec, AnswersEmptyDataForAStringOfNothingThatCounts) {
 TEST(SecondCodec, AnswersNilForWhatIsNoAsciiString) {
   EXPECT_EQ([ZLTUtils base64DecodeString:nil], nil);
   EXPECT_EQ([ZLTUtils base64DecodeString:[NSString stringWithUTF8String:"Zm9\xc3\xa9"]], nil);
+}
+
+TEST(BothCodecs, DecodeUpToAZero) {
+  const unichar characters[] = {'Z', 'm', '9', 'v', 0, '*'};
+  NSString *const text = [NSString stringWithCharacters:characters length:6];
+  EXPECT_TRUE([[ZLTUtils decodeBase64WithString:text] isEqual:bytes("foo")]);
+  EXPECT_TRUE([[ZLTUtils base64DecodeString:text] isEqual:bytes("foo")]);
+}
+
+TEST(BothCodecs, AnswerBytesThatOutliveTheirText) {
+  NSData *first = nil;
+  NSData *second = nil;
+  @autoreleasepool {
+    NSString *const text = [ZLTUtils base64EncodeData:bytes("foobar")];
+    first = [[ZLTUtils decodeBase64WithString:text] retain];
+    second = [[ZLTUtils base64DecodeString:text] retain];
+  }
+  EXPECT_TRUE([first isEqual:bytes("foobar")]);
+  EXPECT_TRUE([second isEqual:bytes("foobar")]);
+  [first release];
+  [second release];
 }
 
 TEST(BothCodecs, CarryEveryByteBothWays) {
