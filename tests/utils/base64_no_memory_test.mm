@@ -2,11 +2,13 @@
 
 #import <veltro/ZLTUtils+Base64.h>
 
+#include <cstdint>
 #include <gtest/gtest.h>
 
 namespace {
 
-size_t refused; ///< the size that is not handed out; 0 for none
+constexpr size_t nothing = SIZE_MAX;
+size_t refused = nothing; ///< the size that is not handed out
 
 } // namespace
 
@@ -17,11 +19,11 @@ void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t count, size_t size);
 
 void *malloc(size_t size) {
-  return refused != 0 && size == refused ? nullptr : __libc_malloc(size);
+  return size == refused ? nullptr : __libc_malloc(size);
 }
 
 void *calloc(size_t count, size_t size) {
-  return refused != 0 && count * size == refused ? nullptr : __libc_calloc(count, size);
+  return count * size == refused ? nullptr : __libc_calloc(count, size);
 }
 
 } // extern "C"
@@ -39,7 +41,7 @@ protected:
     text_ = [@"" stringByPaddingToLength:40004 withString:@"Zm9v" startingAtIndex:0];
     data_ = [NSMutableData dataWithLength:30003];
   }
-  void TearDown() override { refused = 0; }
+  void TearDown() override { refused = nothing; }
 
   NSString *text_ = nil;
   NSData *data_ = nil;
@@ -48,7 +50,7 @@ protected:
 TEST_F(NoMemory, TheTableIsTriedAgain) {
   refused = 256;
   NSData *const without = [ZLTUtils base64DecodeString:text_];
-  refused = 0;
+  refused = nothing;
   EXPECT_EQ(without, nil);
   EXPECT_EQ([[ZLTUtils base64DecodeString:text_] length], 30003U);
 }
@@ -57,7 +59,7 @@ TEST_F(NoMemory, TheTableIsMadeOnce) {
   [ZLTUtils base64DecodeString:text_];
   refused = 256;
   NSData *const data = [ZLTUtils base64DecodeString:text_];
-  refused = 0;
+  refused = nothing;
   EXPECT_EQ([data length], 30003U);
 }
 
@@ -66,6 +68,14 @@ TEST_F(NoMemory, EncodingAnswersNil) {
   EXPECT_EQ([ZLTUtils base64EncodeData:data_], nil);
   refused = 40005; // with the terminating zero
   EXPECT_EQ([ZLTUtils encodeBase64WithData:data_], nil);
+}
+
+TEST_F(NoMemory, NoBytesNeedNone) {
+  refused = 0;
+  NSData *const data = [ZLTUtils decodeBase64WithString:@""];
+  refused = nothing;
+  ASSERT_NE(data, nil);
+  EXPECT_EQ([data length], 0U);
 }
 
 TEST_F(NoMemory, DecodingAnswersNil) {
