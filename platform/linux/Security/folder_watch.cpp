@@ -11,7 +11,7 @@ bool same(const timespec &one, const timespec &other) {
 }
 
 bool same(const struct stat &one, const struct stat &other) {
-  return one.st_dev == other.st_dev && one.st_ino == other.st_ino && one.st_mode == other.st_mode &&
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino &&
          same(one.st_mtim, other.st_mtim) && same(one.st_ctim, other.st_ctim);
 }
 
@@ -25,23 +25,21 @@ void FolderWatch::begin(const Paths &paths, time_t now) {
 }
 
 void FolderWatch::trust(const Paths &paths, const Identity &key) {
-  // A folder that changed just now may change once more in the same tick, and would look the same.
-  if (begun_ - folder_.st_mtim.tv_sec <= longest_tick ||
-      begun_ - folder_.st_ctim.tv_sec <= longest_tick)
-    return;
+  // What changed just now may change once more in the same tick, and would look the same.
+  for (const timespec &changed : {folder_.st_mtim, folder_.st_ctim, key.changed})
+    if (begun_ - changed.tv_sec <= longest_tick)
+      return;
   if (!key_ || !(key_identity_ == key))
     key_ = File(paths.key, O_PATH);
   struct stat status{};
   trusted_ = key_ && ::fstat(key_.number(), &status) == 0 && Identity::with_change(status) == key;
   key_identity_ = key;
-  key_mode_ = status.st_mode;
 }
 
 bool FolderWatch::holds(const Paths &paths) const {
   struct stat status{};
   return trusted_ && ::stat(paths.folder.c_str(), &status) == 0 && same(status, folder_) &&
-         ::fstat(key_.number(), &status) == 0 && status.st_mode == key_mode_ &&
-         Identity::with_change(status) == key_identity_;
+         ::fstat(key_.number(), &status) == 0 && Identity::with_change(status) == key_identity_;
 }
 
 } // namespace veltro::host::keychain

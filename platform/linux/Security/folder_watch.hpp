@@ -16,7 +16,7 @@ public:
   /// Takes the folder's times, before the files in it are looked at. It is `now`.
   void begin(const Paths &paths, time_t now);
 
-  /// Trusts them from now on, after the files turned out right. The key is the one of `identity`.
+  /// Trusts them from now on, after the files turned out right.
   void trust(const Paths &paths, const Identity &key);
 
   /// Whether what was trusted is unchanged, and thereby every name in the folder.
@@ -27,7 +27,6 @@ private:
   time_t begun_ = 0;
   File key_;
   Identity key_identity_;
-  mode_t key_mode_ = 0;
   bool trusted_ = false;
 };
 

@@ -51,7 +51,7 @@ bool read_text(id value, ItemQuery &out, Field &field) {
   const std::size_t room = out.texts.size() - out.texts_used;
   if (length < room && [value getCString:place maxLength:room encoding:NSUTF8StringEncoding] &&
       std::all_of(place, place + length, [](char byte) { return byte > 0; })) {
-    out.texts_used += length + 1;
+    out.texts_used += length;
     field = Field::text({place, length});
     return true;
   }

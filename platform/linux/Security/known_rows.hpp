@@ -42,7 +42,7 @@ public:
   /// large keychain asks for everything once.
   bool is_repeated(std::string_view search);
 
-  /// Keeps an answer that was read whole between two looks that both saw `commit`.
+  /// Keeps an answer that was read after `commit` was the last one.
   void keep(const CommitStamp &commit, const std::string &search, Recording recording);
 
   void forget();

@@ -3,7 +3,9 @@
 #include "platform/Security/keychain.hpp"
 
 #include <array>
+#include <chrono>
 #include <ctime>
+#include <thread>
 
 namespace veltro::test {
 namespace {
@@ -50,6 +52,23 @@ TEST_F(FolderWatch, TrustsNoFolderThatChangedJustNow) {
   EXPECT_FALSE(holds());
   watch(std::time(nullptr) - 60);
   EXPECT_FALSE(holds()) << "a clock that was set back";
+}
+
+TEST_F(FolderWatch, TrustsNoFolderWithATimeInTheFuture) {
+  const std::time_t soon = std::time(nullptr) + 60;
+  const std::array<timespec, 2> times{{{soon, 0}, {soon, 0}}};
+  ASSERT_EQ(utimensat(AT_FDCWD, paths().folder.c_str(), times.data(), 0), 0);
+  watch(soon);
+  EXPECT_FALSE(holds());
+}
+
+TEST_F(FolderWatch, TrustsAKeyOnceItIsAtRestToo) {
+  std::this_thread::sleep_for(std::chrono::seconds(4)); // until all changes are long ago
+  watch(std::time(nullptr));
+  EXPECT_TRUE(holds());
+  files::permissions(paths().key, files::perms::owner_read | files::perms::owner_write);
+  watch(std::time(nullptr));
+  EXPECT_FALSE(holds());
 }
 
 TEST_F(FolderWatch, SeesFilesComeGoAndChangePlaces) {

@@ -136,6 +136,34 @@ TEST_F(CommitStamps, ChangeWithEveryCommitOfAnyConnection) {
   EXPECT_FALSE(watching.last_commit());
 }
 
+/// Moves the log of the keychain under `root` into its file.
+void fold(const files::path &root) {
+  let_go();
+  keychain::Database database;
+  ASSERT_EQ(database.open(keychain::Paths::at(root.string()).database,
+                          keychain::Database::Access::read_write),
+            SQLITE_OK);
+  ASSERT_EQ(database.run("PRAGMA wal_checkpoint(TRUNCATE)"), SQLITE_OK);
+  database.close_and_fold_log();
+}
+
+// Logs that are empty look all the same.
+TEST_F(CommitStamps, DoNotPassFromOneKeychainToAnother) {
+  const files::path second = scratch() / "second";
+  ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
+  fold(device_root());
+  setenv("VELTRO_ROOT", second.c_str(), 1);
+  ASSERT_EQ(add(@"mail", @"ann", "two"), errSecSuccess);
+  fold(second);
+  for (int again = 0; again < 3; ++again)
+    EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+  setenv("VELTRO_ROOT", second.c_str(), 1);
+  for (int again = 0; again < 3; ++again)
+    EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("two")]);
+  let_go();
+  files::remove_all(second);
+}
+
 /// Another process, which runs one action each time that it is told to.
 class Other {
 public:

@@ -127,6 +127,20 @@ TEST_F(SecItem, TellsNamesApartByEveryByte) {
   EXPECT_TRUE([[attributes(item(@"s", with_zero)) objectForKey:@"acct"] isEqual:with_zero]);
 }
 
+TEST_F(SecItem, GivesBackNamesOfAnyLetterAndLength) {
+  NSMutableArray *const names =
+      [NSMutableArray arrayWithObjects:@"\u00e9", @"\u00e8", @"ab\u00e9", @"\U0001F511", nil];
+  for (const NSUInteger length :
+       {0UL, 1UL, 250UL, 251UL, 252UL, 253UL, 254UL, 255UL, 256UL, 257UL, 1000UL})
+    [names addObject:[@"" stringByPaddingToLength:length withString:@"x" startingAtIndex:0]];
+  for (NSString *const name in names)
+    ASSERT_EQ(add(@"s", name, [name UTF8String]), errSecSuccess);
+  for (NSString *const name in names) {
+    EXPECT_TRUE([secret(item(@"s", name)) isEqual:bytes([name UTF8String])]);
+    EXPECT_TRUE([[attributes(item(@"s", name)) objectForKey:@"acct"] isEqual:name]);
+  }
+}
+
 TEST_F(SecItem, ASecondOneOfTheSameIdentityIsADuplicate) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   EXPECT_EQ(add(@"mail", @"ann", "two"), errSecDuplicateItem);
