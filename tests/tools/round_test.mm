@@ -9,6 +9,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -129,6 +130,20 @@ TEST_F(RoundTool, ReducesLargePhotographsToTheirMean) {
     EXPECT_LE(difference(picture.at(x, 12), {100, 100, 100, 255}), 6) << x;
 }
 
+TEST_F(RoundTool, KeepsEdgesSharpInReducedPhotographs) {
+  // Four times the target: the file may be read at a half, and at no less.
+  Picture halves(640, 640);
+  for (std::size_t y = 0; y < 640; ++y)
+    for (std::size_t x = 0; x < 640; ++x)
+      halves.set(x, y, x < 320 ? Pixel{0, 0, 0, 255} : Pixel{255, 255, 255, 255});
+  const std::string in = file("in.jpg", string_of(UIImageJPEGRepresentation(halves.image(), 1)));
+  ASSERT_EQ(run_tool({"round", in, path("out.png"), "--size", "160x160", "--scale", "1"}).status,
+            0);
+  const Picture picture(image_of(text_of(path("out.png"))));
+  EXPECT_LE(difference(picture.at(79, 80), {0, 0, 0, 255}), 8);
+  EXPECT_LE(difference(picture.at(80, 80), {255, 255, 255, 255}), 8);
+}
+
 TEST_F(RoundTool, DoesManyAndGoesOnAfterAFailure) {
   std::vector<std::string> arguments{"round", "--size", "6x6", "--out-dir", path("made/out")};
   for (int number = 0; number < 20; ++number)
@@ -179,6 +194,51 @@ TEST_F(RoundTool, RefusesMorePixelsThanAllowed) {
   const ToolResult result = run_tool({"round", in, out, "--size", "2x2", "--max-pixels", "10015"});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.error, HasSubstr("its 100 x 100 pixels are too many"));
+}
+
+/// The greatest memory of any tool run so far, in bytes.
+double greatest_memory() {
+  rusage used{};
+  getrusage(RUSAGE_CHILDREN, &used);
+  return static_cast<double>(used.ru_maxrss) * 1024;
+}
+
+TEST_F(RoundTool, HoldsNoMoreThanAllowedHoweverManyThereAre) {
+  // What the address sanitizer keeps of freed memory would count as well.
+  setenv("ASAN_OPTIONS", "quarantine_size_mb=0:thread_local_quarantine_size_kb=0", 1);
+  const auto run = [&](std::vector<std::string> files) {
+    files.insert(files.begin(),
+                 {"round", "--size", "2x2", "--out-dir", path("out"), "--max-pixels", "6000100"});
+    const ToolResult result = run_tool(files);
+    EXPECT_EQ(result.status, 0) << result.error;
+    return greatest_memory();
+  };
+  const double nothing = run({file("small.png", png_in_one_color(2, 2))});
+  const std::string large = file("large.png", png_in_one_color(3000, 2000));
+  const double one = run({large}) - nothing;
+  std::vector<std::string> many;
+  for (int number = 0; number < 8; ++number) {
+    many.push_back(path("large" + std::to_string(number) + ".png"));
+    fs::create_symlink(large, many.back());
+  }
+  const double all = run(many) - nothing;
+  unsetenv("ASAN_OPTIONS");
+  EXPECT_GT(one, 6e6 * 7);
+  EXPECT_LT(one, 6e6 * 16);
+  // One in work, and one more file that was read and waits.
+  EXPECT_LT(all, one + 6e6 * 4);
+}
+
+TEST_F(RoundTool, RefusesAFileThatIsMostlySomethingElse) {
+  std::vector<PngChunk> chunks = chunks_of(png_in_one_color(100, 100));
+  chunks.insert(chunks.begin() + 1, {"veLt", std::string(1 << 20, 'x')});
+  const std::string out = path("out.png");
+  EXPECT_EQ(run_tool({"round", file("fits.png", png_of(chunks)), out, "--size", "2x2"}).status, 0);
+  chunks[1].bytes += std::string(80'000, 'x');
+  const ToolResult result =
+      run_tool({"round", file("junk.png", png_of(chunks)), out, "--size", "2x2"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.error, HasSubstr("it is longer than a picture of its size"));
 }
 
 TEST_F(RoundTool, KeepsTheOldFileWhereTheNewOneCannotBeWritten) {

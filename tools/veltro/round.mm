@@ -18,8 +18,10 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <malloc.h>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -74,15 +76,20 @@ std::string text_of(NSString *string) {
   return string != nil ? [string UTF8String] : "it cannot be read";
 }
 
+/// How long a file of so many pixels may be: no format takes more than 8 bytes for one, and little
+/// else.
+std::size_t longest_file(std::size_t pixels) {
+  return pixels * 8 + (1 << 20);
+}
+
 /// Does one picture; the problem, if there is one.
 std::string round_picture(const Job &job, const Target &target, std::size_t max_pixels,
                           Stock &stock) {
-  // No format takes more than 8 bytes for a pixel, and little else.
-  constexpr std::size_t bytes_a_pixel = 8;
-  constexpr std::size_t everything_else = 1 << 20;
+  // One thread at a time reads, until it has its share: files that wait would be held beyond it.
+  static std::mutex reading;
+  std::unique_lock lock(reading);
   std::vector<std::uint8_t> bytes;
-  if (std::string problem =
-          read_whole_file(job.in, max_pixels * bytes_a_pixel + everything_else, bytes);
+  if (std::string problem = read_whole_file(job.in, longest_file(max_pixels), bytes);
       !problem.empty())
     return job.in + ": " + problem;
 
@@ -97,8 +104,11 @@ std::string round_picture(const Job &job, const Target &target, std::size_t max_
   if (pixels + static_cast<double>(target.pixels) > static_cast<double>(max_pixels))
     return job.in + ": its " + std::to_string(std::lround(size.width)) + " x " +
            std::to_string(std::lround(size.height)) + " pixels are too many (--max-pixels)";
+  if (bytes.size() > longest_file(static_cast<std::size_t>(pixels)))
+    return job.in + ": it is longer than a picture of its size can be";
 
   const Stock::Share share(stock, static_cast<std::size_t>(pixels) + target.pixels);
+  lock.unlock();
   // Twice the target's resolution is more than its pixels can show.
   UIImage *const image = VHReadImage(data, max_pixels, 2 * target.side, &problem);
   if (image == nil)
@@ -153,6 +163,8 @@ int round_pictures(const RoundOptions &options) {
       error)
     return answered_no(options.out_dir + ": " + error.message());
 
+  // Large pieces of memory go back to the system at once, so that what is held is what is in use.
+  mallopt(M_MMAP_THRESHOLD, 4 << 20);
   Stock stock(options.max_pixels);
   ProgressBar bar(jobs.size());
   std::atomic<bool> failed = false;
