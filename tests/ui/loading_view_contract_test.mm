@@ -16,20 +16,31 @@ using Setter = void (*)(id, SEL, id);
 using Getter = id (*)(id, SEL);
 using Localize = NSString *(*)(id, SEL, NSString *, NSString *, NSString *);
 using Init = id (*)(id, SEL, CGRect);
+using Bundle = id (*)(Class, SEL);
+using Frame = CGRect (*)(id, SEL);
 
 Setter add_subview;
 Setter set_text;
 Getter start_animating;
 Getter get_layer;
 Localize localize;
+Bundle main_bundle;
+Frame get_frame;
 bool init_fails = false;
 Init init_with_frame;
 
-template <typename Function>
-Function swap(Class owner, const char *selector, Function replacement) {
-  Method method = class_getInstanceMethod(owner, sel_registerName(selector));
+template <typename Function> Function swap(Method method, Function replacement) {
   return reinterpret_cast<Function>(reinterpret_cast<void *>(method_setImplementation(
       method, reinterpret_cast<IMP>(reinterpret_cast<void *>(replacement)))));
+}
+
+template <typename Function>
+Function swap(Class owner, const char *selector, Function replacement) {
+  return swap(class_getInstanceMethod(owner, sel_registerName(selector)), replacement);
+}
+
+Method main_bundle_method() {
+  return class_getClassMethod([NSBundle class], @selector(mainBundle));
 }
 
 void recorded_add(id self, SEL selector, id view) {
@@ -53,9 +64,20 @@ id recorded_layer(id self, SEL selector) {
   return get_layer(self, selector);
 }
 
+CGRect recorded_frame(id self, SEL selector) {
+  if ([self isKindOfClass:[ZLTLoadingView class]])
+    messages.emplace_back("frame");
+  return get_frame(self, selector);
+}
+
+id recorded_main_bundle(Class self, SEL selector) {
+  messages.emplace_back("mainBundle");
+  return main_bundle(self, selector);
+}
+
 NSString *recorded_localize(id self, SEL selector, NSString *key, NSString *value,
                             NSString *table) {
-  EXPECT_EQ(self, [NSBundle mainBundle]);
+  EXPECT_EQ(self, main_bundle([NSBundle class], @selector(mainBundle)));
   messages.push_back(std::string("localize ") + [key UTF8String] + "|" + [value UTF8String] + "|" +
                      (table == nil ? "no table" : [table UTF8String]));
   (void)localize;
@@ -81,6 +103,8 @@ protected:
     get_layer = swap([UIView class], "layer", &recorded_layer);
     localize = swap([NSBundle class], "localizedStringForKey:value:table:", &recorded_localize);
     init_with_frame = swap([UIView class], "initWithFrame:", &failing_init);
+    get_frame = swap([UIView class], "frame", &recorded_frame);
+    main_bundle = swap(main_bundle_method(), &recorded_main_bundle);
   }
   void TearDown() override {
     swap([UIView class], "addSubview:", add_subview);
@@ -89,6 +113,8 @@ protected:
     swap([UIView class], "layer", get_layer);
     swap([NSBundle class], "localizedStringForKey:value:table:", localize);
     swap([UIView class], "initWithFrame:", init_with_frame);
+    swap([UIView class], "frame", get_frame);
+    swap(main_bundle_method(), main_bundle);
   }
 };
 
@@ -98,8 +124,13 @@ TEST_F(LoadingViewContract, BuildsInOrder) {
   const std::vector<std::string> expected{"layer",
                                           "layer",
                                           "addSubview: UIActivityIndicatorView",
+                                          "frame",
+                                          "frame",
                                           "startAnimating",
+                                          "frame",
+                                          "frame",
                                           "addSubview: UILabel",
+                                          "mainBundle",
                                           "localize Loading..||no table",
                                           "setText:"};
   EXPECT_EQ(messages, expected);
