@@ -38,6 +38,12 @@ protected:
   }
 };
 
+TEST_F(Spinner, HasTheDevicesNumbersForItsStyles) {
+  EXPECT_EQ(UIActivityIndicatorViewStyleWhiteLarge, 0);
+  EXPECT_EQ(UIActivityIndicatorViewStyleWhite, 1);
+  EXPECT_EQ(UIActivityIndicatorViewStyleGray, 2);
+}
+
 TEST_F(Spinner, HasTheSizeOfItsStyle) {
   EXPECT_EQ([spinner(UIActivityIndicatorViewStyleWhiteLarge) frame].size.width, 37);
   EXPECT_EQ([spinner(UIActivityIndicatorViewStyleWhite) frame].size.height, 20);

@@ -48,6 +48,12 @@ TEST(Font, HasLinesThatGrowWithIt) {
   EXPECT_NEAR([[UIFont systemFontOfSize:30] lineHeight], 3 * height, 0.1);
 }
 
+TEST(Label, HasTheDevicesNumbersForItsAlignments) {
+  EXPECT_EQ(NSTextAlignmentLeft, 0);
+  EXPECT_EQ(NSTextAlignmentCenter, 1);
+  EXPECT_EQ(NSTextAlignmentRight, 2);
+}
+
 TEST(Label, StartsWithTheDefaultsOfTheRelease) {
   UILabel *const label = label_of(nil);
   EXPECT_EQ([label text], nil);
