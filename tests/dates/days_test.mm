@@ -90,6 +90,14 @@ TEST_F(Days, AddingDaysKeepsTheTimeOfDay) {
   EXPECT_EQ([[at(2024, 3, 10, 10) veltro_dateBySubtractingDays:1] compare:before], NSOrderedSame);
 }
 
+TEST_F(Days, ManyDaysAreCountedOneByOne) {
+  // Over a 29 February, and over ten years with three of them.
+  EXPECT_EQ([[at(2024, 3, 13, 10) veltro_dateBySubtractingDays:366] compare:at(2023, 3, 13, 10)],
+            NSOrderedSame);
+  EXPECT_EQ([[at(2014, 3, 13, 10) veltro_dateByAddingDays:3653] compare:at(2024, 3, 13, 10)],
+            NSOrderedSame);
+}
+
 TEST_F(Days, AddingDaysMovesASkippedTimeForward) {
   EXPECT_EQ([[at(2024, 3, 9, 2, 30) veltro_dateByAddingDays:1] compare:at(2024, 3, 10, 3, 30)],
             NSOrderedSame);
