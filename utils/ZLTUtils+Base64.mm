@@ -35,10 +35,12 @@ const std::uint8_t *decoding_table() {
   if (length <= 0)
     return nil;
   const auto count = static_cast<std::size_t>(length);
-  const veltro::Buffer text(std::calloc(base64::encoded_length(count) + 1, 1));
+  const std::size_t size = base64::encoded_length(count);
+  const veltro::Buffer text(std::malloc(size + 1));
   if (!text)
     return nil;
   base64::encode(static_cast<const std::uint8_t *>([data bytes]), count, text.as<char>());
+  text.as<char>()[size] = '\0';
   return [NSString stringWithCString:text.as<char>() encoding:NSASCIIStringEncoding];
 }
 
@@ -51,7 +53,7 @@ const std::uint8_t *decoding_table() {
   if (text == nullptr)
     return nil;
   const std::size_t length = std::strlen(text);
-  const veltro::Buffer bytes(std::calloc(length, 1));
+  const veltro::Buffer bytes(std::malloc(length));
   if (!bytes && length != 0)
     return nil;
   const auto decoded = base64::decode_dropping(text, length, bytes.as<std::uint8_t>());
