@@ -44,6 +44,9 @@ inline Vectors vectors() {
   return static_cast<Vectors>(now);
 }
 
+/// From this many bytes on what is encoded is written past the caches.
+constexpr std::size_t kPastCaches = std::size_t{8} << 20;
+
 #define VELTRO_SSSE3 __attribute__((target("ssse3")))
 #define VELTRO_AVX2 __attribute__((target("avx2")))
 
@@ -80,6 +83,12 @@ VELTRO_AVX2 inline std::size_t encode_avx2(const std::uint8_t *bytes, std::size_
       _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
                     '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0));
   std::size_t at = 0;
+  // Much more than the caches hold goes past them, to places that the vectors fit.
+  const bool past_caches = length >= kPastCaches && reinterpret_cast<std::uintptr_t>(to) % 16 == 0;
+  if (past_caches && reinterpret_cast<std::uintptr_t>(to) % 32 != 0) {
+    at = encode_ssse3(bytes, 16, to);
+    to += 16;
+  }
   // Two loads of 16 bytes, of which 12 each are used.
   for (; length - at >= 28; at += 24, to += 32) {
     const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + at));
@@ -93,9 +102,14 @@ VELTRO_AVX2 inline std::size_t encode_avx2(const std::uint8_t *bytes, std::size_
     __m256i range = _mm256_subs_epu8(values, _mm256_set1_epi8(51));
     range = _mm256_or_si256(range, _mm256_and_si256(_mm256_cmpgt_epi8(_mm256_set1_epi8(26), values),
                                                     _mm256_set1_epi8(13)));
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(to),
-                        _mm256_add_epi8(values, _mm256_shuffle_epi8(offsets, range)));
+    const __m256i characters = _mm256_add_epi8(values, _mm256_shuffle_epi8(offsets, range));
+    if (past_caches)
+      _mm256_stream_si256(reinterpret_cast<__m256i *>(to), characters);
+    else
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(to), characters);
   }
+  if (past_caches)
+    _mm_sfence();
   return at + encode_ssse3(bytes + at, length - at, to);
 }
 

@@ -76,6 +76,22 @@ TEST(Base64, AgreesWithTheModelOnLinesOf76) {
   }
 }
 
+TEST(Base64, EncodesMoreThanTheCachesHoldToAnyPlace) {
+  std::mt19937 random(9);
+  Bytes bytes((std::size_t{9} << 20) + 1);
+  for (std::uint8_t &byte : bytes)
+    byte = static_cast<std::uint8_t>(random());
+  const std::string expected = encoded<Plain>(bytes);
+  const Block block(expected.size() + 64);
+  for (const std::size_t place : {0U, 1U, 4U, 16U, 17U, 32U, 48U}) {
+    auto *const to = reinterpret_cast<char *>(block.bytes) + place;
+    to[expected.size()] = '!';
+    base64::encode(bytes.data(), bytes.size(), to);
+    EXPECT_TRUE(std::string_view(to, expected.size()) == expected) << place;
+    EXPECT_EQ(to[expected.size()], '!');
+  }
+}
+
 TEST(Base64, SizesItsBuffers) {
   EXPECT_EQ(base64::encoded_length(0), 0U);
   EXPECT_EQ(base64::encoded_length(1), 4U);
