@@ -197,9 +197,20 @@ bool read_request(CFStringRef key, id value, Use use, ItemQuery &out, bool &want
   return false;
 }
 
-constexpr std::array<const CFStringRef *, 6> keys_of_requests{
-    &kSecMatchLimit, &kSecReturnData, &kSecReturnAttributes,
-    &kSecValueData,  &kSecReturnRef,  &kSecReturnPersistentRef};
+/// Every key but the class, those first that nearly every call gives.
+constexpr std::array<const CFStringRef *, attributes.size() + 6> keys_in_order{
+    &kSecAttrSynchronizable, &kSecAttrService,      &kSecAttrAccount,
+    &kSecMatchLimit,         &kSecReturnData,       &kSecReturnAttributes,
+    &kSecAttrAccessGroup,    &kSecValueData,        &kSecAttrAccessible,
+    &kSecAttrLabel,          &kSecAttrCreationDate, &kSecAttrModificationDate,
+    &kSecAttrDescription,    &kSecAttrComment,      &kSecAttrGeneric,
+    &kSecAttrCreator,        &kSecAttrType,         &kSecAttrIsInvisible,
+    &kSecAttrIsNegative,     &kSecReturnRef,        &kSecReturnPersistentRef};
+
+std::size_t attribute_of(const CFStringRef *key) {
+  const auto *const found = std::ranges::find(keys_of_attributes, key);
+  return static_cast<std::size_t>(found - keys_of_attributes.begin());
+}
 
 /// What a call looks at one by one, until it has seen as many entries as there are.
 class Entries {
@@ -234,24 +245,15 @@ OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out) {
   if (use == Use::changes ? item_class != nil : !equals(item_class, kSecClassGenericPassword))
     return errSecParam;
   bool wants_reference = false;
-  const auto read_attributes = [&](std::size_t from, std::size_t to) {
-    for (std::size_t at = from; at < to && left.left() > 0; ++at)
-      if (id value = left.take(*keys_of_attributes[at]);
-          value != nil && !read_attribute(at, value, use, out))
-        return false;
-    return true;
-  };
-  const auto read_requests = [&] {
-    for (const CFStringRef *const key : keys_of_requests)
-      if (id value = left.take(*key);
-          value != nil && !read_request(*key, value, use, out, wants_reference))
-        return false;
-    return true;
-  };
-  // What nearly every call gives comes first: what names an item, and what is wanted of it.
-  if (!read_attributes(0, created) || !read_requests() ||
-      !read_attributes(created, attributes.size()))
-    return errSecParam;
+  for (const CFStringRef *const key : keys_in_order) {
+    id value = left.take(*key);
+    if (value == nil)
+      continue;
+    const std::size_t at = attribute_of(key);
+    if (at < attributes.size() ? !read_attribute(at, value, use, out)
+                               : !read_request(*key, value, use, out, wants_reference))
+      return errSecParam;
+  }
   if (left.left() > 0) // under keys that nobody knows
     return errSecParam;
   return wants_reference ? errSecUnimplemented : errSecSuccess;

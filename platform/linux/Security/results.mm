@@ -8,15 +8,27 @@
 namespace veltro::host::keychain {
 namespace {
 
+/// The classes, looked up once: the runtime finds them by name each time.
+struct Classes {
+  Class string = [NSString class];
+  Class date = [NSDate class];
+  Class dictionary = [NSDictionary class];
+};
+
+const Classes &classes() {
+  static const Classes classes;
+  return classes;
+}
+
 NSData *new_data(Secret secret) {
   const std::size_t length = secret.length();
   return [[NSData alloc] initWithBytesNoCopy:secret.take() length:length freeWhenDone:YES];
 }
 
 NSString *new_text(std::string_view text) {
-  return [[NSString alloc] initWithBytes:text.data()
-                                  length:text.size()
-                                encoding:NSUTF8StringEncoding];
+  return [[classes().string alloc] initWithBytes:text.data()
+                                          length:text.size()
+                                        encoding:NSUTF8StringEncoding];
 }
 
 } // namespace
@@ -37,9 +49,9 @@ id Results::new_value(std::size_t at, const Field &field) {
     return [[NSNumber alloc] initWithLongLong:field.integer];
   case Kind::boolean:
   case Kind::synchronizable:
-    return [[NSNumber numberWithBool:field.integer != 0] retain];
+    return [(id)(field.integer != 0 ? kCFBooleanTrue : kCFBooleanFalse) retain];
   case Kind::date:
-    return [[NSDate alloc] initWithTimeIntervalSinceReferenceDate:field.real];
+    return [[classes().date alloc] initWithTimeIntervalSinceReferenceDate:field.real];
   case Kind::text:
   case Kind::accessible:
     break;
@@ -73,9 +85,9 @@ id Results::new_answer(const Fields &fields, Secret secret) {
     keys[count] = (id)kSecValueData;
     values[count++] = new_data(std::move(secret));
   }
-  NSDictionary *const answer = [[NSDictionary alloc] initWithObjects:values.data()
-                                                             forKeys:keys.data()
-                                                               count:count];
+  NSDictionary *const answer = [[classes().dictionary alloc] initWithObjects:values.data()
+                                                                     forKeys:keys.data()
+                                                                       count:count];
   for (std::size_t at = 0; at < count; ++at)
     [values[at] release];
   return answer;
