@@ -17,6 +17,7 @@ using Getter = id (*)(id, SEL);
 using Localize = NSString *(*)(id, SEL, NSString *, NSString *, NSString *);
 using Init = id (*)(id, SEL, CGRect);
 using Bundle = id (*)(Class, SEL);
+using BundleFor = id (*)(Class, SEL, Class);
 using Frame = CGRect (*)(id, SEL);
 
 Setter add_subview;
@@ -25,6 +26,7 @@ Getter start_animating;
 Getter get_layer;
 Localize localize;
 Bundle main_bundle;
+BundleFor bundle_for_class;
 Frame get_frame;
 bool init_fails = false;
 Init init_with_frame;
@@ -41,6 +43,10 @@ Function swap(Class owner, const char *selector, Function replacement) {
 
 Method main_bundle_method() {
   return class_getClassMethod([NSBundle class], @selector(mainBundle));
+}
+
+Method bundle_for_class_method() {
+  return class_getClassMethod([NSBundle class], @selector(bundleForClass:));
 }
 
 void recorded_add(id self, SEL selector, id view) {
@@ -68,6 +74,12 @@ CGRect recorded_frame(id self, SEL selector) {
   if ([self isKindOfClass:[ZLTLoadingView class]])
     messages.emplace_back("frame");
   return get_frame(self, selector);
+}
+
+// GNUstep asks for the main bundle in here, for a class of the library's.
+id recorded_bundle_for_class(Class self, SEL selector, Class owner) {
+  messages.emplace_back("bundleForClass:");
+  return bundle_for_class(self, selector, owner);
 }
 
 id recorded_main_bundle(Class self, SEL selector) {
@@ -105,6 +117,7 @@ protected:
     init_with_frame = swap([UIView class], "initWithFrame:", &failing_init);
     get_frame = swap([UIView class], "frame", &recorded_frame);
     main_bundle = swap(main_bundle_method(), &recorded_main_bundle);
+    bundle_for_class = swap(bundle_for_class_method(), &recorded_bundle_for_class);
   }
   void TearDown() override {
     swap([UIView class], "addSubview:", add_subview);
@@ -115,6 +128,7 @@ protected:
     swap([UIView class], "initWithFrame:", init_with_frame);
     swap([UIView class], "frame", get_frame);
     swap(main_bundle_method(), main_bundle);
+    swap(bundle_for_class_method(), bundle_for_class);
   }
 };
 
