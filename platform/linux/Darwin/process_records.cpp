@@ -1,4 +1,5 @@
-// Reads /proc as proc(5) documents it: a folder a process, whose file comm holds the short name.
+// Reads /proc as proc(5) documents it: a folder a process, whose file stat begins with the id, the
+// short name in brackets and the state.
 
 #include "Darwin/process_records.hpp"
 
@@ -85,27 +86,48 @@ void replace_stray_bytes(std::span<char> name) {
   }
 }
 
-/// Fills `record` for the process, or leaves it alone where the process has ended.
-bool fill(kinfo_proc &record, int proc, std::string_view folder, int id) {
-  const int file = openat(proc, path_of(folder, "/comm").data(), O_RDONLY | O_CLOEXEC);
+/// The front of the process's file stat, in `text`: as much as holds the name and the state.
+std::string_view read_status(int proc, std::string_view folder, std::span<char> text) {
+  const int file = openat(proc, path_of(folder, "/stat").data(), O_RDONLY | O_CLOEXEC);
   if (file < 0)
-    return false;
-  // Names of the kernel's own threads may be longer than any record's.
-  std::array<char, 64> name;
-  const ssize_t length = read(file, name.data(), name.size());
+    return {};
+  const ssize_t length = read(file, text.data(), text.size());
   close(file);
-  if (length <= 0)
+  return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
+
+/// Whether only the process's parent has still to be told of its end. `fields` are those of the
+/// file stat from the state on.
+bool has_ended(std::string_view fields) {
+  constexpr int state = 3;
+  constexpr int thread_count = 20;
+  if (!fields.starts_with('Z'))
+    return fields.starts_with('X');
+  for (int field = state; field < thread_count; ++field)
+    fields.remove_prefix(std::min(fields.find(' '), fields.size() - 1) + 1);
+  // The first thread may end before the others.
+  return fields.starts_with("1 ") || fields.starts_with("0 ");
+}
+
+/// Fills `record` for the process, or leaves it alone where the process has ended. The device's
+/// apps are gone as soon as they end; here they may stay for as long as init does not ask for them.
+bool fill(kinfo_proc &record, int proc, std::string_view folder, int id) {
+  // Names of the kernel's own threads may be longer than any record's.
+  std::array<char, 512> text;
+  const std::string_view status = read_status(proc, folder, text);
+  // The name may hold brackets of its own; what follows it holds none.
+  const std::size_t begin = status.find('(') + 1;
+  const std::size_t end = status.rfind(')');
+  if (end == std::string_view::npos || has_ended(status.substr(std::min(end + 2, status.size()))))
     return false;
 
-  // A newline ends the name; any other one is part of it.
-  std::size_t count = static_cast<std::size_t>(length);
-  if (name[count - 1] == '\n')
-    --count;
+  const std::span<char> name = std::span(text).subspan(begin);
+  std::size_t count = end - begin;
   if (count == kernel_name_length)
     count = restore_last_byte(proc, folder, name);
   count = std::min<std::size_t>(count, MAXCOMLEN);
 
-  replace_stray_bytes(std::span(name).first(count));
+  replace_stray_bytes(name.first(count));
 
   std::memset(&record, 0, sizeof record);
   record.kp_proc.p_pid = id;

@@ -17,7 +17,8 @@ struct ProcessRecords {
   int error;         ///< the errno of a table that could not be read, else 0
 };
 
-/// Fills `records` from the front, newest process first. A process that ends meanwhile is left out.
+/// Fills `records` from the front, newest process first. A process that ends meanwhile is left out,
+/// and so is one that has ended and still waits for its parent to ask for it.
 ProcessRecords read_process_records(std::span<kinfo_proc> records);
 
 } // namespace veltro::host

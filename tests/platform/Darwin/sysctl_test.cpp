@@ -13,9 +13,11 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -206,6 +208,41 @@ TEST(ProcessTable, VanishingProcessesAreLeftOutAndNeverHalfFilled) {
   }
   done = true;
   forks.join();
+}
+
+TEST(ProcessTable, ProcessThatHasEndedIsLeftOutBeforeItsParentAsksForIt) {
+  const NamedProcess child("child");
+  ASSERT_EQ(name_of(child.pid()), "child");
+  kill(child.pid(), SIGKILL);
+  siginfo_t end{};
+  ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child.pid()), &end, WEXITED | WNOWAIT), 0);
+  EXPECT_EQ(name_of(child.pid()), "(absent)");
+}
+
+std::string status_of(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string line;
+  std::getline(file, line);
+  return line;
+}
+
+TEST(ProcessTable, ProcessOutlivesItsFirstThread) {
+  const pid_t child = fork();
+  if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    prctl(PR_SET_NAME, "child");
+    std::thread([] {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      for (;;)
+        pause();
+    }).detach();
+    syscall(SYS_exit, 0); // of this thread only
+  }
+  while (status_of(child).find(") Z ") == std::string::npos)
+    std::this_thread::yield();
+  EXPECT_EQ(name_of(child), "child");
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
 }
 
 TEST(ProcessTable, FourthNumberMayBeMissing) {
