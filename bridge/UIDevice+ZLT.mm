@@ -53,7 +53,7 @@ NSString *command_name(const kinfo_proc &record) {
   for (std::size_t index = 0; index < table.count() && identifier < 1; ++index) {
     const kinfo_proc &record = table.from_end(index);
     // Looser than the running check on purpose: callers look for helpers of an app by its name.
-    if ([command_name(record) rangeOfString:name].length != 0)
+    if (name != nil && [command_name(record) rangeOfString:name].length != 0)
       identifier = record.kp_proc.p_pid;
   }
   return identifier;

@@ -89,7 +89,8 @@ NSString *const couria_settings = @"/Library/PreferenceBundles/CouriaPreferences
   for (int32_t left = (int32_t)[entries count]; left > 0; --left) {
     id<ZLTLabelledEntry> entry = [entries objectAtIndex:(NSUInteger)(left - 1)];
     NSString *label = [[entry properties] objectForKey:@"label"];
-    if (label != nil && [label caseInsensitiveCompare:identifier] == NSOrderedSame)
+    if (label != nil && identifier != nil &&
+        [label caseInsensitiveCompare:identifier] == NSOrderedSame)
       return left - 1;
   }
   return -1;

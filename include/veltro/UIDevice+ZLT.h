@@ -22,7 +22,7 @@
 
 /// The id of a process whose short command name contains `name`, in this very case; 0 where there
 /// is none or the table cannot be read. The search goes from the end of the kernel's table and
-/// takes the first one found whose id is not 0. `name` must not be nil.
+/// takes the first one found whose id is not 0. No name contains nil or the empty text.
 - (NSInteger)__zltGetPIDForProcess:(NSString *)name;
 
 /// Whether there is a process whose short command name is `name`, ignoring case. The kernel cuts

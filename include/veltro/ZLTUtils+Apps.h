@@ -47,7 +47,7 @@
 
 /// The index of the last of `entries` whose label equals `identifier`, ignoring case, or -1. An
 /// entry answers `properties` with a dictionary, whose value for "label" is its label; entries
-/// without one are passed over. `identifier` must not be nil unless `entries` is empty.
+/// without one are passed over. No label equals nil.
 + (int)idetifierIndex:(NSArray *)entries identifier:(NSString *)identifier;
 
 @end

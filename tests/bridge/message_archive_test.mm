@@ -64,6 +64,11 @@ std::vector<std::string> setters;
 
 @implementation WatchedMessage
 
+- (id)init {
+  setters.emplace_back("init of the subclass");
+  return [super init];
+}
+
 - (void)setContent:(id)content {
   setters.emplace_back("content");
   [super setContent:content];

@@ -2,7 +2,8 @@
 
 #import <veltro/ZLTWhatsAppMessage.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <objc/runtime.h>
 #include <string>
 #include <vector>
 
@@ -112,6 +113,36 @@ TEST(Message, IsComparedByIdentityAndNotCopied) {
   ZLTWhatsAppMessage *const other = [[[ZLTWhatsAppMessage alloc] init] autorelease];
   EXPECT_FALSE([one isEqual:other]);
   EXPECT_FALSE([one respondsToSelector:@selector(copyWithZone:)]);
+}
+
+TEST(Message, HashesByIdentity) {
+  EXPECT_EQ([ZLTWhatsAppMessage instanceMethodForSelector:@selector(hash)],
+            [NSObject instanceMethodForSelector:@selector(hash)]);
+}
+
+TEST(Message, IsAPlainObjectThatAdoptsSecureCoding) {
+  EXPECT_EQ([ZLTWhatsAppMessage superclass], [NSObject class]);
+  unsigned count = 0;
+  Protocol *__unsafe_unretained *const protocols =
+      class_copyProtocolList([ZLTWhatsAppMessage class], &count);
+  std::vector<std::string> names;
+  for (unsigned index = 0; index < count; ++index)
+    names.emplace_back(protocol_getName(protocols[index]));
+  free(protocols);
+  EXPECT_THAT(names, testing::ElementsAre("NSSecureCoding"));
+}
+
+TEST(Message, PropertiesAreBackedByFieldsOfTheirNames) {
+  unsigned count = 0;
+  Ivar *const fields = class_copyIvarList([ZLTWhatsAppMessage class], &count);
+  std::vector<std::string> found;
+  for (unsigned index = 0; index < count; ++index)
+    found.push_back(std::string(ivar_getName(fields[index])) + " " +
+                    ivar_getTypeEncoding(fields[index]));
+  free(fields);
+  EXPECT_THAT(found, testing::UnorderedElementsAre(
+                         "_content @", std::string("_outgoing ") + @encode(BOOL),
+                         "_timestamp @\"NSDate\"", "_userIdentifier @\"NSString\""));
 }
 
 TEST(Message, SupportsSecureCoding) {

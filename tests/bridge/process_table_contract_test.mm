@@ -234,6 +234,7 @@ TEST_F(ProcessTableContract, CutRecordGivesUp) {
     };
     EXPECT_EQ([device() __zltRunningProcesses], nil);
     EXPECT_EQ([device() __zltGetPIDForProcess:@""], 0);
+    EXPECT_EQ([device() __zltGetPIDForProcess:nil], 0);
   }
 }
 

@@ -56,6 +56,7 @@ NSArray *labelled(std::initializer_list<NSString *> labels) {
 TEST(IdentifierIndex, IsMinusOneWhereNothingMatches) {
   EXPECT_EQ([ZLTUtils idetifierIndex:[NSArray array] identifier:@"Reply"], -1);
   EXPECT_EQ([ZLTUtils idetifierIndex:nil identifier:@"Reply"], -1);
+  EXPECT_EQ([ZLTUtils idetifierIndex:labelled({@"Send", @""}) identifier:nil], -1);
   EXPECT_EQ([ZLTUtils idetifierIndex:labelled({@"Send", @"Replying", @"Repl"}) identifier:@"Reply"],
             -1);
 }
