@@ -30,12 +30,12 @@ BENCHMARK(table_veltro)->Name("process-table/veltro");
 void table_bare(benchmark::State &state) {
   for (auto _ : state) {
     DIR *const proc = opendir("/proc");
-    std::array<char, 64> name;
+    std::array<char, 512> name;
     while (const dirent *entry = readdir(proc)) {
       if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) == 0)
         continue;
       std::array<char, 300> path;
-      std::snprintf(path.data(), path.size(), "%s/comm", entry->d_name);
+      std::snprintf(path.data(), path.size(), "%s/stat", entry->d_name);
       const int file = openat(dirfd(proc), path.data(), O_RDONLY | O_CLOEXEC);
       if (file < 0)
         continue;
