@@ -71,6 +71,29 @@ struct Request {
   _exit(0);
 }
 
+bool has_command_line(pid_t process) {
+  const std::string path = "/proc/" + std::to_string(process) + "/cmdline";
+  char first = 0;
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool found = read(file, &first, 1) == 1;
+  close(file);
+  return found;
+}
+
+/// Whether the process still has a program: one that has ended has none.
+bool has_program(pid_t process) {
+  char first = 0;
+  return readlink(("/proc/" + std::to_string(process) + "/exe").c_str(), &first, 1) == 1;
+}
+
+/// The kernel lets this process go on a little before it has noted the program's command line, by
+/// which the process of a script is known.
+void await_command_line(pid_t process) {
+  constexpr int looks = 1000;
+  for (int look = 0; look < looks && !has_command_line(process) && has_program(process); ++look)
+    usleep(1000);
+}
+
 std::vector<char *> pointers_to(const std::vector<std::string> &texts) {
   std::vector<char *> pointers;
   for (const std::string &text : texts)
@@ -106,6 +129,8 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   }
   if (request.answer.error != 0)
     request.answer.process = 0;
+  else
+    await_command_line(request.answer.process);
   return request.answer;
 }
 

@@ -4,10 +4,14 @@
 #include "support/idle_apps.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace veltro::host {
 namespace {
@@ -43,6 +47,24 @@ TEST(Running, FindsAProgramByItsFile) {
   EXPECT_EQ(processes_running(executable), std::vector{answer.process});
   EXPECT_TRUE(runs(answer.process, executable));
   EXPECT_FALSE(runs(getpid(), executable));
+}
+
+TEST(Running, FindsAScriptAsSoonAsItWasLaunched) {
+  // On a busy machine the launched process gets its turn late.
+  std::atomic<bool> done = false;
+  std::vector<std::thread> busy;
+  for (int index = 0; index < 8; ++index)
+    busy.emplace_back([&] {
+      while (!done) {
+      }
+    });
+  for (int round = 0; round < 40; ++round) {
+    const Script script(test::scratch() / ("early" + std::to_string(round)));
+    EXPECT_TRUE(runs(script.process(), script.path()));
+  }
+  done = true;
+  for (std::thread &thread : busy)
+    thread.join();
 }
 
 TEST(Running, FindsAProgramThroughALink) {
