@@ -10,6 +10,7 @@
 
 #include "Foundation/replace_method.hpp"
 #include "Host/loadable_object.hpp"
+#include "Host/property_list.hpp"
 
 namespace {
 
@@ -27,15 +28,7 @@ NSDictionary *flat_info(NSBundle *bundle) {
   const char first = [data length] != 0 ? *static_cast<const char *>([data bytes]) : '\0';
   if (first != 'b' && first != '<')
     return nil;
-  @try {
-    id list = [NSPropertyListSerialization propertyListWithData:data
-                                                        options:NSPropertyListImmutable
-                                                         format:nullptr
-                                                          error:nullptr];
-    return [list isKindOfClass:[NSDictionary class]] ? list : nil;
-  } @catch (NSException *) {
-    return nil;
-  }
+  return veltro::host::dictionary_in(data);
 }
 
 NSDictionary *info_dictionary(NSBundle *self, SEL command) {

@@ -9,6 +9,7 @@
 
 #include "Foundation/languages.hpp"
 #include "Foundation/replace_method.hpp"
+#include "Host/property_list.hpp"
 #include "Host/watched_path.hpp"
 
 #include <algorithm>
@@ -73,22 +74,10 @@ bool is_property_list(NSData *data) {
   return start == "bplist" || start.starts_with("<") || start.starts_with("\xEF\xBB\xBF<");
 }
 
-NSDictionary *parse_property_list(NSData *data) {
-  @try {
-    id list = [NSPropertyListSerialization propertyListWithData:data
-                                                        options:NSPropertyListImmutable
-                                                         format:nullptr
-                                                          error:nullptr];
-    return [list isKindOfClass:[NSDictionary class]] ? list : nil;
-  } @catch (NSException *) {
-    return nil;
-  }
-}
-
 /// A property list, or Foundation's old format of text in UTF-8 or UTF-16.
 NSDictionary *parse_table(NSData *data) {
   if (is_property_list(data))
-    return parse_property_list(data);
+    return veltro::host::dictionary_in(data);
   const auto *bytes = static_cast<const unsigned char *>([data bytes]);
   const bool wide = [data length] >= 2 && ((bytes[0] == 0xFE && bytes[1] == 0xFF) ||
                                            (bytes[0] == 0xFF && bytes[1] == 0xFE));

@@ -2,6 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
+#include "Host/property_list.hpp"
+
 #include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
@@ -13,18 +15,6 @@ constexpr off_t size_limit = off_t{16} << 20;
 
 NSString *string_of(const std::string &text) {
   return [NSString stringWithUTF8String:text.c_str()];
-}
-
-// GNUstep answers nil for some malformed lists and raises for others.
-id property_list(NSData *data) {
-  @try {
-    return [NSPropertyListSerialization propertyListWithData:data
-                                                     options:NSPropertyListImmutable
-                                                      format:nullptr
-                                                       error:nullptr];
-  } @catch (NSException *) {
-    return nil;
-  }
 }
 
 std::string why_unreadable(const std::string &path) {
@@ -55,8 +45,8 @@ PlistStrings plist_strings(const std::string &path, std::initializer_list<const 
       result.problem = "cannot be read";
       return result;
     }
-    id list = property_list(data);
-    if (![list isKindOfClass:[NSDictionary class]]) {
+    NSDictionary *list = dictionary_in(data);
+    if (list == nil) {
       result.problem = "not a property list with a dictionary";
       return result;
     }
