@@ -81,8 +81,47 @@ TEST_F(KeychainTool, ReadsTheSecretFromAFile) {
   EXPECT_EQ(missing.status, 1);
   EXPECT_THAT(missing.error, HasSubstr("secret.none: "));
   EXPECT_EQ(stored("mail", "ann"), "from a file");
-  std::ofstream(file) << std::string((1UL << 20) + 1, 'x');
-  EXPECT_EQ(keychain({"set", "mail", "ann", "--password-file", file}).status, 1);
+}
+
+TEST_F(KeychainTool, TakesASecretOfAMegabyteAndNoLongerOne) {
+  const fs::path file = scratch() / "secret";
+  for (const bool from_file : {true, false}) {
+    std::string secret(1UL << 20, 'x');
+    secret.back() = 'y';
+    std::vector<std::string> arguments{"set", "mail", "ann"};
+    if (from_file)
+      arguments.insert(arguments.end(), {"--password-file", file});
+    std::ofstream(file) << secret;
+    EXPECT_EQ(keychain(arguments, from_file ? "" : secret).status, 0);
+    EXPECT_EQ(stored("mail", "ann"), secret);
+    secret += 'z';
+    std::ofstream(file) << secret;
+    expect_no(keychain(arguments, from_file ? "" : secret),
+              (from_file ? file.string() : "standard input") +
+                  ": a secret of more than a megabyte is too long");
+  }
+}
+
+TEST_F(KeychainTool, TellsAnEmptyNameFromNone) {
+  ASSERT_EQ(keychain({"set", "", "ann", "--label", ""}, "of no service").status, 0);
+  ASSERT_EQ(keychain({"set", "mail", "ann", "--group", ""}, "of no group").status, 0);
+  EXPECT_EQ(stored("", "ann"), "of no service");
+  const auto listed = [](const std::vector<std::string> &arguments) {
+    return std::ranges::count(keychain(arguments).out, '\n') - 1;
+  };
+  EXPECT_EQ(listed({"list"}), 2);
+  EXPECT_EQ(listed({"list", ""}), 1);
+  EXPECT_EQ(listed({"list", "--group", ""}), 1);
+  EXPECT_EQ(listed({"list", "--group", "default"}), 1);
+  expect_no(keychain({"get", "", "ann", "--group", ""}), "errSecItemNotFound");
+}
+
+TEST_F(KeychainTool, LinesUpWhatIsNotPlainLetters) {
+  ASSERT_EQ(keychain({"set", "p\u00f6st", "\u00e4nn"}, "x").status, 0);
+  ASSERT_EQ(keychain({"set", "mail", "a\x7f"}, "x").status, 0);
+  const std::string table = keychain({"list"}).out;
+  EXPECT_THAT(table, HasSubstr("\nmail     a               default"));
+  EXPECT_THAT(table, HasSubstr("\np\u00f6st     \u00e4nn             default"));
 }
 
 TEST_F(KeychainTool, TakesNoSecretFromTheCommandLine) {

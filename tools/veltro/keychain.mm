@@ -15,10 +15,10 @@
 #include <array>
 #include <cmath>
 #include <ctime>
-#include <iomanip>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -27,7 +27,8 @@ namespace veltro::tool {
 namespace {
 
 struct Options {
-  std::string service, account, label, group, password_file, accessible;
+  std::optional<std::string> service, label, group;
+  std::string account, password_file, accessible;
   std::string sync = "any";
   bool object = false;
   bool json = false;
@@ -62,18 +63,19 @@ NSString *text(const std::string &string) {
 }
 
 std::string text(NSString *string) {
-  const char *characters = [string UTF8String];
-  return characters != nullptr ? characters : "";
+  NSData *const utf8 = [string dataUsingEncoding:NSUTF8StringEncoding];
+  return {static_cast<const char *>([utf8 bytes]), [utf8 length]};
 }
 
 ZLTKeyChainQuery *query_for(const Options &options) {
   ZLTKeyChainQuery *const query = [[[ZLTKeyChainQuery alloc] init] autorelease];
-  [query setService:text(options.service)];
+  if (options.service)
+    [query setService:text(*options.service)];
   [query setAccount:text(options.account)];
-  if (!options.label.empty())
-    [query setLabel:text(options.label)];
-  if (!options.group.empty())
-    [query setAccessGroup:text(options.group)];
+  if (options.label)
+    [query setLabel:text(*options.label)];
+  if (options.group)
+    [query setAccessGroup:text(*options.group)];
   [query setSynchronizationMode:modes.at(options.sync)];
   return query;
 }
@@ -197,23 +199,29 @@ void print_json(const std::vector<Record> &records) {
 /// `text` on one line of a table.
 std::string cell(std::string text) {
   for (char &character : text)
-    if (static_cast<unsigned char>(character) < 0x20)
+    if (static_cast<unsigned char>(character) < 0x20 || character == 0x7f)
       character = ' ';
   return text;
+}
+
+/// How many characters the UTF-8 of `text` stands for.
+std::size_t width_of(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(text, [](char byte) { return (byte & 0xC0) != 0x80; }));
 }
 
 void print_table(const std::vector<Record> &records) {
   std::vector<std::size_t> widths;
   for (const auto &[name, value] : records.front())
-    widths.push_back(std::string_view(name).size());
+    widths.push_back(width_of(name));
   for (const Record &record : records)
     for (std::size_t at = 0; at < record.size(); ++at)
-      widths[at] = std::max(widths[at], record[at].second.size());
+      widths[at] = std::max(widths[at], width_of(record[at].second));
   const auto print = [&](const Record &record, bool names) {
     for (std::size_t at = 0; at < record.size(); ++at) {
       const std::string shown = names ? record[at].first : cell(record[at].second);
       if (at + 1 < record.size())
-        std::cout << std::left << std::setw(static_cast<int>(widths[at]) + 2) << shown;
+        std::cout << shown << std::string(widths[at] + 2 - width_of(shown), ' ');
       else
         std::cout << shown << '\n';
     }
@@ -226,8 +234,6 @@ void print_table(const std::vector<Record> &records) {
 int list(const Options &options) {
   ZLTKeyChainQuery *const query = query_for(options);
   [query setAccount:nil];
-  if (options.service.empty())
-    [query setService:nil];
   NSError *error = nil;
   NSArray *const items = [query fetchAll:&error];
   if (items == nil)

@@ -89,7 +89,9 @@ std::string round_picture(const Job &job, const Target &target, std::size_t max_
   static std::mutex reading;
   std::unique_lock lock(reading);
   std::vector<std::uint8_t> bytes;
-  if (std::string problem = read_whole_file(job.in, longest_file(max_pixels), bytes);
+  if (std::string problem = read_whole_file(
+          job.in, {longest_file(max_pixels), "it is longer than a picture of --max-pixels can be"},
+          bytes);
       !problem.empty())
     return job.in + ": " + problem;
 

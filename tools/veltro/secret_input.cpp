@@ -68,11 +68,12 @@ SecretBytes::~SecretBytes() {
 }
 
 std::string read_secret(const std::string &file, SecretBytes &secret) {
-  secret.bytes.reserve(SecretBytes::limit);
+  secret.bytes.reserve(SecretBytes::limit + 1);
   if (file.empty() && isatty(STDIN_FILENO) != 0)
     return ask(STDIN_FILENO, secret.bytes);
-  std::string trouble =
-      read_whole_file(file.empty() ? "-" : file, SecretBytes::limit, secret.bytes);
+  std::string trouble = read_whole_file(
+      file.empty() ? "-" : file,
+      {SecretBytes::limit, "a secret of more than a megabyte is too long"}, secret.bytes);
   drop_line_end(secret.bytes);
   return trouble;
 }

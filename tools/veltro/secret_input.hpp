@@ -15,7 +15,7 @@ public:
   SecretBytes(const SecretBytes &) = delete;
   SecretBytes &operator=(const SecretBytes &) = delete;
 
-  /// Never grows beyond this, so that no copy is left behind.
+  /// The longest secret. There is room for it from the start, so that no copy is left behind.
   static constexpr std::size_t limit = 1UL << 20;
 
   std::vector<std::uint8_t> bytes;

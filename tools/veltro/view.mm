@@ -39,7 +39,8 @@ bool settle_environment(const ViewOptions &options) {
   if (!release_changed && !language_changed)
     return true;
   std::vector<std::uint8_t> arguments;
-  if (!read_whole_file("/proc/self/cmdline", std::numeric_limits<std::size_t>::max(), arguments)
+  if (!read_whole_file("/proc/self/cmdline", {std::numeric_limits<std::size_t>::max(), ""},
+                       arguments)
            .empty())
     return false;
   std::vector<char *> pointers;

@@ -1,7 +1,6 @@
 #include "whole_file.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -52,7 +51,7 @@ mode_t permissions_of_a_new_file() {
 
 } // namespace
 
-std::string read_whole_file(const std::string &path, std::size_t limit,
+std::string read_whole_file(const std::string &path, LongestFile longest,
                             std::vector<std::uint8_t> &bytes) {
   const bool standard_input = path == "-";
   const Descriptor file(standard_input ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC),
@@ -61,20 +60,23 @@ std::string read_whole_file(const std::string &path, std::size_t limit,
     return error_text();
   struct stat facts{};
   if (fstat(file.number(), &facts) == 0 && S_ISREG(facts.st_mode))
-    bytes.reserve(std::min(limit, static_cast<std::size_t>(facts.st_size)));
-  std::array<std::uint8_t, 65536> block;
+    bytes.reserve(std::min(longest.bytes, static_cast<std::size_t>(facts.st_size)) + 1);
+  constexpr std::size_t block = 65536;
   for (;;) {
-    const ssize_t count = read(file.number(), block.data(), block.size());
+    const std::size_t had = bytes.size();
+    const std::size_t allowed = longest.bytes - had;
+    const std::size_t reserved = bytes.capacity() - had;
+    const std::size_t room =
+        std::min({block, reserved > 0 ? reserved : block, allowed < block ? allowed + 1 : block});
+    bytes.resize(had + room);
+    const ssize_t count = read(file.number(), &bytes[had], room);
+    bytes.resize(had + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     if (count == 0)
       return "";
-    if (count < 0) {
-      if (errno == EINTR)
-        continue;
+    if (count < 0 && errno != EINTR)
       return error_text();
-    }
-    if (static_cast<std::size_t>(count) > limit - bytes.size())
-      return "it is longer than a picture of --max-pixels can be";
-    bytes.insert(bytes.end(), block.data(), block.data() + count);
+    if (bytes.size() > longest.bytes)
+      return longest.excess;
   }
 }
 

@@ -9,9 +9,16 @@
 
 namespace veltro::tool {
 
+/// How long a file may be, and what is said of a longer one.
+struct LongestFile {
+  std::size_t bytes;
+  const char *excess;
+};
+
 /// Appends the file's bytes to `bytes`; "-" is standard input. Answers what went wrong, or nothing:
-/// a folder, no permission, more than `limit` bytes.
-std::string read_whole_file(const std::string &path, std::size_t limit,
+/// a folder, no permission, a file that is too long, of which one byte more is read than allowed.
+/// The bytes go nowhere else, and stay where they are if there is room reserved for all of them.
+std::string read_whole_file(const std::string &path, LongestFile longest,
                             std::vector<std::uint8_t> &bytes);
 
 /// Writes the file; "-" is standard output. A file that was there is replaced only once the new one
