@@ -104,8 +104,9 @@ int Database::open(const std::string &path, Access access) {
   sqlite3_busy_handler(connection, nap, &waited_);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  // The cache has room for 100,000 items; only pages that were read take memory.
   return run("PRAGMA synchronous = FULL; PRAGMA secure_delete = ON; PRAGMA cell_size_check = ON;"
-             "PRAGMA cache_size = -16384");
+             "PRAGMA cache_size = -65536");
 }
 
 void Database::close() {

@@ -14,6 +14,12 @@ public:
   File() = default;
   File(const std::string &path, int flags, mode_t mode = 0)
       : number_(::open(path.c_str(), flags | O_CLOEXEC, mode)) {}
+  /// Takes over a descriptor, or none where it is negative.
+  static File of(int number) {
+    File file;
+    file.number_ = number;
+    return file;
+  }
   ~File() {
     if (number_ >= 0)
       ::close(number_);

@@ -4,29 +4,40 @@
 #include "Security/file.hpp"
 #include "Security/folder.hpp"
 
-#include <sys/stat.h>
-#include <time.h>
+#include <string>
 
 namespace veltro::host::keychain {
 
-/// A folder's own times change when a file in it comes, goes or changes places, and when its mode
-/// does. Files that change in place do not show in them: the key is watched by itself.
+/// Has the kernel tell of every change that could put another keychain or other modes behind the
+/// same names: in the folder, to the key, to the folders above, and in the table of mounts. What
+/// databases write into their files is not one. Trusts nothing where the kernel cannot tell:
+/// behind symbolic links, on file systems that others change too, or without a queue to be had.
 class FolderWatch {
 public:
-  /// Takes the folder's times, before the files in it are looked at. It is `now`.
-  void begin(const Paths &paths, time_t now);
+  /// Starts to watch, before the files are looked at; from the time on that a process has asked
+  /// often enough to be worth one of the user's few queues.
+  void begin(const Paths &paths);
 
-  /// Trusts them from now on, after the files turned out right.
-  void trust(const Paths &paths, const Identity &key);
+  /// Trusts what was found since `begin` from now on.
+  void trust() { trusted_ = begun_; }
 
-  /// Whether what was trusted is unchanged, and thereby every name in the folder.
-  [[nodiscard]] bool holds(const Paths &paths) const;
+  /// Whether nothing changed since `begin` of what was trusted.
+  [[nodiscard]] bool holds();
+
+  /// Trusts nothing, and lets go of the queue without reading from it: a process that was forked
+  /// shares it with its parent.
+  void leave();
 
 private:
-  struct stat folder_{};
-  time_t begun_ = 0;
-  File key_;
-  Identity key_identity_;
+  [[nodiscard]] bool follow(const Paths &paths);
+  [[nodiscard]] bool follow(const std::string &path, std::uint32_t changes);
+  [[nodiscard]] bool is_quiet();
+  void forget_changes();
+
+  std::string folder_;
+  File queue_, mounts_;
+  int calls_until_worth_it_ = 0;
+  bool begun_ = false;
   bool trusted_ = false;
 };
 

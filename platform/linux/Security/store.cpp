@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <pthread.h>
 #include <utility>
 #include <vector>
@@ -44,7 +43,7 @@ Store &Store::shared() {
 // No connection of SQLite may cross a fork: it is closed before, and opened again where it is
 // wanted.
 Store::Store() {
-  pthread_atfork(before_fork, after_fork, after_fork);
+  pthread_atfork(before_fork, after_fork, after_fork_in_child);
   std::atexit(at_exit);
 }
 
@@ -55,6 +54,11 @@ void Store::before_fork() {
 
 void Store::after_fork() {
   shared().mutex_.unlock();
+}
+
+void Store::after_fork_in_child() {
+  shared().watch_.leave();
+  after_fork();
 }
 
 void Store::at_exit() {
@@ -279,9 +283,9 @@ OSStatus Store::make_ready(Missing missing) {
     paths_ = Paths::at(root);
     root_ = std::move(root);
   }
-  if (database_.is_open() && watch_.holds(paths_))
+  if (database_.is_open() && watch_.holds())
     return errSecSuccess;
-  watch_.begin(paths_, std::time(nullptr));
+  watch_.begin(paths_);
   OSStatus folder = check_folder(paths_);
   if (folder == errSecItemNotFound && missing == Missing::create) {
     if (const OSStatus made = make_folder(paths_); made != errSecSuccess)
@@ -293,7 +297,7 @@ OSStatus Store::make_ready(Missing missing) {
   Identity key;
   const OSStatus key_status = check_key(paths_, key);
   if (database_.is_open() && key_status == errSecSuccess && key == key_identity_ && in_place()) {
-    watch_.trust(paths_, key);
+    watch_.trust();
     return errSecSuccess;
   }
   if (key_status != errSecSuccess && key_status != errSecItemNotFound)

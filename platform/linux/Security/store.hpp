@@ -61,6 +61,7 @@ private:
 
   static void before_fork();
   static void after_fork();
+  static void after_fork_in_child();
   static void at_exit();
 
   std::mutex mutex_;

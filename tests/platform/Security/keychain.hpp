@@ -125,6 +125,17 @@ inline int in_child(const std::function<int()> &action) {
   return wait_for(start_child(action));
 }
 
+/// Puts this process, which must be a child, into a file system view of its own; false where the
+/// machine does not let it.
+inline bool own_mounts() {
+  if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+    return false;
+  return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+/// What a child answers that may not do this here.
+inline constexpr int not_allowed_here = 77;
+
 class Keychain : public testing::Test {
 protected:
   void SetUp() override {

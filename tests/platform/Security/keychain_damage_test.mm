@@ -11,21 +11,11 @@ namespace {
 
 using KeychainDamage = Keychain;
 
-/// Puts this process, which must be a child, into a file system view of its own; false where the
-/// machine does not let it.
-bool own_mounts() {
-  if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
-    return false;
-  return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-}
-
 bool make_read_only(const files::path &folder) {
   return own_mounts() &&
          mount(folder.c_str(), folder.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0 &&
          mount(nullptr, folder.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;
 }
-
-constexpr int not_allowed_here = 77;
 
 /// Says in which line of a child's work something was not as it should be.
 #define CHECK_IN_CHILD(condition)                                                                  \

@@ -2,8 +2,7 @@
 
 #include "platform/Security/keychain.hpp"
 
-#include <chrono>
-#include <thread>
+#include <array>
 
 namespace veltro::test {
 namespace {
@@ -182,23 +181,50 @@ TEST_F(KeychainFiles, MayBeTakenAwayAndPutBackWhileInUse) {
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
 }
 
-TEST_F(KeychainFiles, AreWatchedAlsoAfterALongRest) {
+TEST_F(KeychainFiles, AreStillLookedAtWhenTheyAreUsedOften) {
   ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
-  const auto rest = [] {
-    status_of_search(item(@"mail", @"ann"));
-    std::this_thread::sleep_for(std::chrono::seconds(4)); // until the folder's times tell
-    for (int again = 0; again < 3; ++again)
+  const auto use_often = [] {
+    for (int again = 0; again < 10; ++again)
       EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecSuccess);
   };
-  rest();
+  use_often();
   files::permissions(paths().key, files::perms::group_read, files::perm_options::add);
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
   files::permissions(paths().key, files::perms::group_read, files::perm_options::remove);
-  rest();
+  use_often();
   files::rename(paths().folder, paths().folder + ".away");
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
   files::rename(paths().folder + ".away", paths().folder);
-  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecSuccess);
+  use_often();
+  files::rename(device_root(), scratch() / "away");
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
+  files::rename(scratch() / "away", device_root());
+  use_often();
+}
+
+TEST_F(KeychainFiles, AreLookedAtByChildrenWithoutDisturbingTheirParent) {
+  ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
+  const auto use_often = [] {
+    int answer = errSecSuccess;
+    for (int again = 0; again < 10 && answer == errSecSuccess; ++again)
+      answer = status_of_search(item(@"mail", @"ann"));
+    return answer;
+  };
+  ASSERT_EQ(use_often(), errSecSuccess);
+  std::array<int, 2> start{};
+  ASSERT_EQ(pipe(start.data()), 0);
+  const pid_t child = start_child([&] {
+    char go = 0;
+    const bool found = read(start[0], &go, 1) == 1 && use_often() == errSecSuccess;
+    files::permissions(paths().key, files::perms::group_read, files::perm_options::add);
+    return found && use_often() == errSecNotAvailable ? 0 : 1;
+  });
+  EXPECT_EQ(use_often(), errSecSuccess);
+  EXPECT_EQ(write(start[1], "x", 1), 1);
+  EXPECT_EQ(wait_for(child), 0);
+  EXPECT_EQ(use_often(), errSecNotAvailable);
+  for (const int end : start)
+    close(end);
 }
 
 TEST_F(KeychainFiles, StandOddNames) {
