@@ -73,12 +73,13 @@ bool read_data(id value, Field &field) {
   return true;
 }
 
+constexpr double largest_exact = 9007199254740992; // 2^53: beyond, a double no longer tells
+
 bool read_number(id value, Field &field) {
   if (!is(value, classes().number))
     return false;
   const double approximate = [value doubleValue];
-  constexpr double limit = 9007199254740992; // 2^53: beyond, a double no longer tells
-  if (!(std::abs(approximate) <= limit) || std::trunc(approximate) != approximate)
+  if (!(std::abs(approximate) <= largest_exact) || std::trunc(approximate) != approximate)
     return false;
   field = Field::of(std::int64_t{[value longLongValue]});
   return true;
@@ -163,10 +164,11 @@ bool read_limit(id value, ItemQuery &out) {
   else if (equals(value, kSecMatchLimitAll))
     out.query.limit = 0;
   else {
-    Field number;
-    if (!read_number(value, number) || number.integer < 1)
+    const double wanted = is(value, classes().number) ? [value doubleValue] : 0;
+    if (!(wanted >= 1) || !std::isfinite(wanted) || std::trunc(wanted) != wanted)
       return false;
-    out.query.limit = number.integer;
+    // More than anybody has is all.
+    out.query.limit = wanted < largest_exact ? static_cast<std::int64_t>(wanted) : 0;
   }
   out.many = out.query.limit != 1;
   return true;

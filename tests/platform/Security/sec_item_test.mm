@@ -222,6 +222,7 @@ TEST_F(SecItem, MatchesOnEveryAttributeThatAQueryGives) {
   full = with(full, kSecAttrAccessGroup, @"group");
   full = with(full, kSecAttrAccessible, (id)kSecAttrAccessibleAlways);
   full = with(full, kSecAttrCreationDate, born);
+  full = with(full, kSecAttrModificationDate, [born dateByAddingTimeInterval:1]);
   ASSERT_EQ(test::add(full), errSecSuccess);
   ASSERT_EQ(test::add(item(@"other", @"item")), errSecSuccess);
 
@@ -239,6 +240,7 @@ TEST_F(SecItem, MatchesOnEveryAttributeThatAQueryGives) {
       {kSecAttrAccessGroup, @"default"},
       {kSecAttrAccessible, (id)kSecAttrAccessibleWhenUnlocked},
       {kSecAttrCreationDate, [NSDate dateWithTimeIntervalSinceReferenceDate:1234.5679]},
+      {kSecAttrModificationDate, born},
       {kSecAttrSynchronizable, yes()},
   };
   EXPECT_EQ(status_of_search(full), errSecSuccess);
@@ -329,6 +331,14 @@ TEST_F(SecItem, AnswersInTheShapeThatIsAskedFor) {
   answer = search(with(every, kSecReturnAttributes, yes()), status);
   EXPECT_EQ([answer count], 2U);
   EXPECT_TRUE([[answer lastObject] isKindOfClass:[NSDictionary class]]);
+  answer = search(with(with(every, kSecReturnAttributes, yes()), kSecReturnData, yes()), status);
+  EXPECT_EQ([answer count], 2U);
+  for (NSDictionary *const found in answer)
+    EXPECT_TRUE([[found objectForKey:@"v_Data"]
+        isEqual:secret(item(@"mail", [found objectForKey:@"acct"]))]);
+  answer = search(with(every, kSecReturnData, no()), status);
+  EXPECT_EQ(status, errSecSuccess);
+  EXPECT_EQ(answer, nil);
 }
 
 TEST_F(SecItem, CountsUpToTheLimit) {
@@ -341,6 +351,9 @@ TEST_F(SecItem, CountsUpToTheLimit) {
   EXPECT_TRUE([counted([NSNumber numberWithInt:1]) isKindOfClass:[NSDictionary class]]);
   EXPECT_EQ([counted([NSNumber numberWithInt:3]) count], 3U);
   EXPECT_EQ([counted([NSNumber numberWithInt:99]) count], 5U);
+  EXPECT_EQ([counted([NSNumber numberWithUnsignedInt:UINT_MAX]) count], 5U);
+  EXPECT_EQ([counted([NSNumber numberWithLong:LONG_MAX]) count], 5U);
+  EXPECT_EQ([counted([NSNumber numberWithUnsignedLong:ULONG_MAX]) count], 5U);
   EXPECT_EQ([counted((id)kSecMatchLimitAll) count], 5U);
 }
 
@@ -421,6 +434,30 @@ TEST_F(SecItem, UpdatesEveryItemThatMatchesOrNone) {
   EXPECT_TRUE([secret(item(@"mail", @"a")) isEqual:bytes("a")]);
 }
 
+TEST_F(SecItem, AnUpdateMakesNoSecondItemOfAnIdentity) {
+  Entries *const mine = item(@"mail", @"ann");
+  ASSERT_EQ(test::add(mine), errSecSuccess);
+  const std::pair<CFStringRef, id> changed[] = {{kSecAttrService, @"news"},
+                                                {kSecAttrAccount, @"bob"},
+                                                {kSecAttrAccessGroup, @"group"},
+                                                {kSecAttrSynchronizable, yes()}};
+  for (const auto &[key, value] : changed) {
+    ASSERT_EQ(test::add(with(mine, key, value)), errSecSuccess);
+    EXPECT_EQ(update(with(mine, kSecAttrAccessGroup, @"default"), key, value), errSecDuplicateItem)
+        << [(id)key UTF8String];
+    ASSERT_EQ(test::remove(with(mine, key, value)), errSecSuccess);
+    EXPECT_EQ(update(mine, key, value), errSecSuccess) << [(id)key UTF8String];
+    EXPECT_EQ(status_of_search(mine),
+              key == kSecAttrAccessGroup ? errSecSuccess : errSecItemNotFound);
+    EXPECT_EQ(update(with(mine, key, value), key,
+                     [attributes(with(mine, key, value)) objectForKey:(id)key]),
+              errSecSuccess)
+        << "to what it was";
+    ASSERT_EQ(test::remove(with(mine, key, value)), errSecSuccess);
+    ASSERT_EQ(test::add(mine), errSecSuccess);
+  }
+}
+
 TEST_F(SecItem, RefusesMalformedQueries) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   Entries *const good = item(@"mail", @"ann");
@@ -459,6 +496,10 @@ TEST_F(SecItem, RefusesMalformedQueries) {
   EXPECT_EQ(status_of_search(with(good, kSecMatchLimit, [NSNumber numberWithInt:0])), errSecParam);
   EXPECT_EQ(status_of_search(with(good, kSecMatchLimit, [NSNumber numberWithInt:-1])), errSecParam);
   EXPECT_EQ(status_of_search(with(good, kSecMatchLimit, @"m_LimitTwo")), errSecParam);
+  for (const double limit : {1.5, 0.5, -1e300, static_cast<double>(NAN), HUGE_VAL})
+    EXPECT_EQ(status_of_search(with(good, kSecMatchLimit, [NSNumber numberWithDouble:limit])),
+              errSecParam)
+        << limit;
   EXPECT_EQ(status_of_search(with(good, kSecAttrSynchronizable, [NSNumber numberWithInt:2])),
             errSecParam);
   EXPECT_EQ(status_of_search(with(good, kSecAttrAccessible, @"xx")), errSecParam);
