@@ -104,6 +104,8 @@ int Database::open(const std::string &path, Access access) {
   sqlite3_busy_handler(connection, nap, &waited_);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  if (access == Access::alone)
+    run("PRAGMA locking_mode = EXCLUSIVE");
   // The cache has room for 100,000 items; only pages that were read take memory.
   return run("PRAGMA synchronous = FULL; PRAGMA secure_delete = ON; PRAGMA cell_size_check = ON;"
              "PRAGMA cache_size = -65536");
@@ -180,7 +182,15 @@ bool Database::is_damage(int code) {
   return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || kind == SQLITE_ERROR;
 }
 
+bool Database::is_full_disk(int code) const {
+  const int kind = code & 0xFF;
+  return kind == SQLITE_FULL ||
+         (kind == SQLITE_IOERR && sqlite3_system_errno(connection_.get()) == ENOSPC);
+}
+
 OSStatus Database::status_of(int code) const {
+  if (is_full_disk(code))
+    return errSecDiskFull;
   switch (code & 0xFF) {
   case SQLITE_OK:
   case SQLITE_ROW:
@@ -188,15 +198,13 @@ OSStatus Database::status_of(int code) const {
     return errSecSuccess;
   case SQLITE_CONSTRAINT:
     return errSecDuplicateItem;
-  case SQLITE_FULL:
-    return errSecDiskFull;
   case SQLITE_READONLY:
     return errSecWrPerm;
   case SQLITE_NOMEM:
   case SQLITE_TOOBIG:
     return errSecAllocate;
   case SQLITE_IOERR:
-    return sqlite3_system_errno(connection_.get()) == ENOSPC ? errSecDiskFull : errSecIO;
+    return errSecIO;
   default:
     return errSecNotAvailable;
   }

@@ -22,7 +22,12 @@ std::span<const char *const> format_steps();
 
 class Database {
 public:
-  enum class Access : std::uint8_t { read_write, create, immutable };
+  enum class Access : std::uint8_t {
+    read_write,
+    create,
+    immutable, ///< nobody writes the file
+    alone      ///< nobody else has a connection, or gets one; needs no room for the log's index
+  };
 
   /// Opens the file; answers SQLite's result code. The file must exist, except to create it.
   int open(const std::string &path, Access access);
@@ -69,6 +74,9 @@ public:
 
   /// Whether `code` says that the file is damaged.
   static bool is_damage(int code);
+
+  /// Whether `code`, which this connection just answered, says that the disk is full.
+  [[nodiscard]] bool is_full_disk(int code) const;
 
 private:
   struct Close {

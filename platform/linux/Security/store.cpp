@@ -235,6 +235,14 @@ Store::Outcome Store::undecodable() const {
 
 OSStatus Store::perform(Missing missing, const std::function<Outcome()> &operation) {
   const std::lock_guard lock(mutex_);
+  const OSStatus status = perform_locked(missing, operation);
+  // Others wait for a connection that is alone.
+  if (std::exchange(alone_, false))
+    database_.close();
+  return status;
+}
+
+OSStatus Store::perform_locked(Missing missing, const std::function<Outcome()> &operation) {
   if (const OSStatus ready = make_ready(missing); ready != errSecSuccess)
     return ready;
   const Outcome outcome = operation();
@@ -361,6 +369,13 @@ OSStatus Store::open_database() {
     code = database_.number("SELECT count(*) FROM sqlite_schema", ignored);
   if (code == SQLITE_OK)
     database_.watch_commits();
+  // The index of the log wants room, also to read. Who is alone keeps it in memory.
+  if (code != SQLITE_OK && database_.is_full_disk(code)) {
+    alone_ = true;
+    code = database_.open(paths_.database, Database::Access::alone);
+    if (code == SQLITE_OK)
+      code = database_.number("SELECT count(*) FROM sqlite_schema", ignored);
+  }
   // A write-ahead log wants to be written even to be read. On a read-only file system without one,
   // nobody writes the file.
   struct stat log{};

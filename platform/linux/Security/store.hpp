@@ -46,6 +46,7 @@ private:
   };
 
   OSStatus perform(Missing missing, const std::function<Outcome()> &operation);
+  OSStatus perform_locked(Missing missing, const std::function<Outcome()> &operation);
   OSStatus write(Missing missing, const std::function<Outcome()> &operation);
   OSStatus make_ready(Missing missing);
   OSStatus open_files(Missing missing);
@@ -73,6 +74,7 @@ private:
   Identity key_identity_;
   FolderWatch watch_;
   KnownRows known_;
+  bool alone_ = false;   ///< whether the connection keeps others out, and closes after the call
   bool checked_ = false; ///< whether this connection found the whole file sound
   std::string bound_, sealed_, search_;
 };

@@ -2,6 +2,7 @@
 
 #include "platform/Security/keychain.hpp"
 
+#include <array>
 #include <cstdio>
 #include <set>
 #include <sys/resource.h>
@@ -75,6 +76,72 @@ TEST_F(KeychainDamage, AFullDiskFromTheStartIsReported) {
   });
   if (answer == not_allowed_here)
     GTEST_SKIP() << "this machine allows no mounts; AFileThatMayNotGrow… stands for it";
+  EXPECT_EQ(answer, 0);
+}
+
+/// Whether this process can read while another one that has read lives on.
+bool reads_beside_another() {
+  std::array<int, 2> pipe{};
+  if (::pipe(pipe.data()) != 0)
+    return false;
+  const pid_t other = start_child([&] {
+    const char found = secret(item(@"mail", @"ann")) != nil ? 'y' : 'n';
+    while (write(pipe[1], &found, 1) == 1)
+      pause();
+    return 1;
+  });
+  char found = 'n';
+  const bool read = ::read(pipe[0], &found, 1) == 1 && found == 'y' &&
+                    [secret(item(@"mail", @"ann")) isEqual:bytes("one")];
+  kill(other, SIGKILL);
+  wait_for(other);
+  close(pipe[0]);
+  close(pipe[1]);
+  return read;
+}
+
+/// Reads from several processes on a disk without room for the index of the log.
+int read_on_a_full_disk() {
+  let_go();
+  const files::path ballast = device_root() / "ballast";
+  write_file(ballast, std::string(1UL << 20, 'x'));
+  std::vector<pid_t> readers;
+  for (int reader = 0; reader < 4; ++reader)
+    readers.push_back(start_child([] {
+      for (int again = 0; again < 10; ++again) {
+        CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+        CHECK_IN_CHILD([list(item(nil, nil)) count] == 2);
+        CHECK_IN_CHILD(status_of_search(item(@"mail", @"none")) == errSecItemNotFound);
+      }
+      return 0;
+    }));
+  for (const pid_t reader : readers)
+    CHECK_IN_CHILD(wait_for(reader) == 0);
+  CHECK_IN_CHILD(reads_beside_another());
+  CHECK_IN_CHILD(add(@"mail", @"new", "x") == errSecDiskFull);
+  CHECK_IN_CHILD(remove(item(@"mail", @"ann")) == errSecDiskFull);
+  CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+  CHECK_IN_CHILD(set_aside_files() == 0);
+  files::remove(ballast);
+  CHECK_IN_CHILD(add(@"mail", @"new", "x") == errSecSuccess);
+  CHECK_IN_CHILD(remove(item(@"mail", @"new")) == errSecSuccess);
+  return 0;
+}
+
+TEST_F(KeychainDamage, AFullDiskCanBeRead) {
+  files::create_directories(device_root());
+  const int answer = in_child([] {
+    if (!own_mounts() || mount("veltro-test", device_root().c_str(), "tmpfs", 0, "size=1m") != 0)
+      return not_allowed_here;
+    add(@"mail", @"ann", "one");
+    add(@"mail", @"bob", "two");
+    if (const int line = read_on_a_full_disk(); line != 0)
+      return line;
+    fold_log();
+    return read_on_a_full_disk();
+  });
+  if (answer == not_allowed_here)
+    GTEST_SKIP() << "this machine allows no mounts";
   EXPECT_EQ(answer, 0);
 }
 
