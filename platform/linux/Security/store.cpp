@@ -78,7 +78,7 @@ OSStatus Store::add(Fields &fields, std::string_view secret) {
   fill(fields[created], Field::of(moment));
   fill(fields[modified], Field::of(moment));
   fill(fields[accessible], Field::text(default_accessible));
-  return write(Missing::create, [&]() -> Outcome {
+  return write(Call::add, [&]() -> Outcome {
     write_bound_form(fields, bound_);
     const Checksum checksum = checksum_of(*keys_, bound_);
     seal(*keys_, bound_, secret, sealed_);
@@ -93,7 +93,7 @@ OSStatus Store::add(Fields &fields, std::string_view secret) {
 }
 
 OSStatus Store::search(const Query &query, bool with_secrets, const Visitor &visit) {
-  return perform(Missing::not_found, [&]() -> Outcome {
+  return perform(Call::search, [&]() -> Outcome {
     write_name(query, with_secrets, search_);
     const std::optional<CommitStamp> commit = database_.last_commit();
     if (commit)
@@ -147,7 +147,7 @@ Store::Outcome Store::read_items(const Query &query, bool with_secrets, const Vi
 }
 
 OSStatus Store::remove(const Query &query) {
-  return write(Missing::not_found, [&]() -> Outcome {
+  return write(Call::remove, [&]() -> Outcome {
     sqlite3_stmt *const statement = delete_items(database_, query);
     if (statement == nullptr)
       return {SQLITE_ERROR, errSecSuccess};
@@ -162,7 +162,7 @@ OSStatus Store::update(const Query &query, const Fields &changes,
                        std::optional<std::string_view> secret) {
   Fields all = changes;
   all[modified] = Field::of(now());
-  return write(Missing::not_found, [&]() -> Outcome {
+  return write(Call::update, [&]() -> Outcome {
     // All that match are found before the first one changes, so that none is met twice.
     std::vector<std::int64_t> found;
     sqlite3_stmt *const statement = select_items(database_, query);
@@ -233,21 +233,21 @@ Store::Outcome Store::undecodable() const {
   return {SQLITE_OK, errSecDecode};
 }
 
-OSStatus Store::perform(Missing missing, const std::function<Outcome()> &operation) {
+OSStatus Store::perform(Call call, const std::function<Outcome()> &operation) {
   const std::lock_guard lock(mutex_);
-  const OSStatus status = perform_locked(missing, operation);
+  const OSStatus status = perform_locked(call, operation);
   // Others wait for a connection that is alone.
   if (std::exchange(alone_, false))
     database_.close();
   return status;
 }
 
-OSStatus Store::perform_locked(Missing missing, const std::function<Outcome()> &operation) {
-  if (const OSStatus ready = make_ready(missing); ready != errSecSuccess)
+OSStatus Store::perform_locked(Call call, const std::function<Outcome()> &operation) {
+  if (const OSStatus ready = make_ready(call); ready != errSecSuccess)
     return ready;
   const Outcome outcome = operation();
   if (Database::is_damage(outcome.code))
-    return handle_damage();
+    return handle_damage(call);
   if (outcome.status != errSecSuccess)
     return outcome.status;
   const OSStatus status = database_.status_of(outcome.code);
@@ -256,12 +256,12 @@ OSStatus Store::perform_locked(Missing missing, const std::function<Outcome()> &
   return status;
 }
 
-OSStatus Store::write(Missing missing, const std::function<Outcome()> &operation) {
+OSStatus Store::write(Call call, const std::function<Outcome()> &operation) {
   OSStatus status = errSecSuccess;
   bool moved = false;
   do {
     moved = false;
-    status = perform(missing, [&]() -> Outcome {
+    status = perform(call, [&]() -> Outcome {
       Transaction transaction(database_);
       if (transaction.begun() != SQLITE_OK)
         return {transaction.begun(), errSecSuccess};
@@ -285,7 +285,7 @@ bool Store::in_place() const {
          Identity::of(status) == database_identity_;
 }
 
-OSStatus Store::make_ready(Missing missing) {
+OSStatus Store::make_ready(Call call) {
   if (std::string root = device_root(); root != root_) {
     database_.close();
     paths_ = Paths::at(root);
@@ -295,7 +295,7 @@ OSStatus Store::make_ready(Missing missing) {
     return errSecSuccess;
   watch_.begin(paths_);
   OSStatus folder = check_folder(paths_);
-  if (folder == errSecItemNotFound && missing == Missing::create) {
+  if (folder == errSecItemNotFound && call == Call::add) {
     if (const OSStatus made = make_folder(paths_); made != errSecSuccess)
       return made;
     folder = check_folder(paths_);
@@ -310,10 +310,10 @@ OSStatus Store::make_ready(Missing missing) {
   }
   if (key_status != errSecSuccess && key_status != errSecItemNotFound)
     return key_status;
-  return open_files(missing);
+  return open_files(call);
 }
 
-OSStatus Store::open_files(Missing missing) {
+OSStatus Store::open_files(Call call) {
   database_.close();
   const FolderLock lock(paths_);
   if (lock.status() != errSecSuccess)
@@ -323,7 +323,7 @@ OSStatus Store::open_files(Missing missing) {
   const bool there = ::stat(paths_.database.c_str(), &status) == 0;
   if (!there && errno != ENOENT)
     return file_error(errno, paths_.database);
-  if (!there && missing == Missing::not_found)
+  if (!there && call != Call::add)
     return errSecItemNotFound;
 
   OSStatus key = check_key(paths_, key_identity_);
@@ -350,18 +350,20 @@ OSStatus Store::open_files(Missing missing) {
     if (const OSStatus synced = sync_folder(paths_); synced != errSecSuccess)
       return synced;
   }
-  return open_database();
+  return open_database(call);
 }
 
-OSStatus Store::open_database() {
+OSStatus Store::open_database(Call call) {
   struct stat status{};
   if (::stat(paths_.database.c_str(), &status) != 0)
     return file_error(errno, paths_.database);
   database_identity_ = Identity::of(status);
   checked_ = false;
   known_.forget();
-  if (status.st_size == 0)
-    return set_damaged_aside();
+  const bool left_damaged =
+      call != Call::remove && std::exchange(left_damaged_, std::nullopt) == database_identity_;
+  if (status.st_size == 0 || left_damaged)
+    return set_damaged_aside(call);
 
   std::int64_t ignored = 0;
   int code = database_.open(paths_.database, Database::Access::read_write);
@@ -387,7 +389,7 @@ OSStatus Store::open_database() {
       code = database_.number("SELECT count(*) FROM sqlite_schema", ignored);
   }
   if (Database::is_damage(code))
-    return set_damaged_aside();
+    return set_damaged_aside(call);
   OSStatus answer = database_.status_of(code);
   if (answer == errSecSuccess)
     answer = migrate(database_, format_steps(), paths_.database);
@@ -398,14 +400,21 @@ OSStatus Store::open_database() {
   return answer;
 }
 
-OSStatus Store::handle_damage() {
+OSStatus Store::handle_damage(Call call) {
   database_.close();
   const FolderLock lock(paths_);
-  return lock.status() != errSecSuccess ? lock.status() : set_damaged_aside();
+  return lock.status() != errSecSuccess ? lock.status() : set_damaged_aside(call);
 }
 
-OSStatus Store::set_damaged_aside() {
+// A save deletes before it adds, and hears nothing of what the deletion met: the addition is to
+// tell it, and so the damage is left for it.
+OSStatus Store::set_damaged_aside(Call call) {
   database_.close();
+  if (call == Call::remove) {
+    log_trouble(paths_.database, "is damaged; a deletion leaves it as it is");
+    left_damaged_ = database_identity_;
+    return errSecNotAvailable;
+  }
   const OSStatus status = set_aside(paths_, database_identity_, *keys_);
   return status == errSecSuccess ? errSecNotAvailable : status;
 }

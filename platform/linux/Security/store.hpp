@@ -37,7 +37,7 @@ public:
 private:
   Store();
 
-  enum class Missing : std::uint8_t { not_found, create };
+  enum class Call : std::uint8_t { add, search, update, remove };
 
   /// What an operation on the open file answered.
   struct Outcome {
@@ -45,14 +45,14 @@ private:
     OSStatus status; ///< the keychain's, where SQLite is content
   };
 
-  OSStatus perform(Missing missing, const std::function<Outcome()> &operation);
-  OSStatus perform_locked(Missing missing, const std::function<Outcome()> &operation);
-  OSStatus write(Missing missing, const std::function<Outcome()> &operation);
-  OSStatus make_ready(Missing missing);
-  OSStatus open_files(Missing missing);
-  OSStatus open_database();
-  OSStatus handle_damage();
-  OSStatus set_damaged_aside();
+  OSStatus perform(Call call, const std::function<Outcome()> &operation);
+  OSStatus perform_locked(Call call, const std::function<Outcome()> &operation);
+  OSStatus write(Call call, const std::function<Outcome()> &operation);
+  OSStatus make_ready(Call call);
+  OSStatus open_files(Call call);
+  OSStatus open_database(Call call);
+  OSStatus handle_damage(Call call);
+  OSStatus set_damaged_aside(Call call);
   Outcome nothing_found();
   Outcome read_items(const Query &query, bool with_secrets, const Visitor &visit);
   Outcome visit_known(const std::vector<KnownRow> &rows, bool with_secrets, const Visitor &visit);
@@ -70,6 +70,7 @@ private:
   Paths paths_;
   Database database_;
   Identity database_identity_;
+  std::optional<Identity> left_damaged_; ///< what a deletion found damaged
   std::optional<Keys> keys_;
   Identity key_identity_;
   FolderWatch watch_;

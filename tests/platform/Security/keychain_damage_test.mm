@@ -2,6 +2,8 @@
 
 #include "platform/Security/keychain.hpp"
 
+#import <veltro/ZLTKeyChain.h>
+
 #include <array>
 #include <cstdio>
 #include <set>
@@ -198,6 +200,47 @@ TEST_F(KeychainDamage, AReadOnlyRootWithoutAKeychainIsReported) {
   if (answer == not_allowed_here)
     GTEST_SKIP() << "this machine allows no mounts";
   EXPECT_EQ(answer, 0);
+}
+
+/// The file with the entry of mail's ann in the index, where it is found by name, spoiled.
+std::string without_the_way_to_ann(std::string file) {
+  constexpr std::size_t page = 4096;
+  constexpr char leaf_of_index = 10;
+  for (std::size_t at = 0; at < file.size(); at += page)
+    if (file[at] == leaf_of_index)
+      if (const std::size_t name = file.find("mailann", at); name < at + page)
+        file[name] = 'n';
+  return file;
+}
+
+TEST_F(KeychainDamage, ASaveHearsOfIt) {
+  for (int kind = 0; kind < 3; ++kind) {
+    SCOPED_TRACE(kind);
+    let_go();
+    files::remove_all(device_root());
+    ASSERT_EQ(add(@"mail", @"ann", "old"), errSecSuccess);
+    fold_log();
+    const std::string sound = contents(paths().database);
+    const std::string garbage(20, '?');
+    const std::string damaged = kind == 0   ? garbage
+                                : kind == 1 ? garbage + sound.substr(garbage.size())
+                                            : without_the_way_to_ann(sound);
+    ASSERT_NE(damaged, sound);
+    write_file(paths().database, damaged);
+
+    EXPECT_EQ(remove(item(@"mail", @"ann")), errSecNotAvailable);
+    EXPECT_TRUE(contents(paths().database) == damaged) << "a deletion is not yet a save";
+    NSError *error = nil;
+    EXPECT_FALSE([ZLTKeyChain setPassword:@"new" forService:@"mail" account:@"ann" error:&error]);
+    EXPECT_EQ([error code], errSecNotAvailable);
+    EXPECT_EQ(set_aside_files(), 1);
+    EXPECT_TRUE(contents(paths().database + ".damaged-1") == damaged);
+    if (kind > 0)
+      EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("old")]);
+    EXPECT_TRUE([ZLTKeyChain setPassword:@"new" forService:@"mail" account:@"ann" error:&error]);
+    EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("new")]);
+    EXPECT_EQ(set_aside_files(), 1);
+  }
 }
 
 constexpr int items = 60;
