@@ -1,5 +1,6 @@
 // veltro base64: files of any size through either of the library's two codecs, a piece at a time.
 
+#include "base64_decoder.hpp"
 #include "commands.hpp"
 #include "exit.hpp"
 
@@ -11,13 +12,12 @@
 #include <cstring>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace veltro::tool {
 namespace {
 
 /// How much is read at a time: whole groups of three bytes and of four characters.
-constexpr std::size_t kPiece = 12 * 16 * 1024;
+constexpr std::size_t kPiece = std::size_t{3} << 16;
 
 struct Base64Options {
   std::string file = "-";
@@ -25,23 +25,24 @@ struct Base64Options {
   bool strict = false;
 };
 
+struct Closes {
+  void operator()(std::FILE *file) const { std::fclose(file); }
+};
+
 /// The input; standard input for "-".
 class Input {
 public:
   explicit Input(const std::string &path)
-      : file_(path == "-" ? stdin : std::fopen(path.c_str(), "rb")) {}
-  ~Input() {
-    if (file_ != nullptr && file_ != stdin)
-      std::fclose(file_);
-  }
-  Input(const Input &) = delete;
-  Input &operator=(const Input &) = delete;
+      : opened_(path == "-" ? nullptr : std::fopen(path.c_str(), "rb")),
+        file_(path == "-" ? stdin : opened_.get()) {}
 
   explicit operator bool() const { return file_ != nullptr; }
   [[nodiscard]] bool failed() const { return std::ferror(file_) != 0; }
 
   /// Appends up to a piece; nothing at the end.
   bool read(std::string &to) {
+    if (std::feof(file_) != 0 || failed())
+      return false;
     const std::size_t before = to.size();
     to.resize(before + kPiece);
     to.resize(before + std::fread(to.data() + before, 1, kPiece, file_));
@@ -49,6 +50,7 @@ public:
   }
 
 private:
+  std::unique_ptr<std::FILE, Closes> opened_;
   std::FILE *file_;
 };
 
@@ -89,57 +91,20 @@ int encode(const Base64Options &options) {
   return finished(input, options.file);
 }
 
-bool is_value(char character) {
-  return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
-         (character >= '0' && character <= '9') || character == '+' || character == '/';
-}
-
-/// How many characters of `text` end with a whole group. Both codecs decode such a piece by itself
-/// as they do within the whole.
-std::size_t whole_groups(const std::string &text) {
-  std::size_t end = 0;
-  std::size_t values = 0;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (is_value(text[at]))
-      ++values;
-    if (values % 4 == 0)
-      end = at + 1;
-  }
-  return end;
-}
-
-/// Decodes the first `size` characters and takes them off; NO where they are invalid.
-bool decode_piece(std::string &text, std::size_t size, bool lenient, bool &written) {
-  @autoreleasepool {
-    // A zero would end the codec's text in its middle.
-    if (text.find('\0') < size)
-      return false;
-    NSString *const piece = [[[NSString alloc] initWithBytes:text.data()
-                                                      length:size
-                                                    encoding:NSASCIIStringEncoding] autorelease];
-    NSData *const data =
-        lenient ? [ZLTUtils decodeBase64WithString:piece] : [ZLTUtils base64DecodeString:piece];
-    if (piece == nil || data == nil)
-      return false;
-    written = write([data bytes], [data length]);
-  }
-  text.erase(0, size);
-  return true;
-}
-
 int decode(const Base64Options &options) {
   Input input(options.file);
   if (!input)
     return answered_no(options.file + ": " + std::strerror(errno));
-  std::string text;
-  bool written = true;
-  bool more = true;
-  while (more) {
-    more = input.read(text);
-    const std::size_t size = more ? whole_groups(text) : text.size();
-    if (!decode_piece(text, size, options.lenient, written))
+  Base64Decoder decoder(options.lenient);
+  std::string piece;
+  std::string bytes;
+  for (bool more = true; more; piece.clear(), bytes.clear()) {
+    more = input.read(piece);
+    if (!more && input.failed())
+      break;
+    if (!(more ? decoder.take(piece, bytes) : decoder.finish(bytes)))
       return answered_no(options.file + ": not valid Base64");
-    if (!written)
+    if (!write(bytes.data(), bytes.size()))
       return answered_no("standard output: " + std::string(std::strerror(errno)));
   }
   return finished(input, options.file);
@@ -166,6 +131,9 @@ void add_base64(CLI::App &app, Action &run) {
           "--strict", options->strict,
           "Refuse a lone last character, and skip = anywhere (base64DecodeString:); the default")
       ->excludes(lenient);
+  from->footer(
+      "The memory does not grow with the text. Where the text turns out to be invalid, bytes\n"
+      "of what came before may be written already.");
   from->callback([options, &run] { run = [options] { return decode(*options); }; });
 }
 
