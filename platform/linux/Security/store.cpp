@@ -1,6 +1,7 @@
 #include "Security/store.hpp"
 
 #include "Host/device_root.hpp"
+#include "Security/room.hpp"
 #include "Security/salvage.hpp"
 
 #include <Security/SecBase.h>
@@ -15,6 +16,9 @@
 
 namespace veltro::host::keychain {
 namespace {
+
+/// More than a deletion and the addition of an ordinary secret add to the log.
+constexpr std::uint64_t room_for_a_save = 128UL * 1024;
 
 constexpr std::string_view default_group = "default";
 constexpr std::string_view default_accessible = "ak"; // kSecAttrAccessibleWhenUnlocked
@@ -88,7 +92,14 @@ OSStatus Store::add(Fields &fields, std::string_view secret) {
     if (statement == nullptr)
       return {SQLITE_ERROR, errSecSuccess};
     const StatementUse use(statement);
-    return {sqlite3_step(statement), errSecSuccess};
+    const int code = sqlite3_step(statement);
+    if ((code & 0xFF) != SQLITE_CONSTRAINT)
+      return {code, errSecSuccess};
+    // An item that a save could not delete for want of room is in its way for the same reason.
+    Query present;
+    for (const Index at : {service, account, group, sync})
+      present.fields[at] = fields[at];
+    return {has_room_to_replace(present) ? code : SQLITE_FULL, errSecSuccess};
   });
 }
 
@@ -146,8 +157,26 @@ Store::Outcome Store::read_items(const Query &query, bool with_secrets, const Vi
   return found > 0 ? Outcome{SQLITE_OK, errSecSuccess} : nothing_found();
 }
 
+// A save is a deletion and an addition: the first must not succeed where there is no room for the
+// second.
+bool Store::has_room_to_replace(const Query &query) {
+  if (!is_nearly_full(paths_.folder))
+    return true;
+  sqlite3_stmt *const statement = select_items(database_, query);
+  if (statement == nullptr)
+    return true;
+  std::uint64_t room = 0;
+  const StatementUse use(statement);
+  // Deleted secrets are written over, and take as much room in the log as new ones.
+  while (sqlite3_step(statement) == SQLITE_ROW)
+    room += 3 * row_of(statement).sealed.size() + room_for_a_save;
+  return room == 0 || reserve_room(paths_.database + "-wal", room);
+}
+
 OSStatus Store::remove(const Query &query) {
   return write(Call::remove, [&]() -> Outcome {
+    if (!has_room_to_replace(query))
+      return {SQLITE_FULL, errSecSuccess};
     sqlite3_stmt *const statement = delete_items(database_, query);
     if (statement == nullptr)
       return {SQLITE_ERROR, errSecSuccess};

@@ -58,6 +58,7 @@ private:
   Outcome visit_known(const std::vector<KnownRow> &rows, bool with_secrets, const Visitor &visit);
   Outcome replace(std::int64_t id, const Fields &changes, std::optional<std::string_view> secret);
   Outcome undecodable() const;
+  bool has_room_to_replace(const Query &query);
   bool in_place() const;
 
   static void before_fork();

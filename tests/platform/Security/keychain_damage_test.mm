@@ -147,6 +147,42 @@ TEST_F(KeychainDamage, AFullDiskCanBeRead) {
   EXPECT_EQ(answer, 0);
 }
 
+/// Saves over the same items, with secrets that grow, until there is no room. A save that fails
+/// must leave what was there.
+int save_until_it_is_full(int growth) {
+  int failures = 0;
+  for (int round = 0; failures < 20; ++round) {
+    CHECK_IN_CHILD(round < 1000);
+    NSString *const account = [NSString stringWithFormat:@"%d", round % 8];
+    NSString *const old = [ZLTKeyChain passwordForService:@"mail" account:account];
+    const auto length = static_cast<NSUInteger>(growth * (round / 8 + 1));
+    NSString *const fresh = [@"" stringByPaddingToLength:length withString:@"p" startingAtIndex:0];
+    NSError *error = nil;
+    if ([ZLTKeyChain setPassword:fresh forService:@"mail" account:account error:&error])
+      continue;
+    ++failures;
+    CHECK_IN_CHILD([error code] == errSecDiskFull);
+    CHECK_IN_CHILD(old != nil);
+    CHECK_IN_CHILD([[ZLTKeyChain passwordForService:@"mail" account:account] isEqual:old]);
+  }
+  CHECK_IN_CHILD(remove(item(@"mail", @"none")) == errSecItemNotFound);
+  return 0;
+}
+
+TEST_F(KeychainDamage, ASaveOnAFullDiskLosesNothing) {
+  files::create_directories(device_root());
+  for (const int growth : {100, 300, 1000, 3000}) {
+    const int answer = in_child([=] {
+      if (!own_mounts() || mount("veltro-test", device_root().c_str(), "tmpfs", 0, "size=1m") != 0)
+        return not_allowed_here;
+      return save_until_it_is_full(growth);
+    });
+    if (answer == not_allowed_here)
+      GTEST_SKIP() << "this machine allows no mounts";
+    EXPECT_EQ(answer, 0) << growth;
+  }
+}
+
 TEST_F(KeychainDamage, AFileThatMayNotGrowIsReportedAndLosesNothing) {
   const int answer = in_child([] {
     signal(SIGXFSZ, SIG_IGN);
