@@ -279,6 +279,30 @@ TEST_F(KeychainDamage, ASaveHearsOfIt) {
   }
 }
 
+TEST_F(KeychainDamage, AnyNameOfAColumnMayBeSpoiled) {
+  ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
+  ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
+  fold_log();
+  const std::string sound = contents(paths().database);
+  for (const char *column : {"svce", "acct", "agrp", "sync", "cdat", "mdat", "pdmn", "labl", "desc",
+                             "icmt", "gena", "crtr", "type", "invi", "nega"}) {
+    SCOPED_TRACE(column);
+    let_go();
+    for (const auto &entry : files::directory_iterator(paths().folder))
+      if (entry.path() != paths().key)
+        files::remove(entry.path());
+    std::string damaged = sound;
+    const std::size_t name = damaged.find('"' + std::string(column) + '"');
+    ASSERT_NE(name, std::string::npos);
+    damaged[name + 1] = 'x';
+    write_file(paths().database, damaged);
+    EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
+    EXPECT_EQ(set_aside_files(), 1);
+    EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+    EXPECT_TRUE([secret(item(@"mail", @"bob")) isEqual:bytes("two")]);
+  }
+}
+
 constexpr int items = 60;
 
 NSString *account(int at) {
