@@ -6,12 +6,14 @@
 #include <dlfcn.h>
 #include <objc/runtime.h>
 
+// A class has no parentheses around its name. NOLINTBEGIN(bugprone-macro-parentheses)
 #define VH_SECURE_CODING(name)                                                                     \
   @implementation name (VHSecureCoding)                                                            \
   +(BOOL)supportsSecureCoding {                                                                    \
     return YES;                                                                                    \
   }                                                                                                \
   @end
+// NOLINTEND(bugprone-macro-parentheses)
 
 VH_SECURE_CODING(NSArray)
 VH_SECURE_CODING(NSAttributedString)
