@@ -61,13 +61,16 @@ private:
     return SQLITE_OK;
   }
 
-  int insert(const Row &row) {
+  int insert(Row row) {
+    Checksum checksum;
     if (keys_ != nullptr) {
       write_bound_form(row.fields, bound_);
-      if (!checksum_holds(*keys_, bound_, row.checksum)) {
+      if (!are_as_stored(*keys_, bound_, row.checksum, row.sealed)) {
         ++count_.refused;
         return SQLITE_DONE;
       }
+      checksum = checksum_of(*keys_, bound_);
+      row.checksum = {reinterpret_cast<const char *>(checksum.data()), checksum.size()};
     }
     sqlite3_stmt *const statement = insert_item(to_, row);
     if (statement == nullptr)

@@ -144,12 +144,6 @@ Checksum checksum_of(const Keys &keys, std::string_view bound) {
   return checksum;
 }
 
-bool checksum_holds(const Keys &keys, std::string_view bound, std::string_view checksum) {
-  const Checksum right = checksum_of(keys, bound);
-  return checksum.size() == right.size() &&
-         sodium_memcmp(checksum.data(), right.data(), right.size()) == 0;
-}
-
 void seal(const Keys &keys, std::string_view bound, std::string_view secret, std::string &out) {
   out.resize(sealed_extra + secret.size());
   auto *const form = reinterpret_cast<unsigned char *>(out.data());
@@ -172,6 +166,14 @@ Secret open(const Keys &keys, std::string_view bound, std::string_view sealed) {
                      bytes_of(bound), bound.size(), nonce, keys.secrets.data()) != 0)
     return {};
   return secret;
+}
+
+bool are_as_stored(const Keys &keys, std::string_view bound, std::string_view checksum,
+                   std::string_view sealed) {
+  const Checksum right = checksum_of(keys, bound);
+  return (checksum.size() == right.size() &&
+          sodium_memcmp(checksum.data(), right.data(), right.size()) == 0) ||
+         open(keys, bound, sealed);
 }
 
 } // namespace veltro::host::keychain

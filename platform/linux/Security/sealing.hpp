@@ -71,7 +71,11 @@ void write_bound_form(const Fields &fields, std::string &out);
 Fields fields_of_bound_form(std::string_view bound);
 
 Checksum checksum_of(const Keys &keys, std::string_view bound);
-bool checksum_holds(const Keys &keys, std::string_view bound, std::string_view checksum);
+
+/// Whether the attributes are those that were stored: by their checksum or, where that suffered
+/// itself, by the secret, which is bound to them.
+bool are_as_stored(const Keys &keys, std::string_view bound, std::string_view checksum,
+                   std::string_view sealed);
 
 /// Replaces `out` by `secret`, sealed.
 void seal(const Keys &keys, std::string_view bound, std::string_view secret, std::string &out);

@@ -141,7 +141,7 @@ Store::Outcome Store::read_items(const Query &query, bool with_secrets, const Vi
       const Row row = row_of(statement);
       write_bound_form(row.fields, bound_);
       Secret secret = with_secrets ? keychain::open(*keys_, bound_, row.sealed) : Secret();
-      if (with_secrets ? !secret : !checksum_holds(*keys_, bound_, row.checksum))
+      if (with_secrets ? !secret : !are_as_stored(*keys_, bound_, row.checksum, row.sealed))
         return undecodable();
       visit(row.fields, std::move(secret));
       if (recorded)

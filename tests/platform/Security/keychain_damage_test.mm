@@ -303,6 +303,21 @@ TEST_F(KeychainDamage, AnyNameOfAColumnMayBeSpoiled) {
   }
 }
 
+TEST_F(KeychainDamage, ASpoiledChecksumLosesNothing) {
+  ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
+  ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
+  tamper("UPDATE genp SET checksum = zeroblob(16) WHERE acct = 'ann'");
+  EXPECT_EQ([list(item(@"mail", nil)) count], 2U);
+  EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+
+  fold_log();
+  write_file(paths().database, "damaged" + contents(paths().database).substr(7));
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
+  EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+  tamper("UPDATE genp SET sealed = zeroblob(60)");
+  EXPECT_EQ([list(item(@"mail", nil)) count], 2U) << "the checksum was not made anew";
+}
+
 constexpr int items = 60;
 
 NSString *account(int at) {
