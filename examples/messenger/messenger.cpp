@@ -54,7 +54,7 @@ int run_messenger(const std::string &device_root, const ServerOptions &options) 
   const PublishedPort published(device_root, server.port());
   if (!published.published())
     return give_up("cannot publish the port");
-  std::cout << "WhatsApp: serving on 127.0.0.1 port " << server.port() << std::endl;
+  std::cout << "WhatsApp: serving on 127.0.0.1 port " << server.port() << '\n' << std::flush;
   server.run(end.get());
   return 0;
 } catch (const std::exception &failure) {

@@ -29,10 +29,13 @@ extern "C" int renameat2(int from_folder, const char *from, int to_folder, const
 }
 
 extern "C" int rename(const char *from, const char *to) noexcept {
-  if (renames_until_failure >= 0 && renames_until_failure-- == 0) {
+  if (renames_until_failure == 0) {
+    renames_until_failure = -1;
     errno = EIO;
     return -1;
   }
+  if (renames_until_failure > 0)
+    --renames_until_failure;
   using Function = int (*)(const char *, const char *);
   static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "rename"));
   return real(from, to);
