@@ -161,10 +161,14 @@ OSStatus sync_folder(const Paths &paths) {
 
 FolderLock::FolderLock(const Paths &paths)
     : file_(::open(paths.lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR)) {
-  if (file_ < 0 && errno == EROFS) {
-    // Nothing can change places on a read-only file system.
-    status_ = errSecSuccess;
-    return;
+  if (file_ < 0 && (errno == EROFS || errno == EACCES)) {
+    // Nothing can change places on a read-only file system, or in a folder that nobody may write
+    // to; a lock that may only be read can still be held.
+    file_ = ::open(paths.lock.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file_ < 0) {
+      status_ = errSecSuccess;
+      return;
+    }
   }
   int held = file_ < 0 ? -1 : 0;
   while (held == 0 && (held = ::flock(file_, LOCK_EX)) != 0 && errno == EINTR)

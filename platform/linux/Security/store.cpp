@@ -265,8 +265,7 @@ Store::Outcome Store::undecodable() const {
 OSStatus Store::perform(Call call, const std::function<Outcome()> &operation) {
   const std::lock_guard lock(mutex_);
   const OSStatus status = perform_locked(call, operation);
-  // Others wait for a connection that is alone.
-  if (std::exchange(alone_, false))
+  if (std::exchange(once_, false))
     database_.close();
   return status;
 }
@@ -402,17 +401,18 @@ OSStatus Store::open_database(Call call) {
     database_.watch_commits();
   // The index of the log wants room, also to read. Who is alone keeps it in memory.
   if (code != SQLITE_OK && database_.is_full_disk(code)) {
-    alone_ = true;
+    once_ = true;
     code = database_.open(paths_.database, Database::Access::alone);
     if (code == SQLITE_OK)
       code = database_.number("SELECT count(*) FROM sqlite_schema", ignored);
   }
-  // A write-ahead log wants to be written even to be read. On a read-only file system without one,
-  // nobody writes the file.
+  // A write-ahead log wants to be written even to be read. Where there is none and nobody may make
+  // one, nobody writes the file, for the time of this call.
   struct stat log{};
   if (code != SQLITE_OK && !Database::is_damage(code) &&
-      ::access(paths_.folder.c_str(), W_OK) != 0 && errno == EROFS &&
+      ::access(paths_.folder.c_str(), W_OK) != 0 && (errno == EROFS || errno == EACCES) &&
       (::stat((paths_.database + "-wal").c_str(), &log) != 0 || log.st_size == 0)) {
+    once_ = true;
     code = database_.open(paths_.database, Database::Access::immutable);
     if (code == SQLITE_OK)
       code = database_.number("SELECT count(*) FROM sqlite_schema", ignored);

@@ -76,7 +76,7 @@ private:
   Identity key_identity_;
   FolderWatch watch_;
   KnownRows known_;
-  bool alone_ = false;   ///< whether the connection keeps others out, and closes after the call
+  bool once_ = false;    ///< whether the connection is for this call only: others wait or may come
   bool checked_ = false; ///< whether this connection found the whole file sound
   std::string bound_, sealed_, search_;
 };

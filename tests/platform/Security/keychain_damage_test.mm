@@ -6,8 +6,10 @@
 
 #include <array>
 #include <cstdio>
+#include <linux/capability.h>
 #include <set>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 
 namespace veltro::test {
 namespace {
@@ -196,9 +198,7 @@ TEST_F(KeychainDamage, AFileThatMayNotGrowIsReportedAndLosesNothing) {
   EXPECT_EQ(answer, 0);
 }
 
-int use_read_only() {
-  if (!make_read_only(device_root()))
-    return not_allowed_here;
+int read_what_cannot_be_written() {
   CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
   CHECK_IN_CHILD([list(item(nil, nil)) count] == 2);
   CHECK_IN_CHILD(status_of_search(item(@"mail", @"none")) == errSecItemNotFound);
@@ -210,6 +210,65 @@ int use_read_only() {
   CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
   CHECK_IN_CHILD(set_aside_files() == 0);
   return 0;
+}
+
+int use_read_only() {
+  return make_read_only(device_root()) ? read_what_cannot_be_written() : not_allowed_here;
+}
+
+/// Makes this process one that permissions hold for, whoever runs it.
+bool drop_privileges() {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  const std::array<__user_cap_data_struct, 2> none{};
+  return syscall(SYS_capset, &header, none.data()) == 0;
+}
+
+TEST_F(KeychainDamage, AFolderThatMayNotBeWrittenCanBeRead) {
+  const files::path folder = paths().folder;
+  const auto use_with_modes = [&](mode_t of_files) {
+    for (const auto &entry : files::directory_iterator(folder))
+      chmod(entry.path().c_str(), of_files);
+    chmod(folder.c_str(), 0500);
+    const int answer = in_child([] {
+      CHECK_IN_CHILD(drop_privileges());
+      return read_what_cannot_be_written();
+    });
+    chmod(folder.c_str(), 0700);
+    for (const auto &entry : files::directory_iterator(folder))
+      chmod(entry.path().c_str(), 0600);
+    return answer;
+  };
+  ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
+  ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
+  EXPECT_EQ(use_with_modes(0400), 0) << "with a log";
+  fold_log();
+  EXPECT_EQ(use_with_modes(0600), 0) << "without a log";
+  EXPECT_EQ(use_with_modes(0400), 0) << "without a log";
+  files::remove(paths().lock);
+  EXPECT_EQ(use_with_modes(0400), 0) << "without a lock";
+  EXPECT_EQ(add(@"mail", @"new", "x"), errSecSuccess);
+}
+
+TEST_F(KeychainDamage, AReadOnlyRootThatIsWrittenAgainIsReadAnew) {
+  ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
+  ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
+  fold_log();
+  const files::path folder = paths().folder;
+  const int answer = in_child([&] {
+    chmod(folder.c_str(), 0500);
+    const pid_t reader = start_child([&] {
+      CHECK_IN_CHILD(drop_privileges());
+      CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
+      chmod(folder.c_str(), 0700);
+      const std::string update = VELTRO_BUILD_DIR "/bin/veltro keychain set mail ann";
+      CHECK_IN_CHILD(std::system(("printf new | " + update).c_str()) == 0);
+      CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("new")]);
+      return 0;
+    });
+    return wait_for(reader);
+  });
+  chmod(folder.c_str(), 0700);
+  EXPECT_EQ(answer, 0);
 }
 
 TEST_F(KeychainDamage, AReadOnlyRootCanBeRead) {
