@@ -76,9 +76,13 @@ OSStatus copy_matching(CFDictionaryRef dictionary, CFTypeRef *result) {
       });
   if (status == errSecSuccess && result != nullptr)
     *result = query.many ? many : one;
-  else
-    for (id unwanted : {one, (id)many})
-      [unwanted release];
+  else {
+    for (id unwanted in many)
+      Results::wipe_secret_of(unwanted);
+    Results::wipe_secret_of(one);
+    [many release];
+    [one release];
+  }
   return status;
 }
 

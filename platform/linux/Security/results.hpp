@@ -24,6 +24,9 @@ public:
   /// bytes become the answer's.
   id new_answer(const Fields &fields, Secret secret);
 
+  /// Overwrites the secret in an answer that nobody gets.
+  static void wipe_secret_of(id answer);
+
 private:
   struct Text {
     std::string bytes;

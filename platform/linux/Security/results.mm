@@ -70,6 +70,14 @@ id Results::shared_text(std::size_t at, std::string_view bytes) {
   return [last.object retain];
 }
 
+void Results::wipe_secret_of(id answer) {
+  NSData *const secret = [answer isKindOfClass:classes().dictionary]
+                             ? [answer objectForKey:(id)kSecValueData]
+                             : (NSData *)answer;
+  if (secret != nil)
+    wipe({static_cast<unsigned char *>(const_cast<void *>([secret bytes])), [secret length]});
+}
+
 id Results::new_answer(const Fields &fields, Secret secret) {
   if (!attributes_)
     return new_data(std::move(secret));
