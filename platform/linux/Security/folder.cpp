@@ -16,8 +16,8 @@
 namespace veltro::host::keychain {
 namespace {
 
-bool others_may(mode_t mode) {
-  return (mode & (S_IRWXG | S_IRWXO)) != 0;
+bool is_looser(mode_t mode, mode_t allowed) {
+  return (mode & (S_IRWXU | S_IRWXG | S_IRWXO) & ~allowed) != 0;
 }
 
 OSStatus refuse_mode(const std::string &path, mode_t mode) {
@@ -38,6 +38,12 @@ bool write_whole(int file, const unsigned char *bytes, std::size_t length) {
     length -= static_cast<std::size_t>(written);
   }
   return true;
+}
+
+/// Makes the names in a folder durable.
+bool sync_names_in(const std::string &path) {
+  const File folder(path, O_RDONLY | O_DIRECTORY);
+  return folder && ::fsync(folder.number()) == 0;
 }
 
 } // namespace
@@ -91,16 +97,24 @@ OSStatus check_folder(const Paths &paths) {
     log_trouble(paths.folder, "is not a folder");
     return errSecNotAvailable;
   }
-  return others_may(status.st_mode) ? refuse_mode(paths.folder, status.st_mode) : errSecSuccess;
+  return is_looser(status.st_mode, S_IRWXU) ? refuse_mode(paths.folder, status.st_mode)
+                                            : errSecSuccess;
 }
 
 OSStatus make_folder(const Paths &paths) {
+  namespace files = std::filesystem;
   std::error_code error;
-  std::filesystem::create_directories(std::filesystem::path(paths.folder).parent_path(), error);
+  const files::path above = files::absolute(paths.folder, error).parent_path();
+  files::path known = above;
+  while (!files::exists(known, error) && known.has_relative_path())
+    known = known.parent_path();
+  files::create_directories(above, error);
   if (error)
     return file_error(error.value(), paths.folder);
   if (::mkdir(paths.folder.c_str(), S_IRWXU) != 0 && errno != EEXIST)
     return file_error(errno, paths.folder);
+  for (files::path changed = above; sync_names_in(changed) && changed != known;)
+    changed = changed.parent_path();
   return errSecSuccess;
 }
 
@@ -112,7 +126,7 @@ OSStatus check_key(const Paths &paths, Identity &identity) {
     log_trouble(paths.key, std::generic_category().message(errno));
     return errSecNotAvailable;
   }
-  if (others_may(status.st_mode))
+  if (is_looser(status.st_mode, S_IRUSR | S_IWUSR))
     return refuse_mode(paths.key, status.st_mode);
   identity = Identity::with_change(status);
   return errSecSuccess;
@@ -155,8 +169,7 @@ OSStatus make_key(const Paths &paths) {
 }
 
 OSStatus sync_folder(const Paths &paths) {
-  const File folder(paths.folder, O_RDONLY | O_DIRECTORY);
-  return folder && ::fsync(folder.number()) == 0 ? errSecSuccess : file_error(errno, paths.folder);
+  return sync_names_in(paths.folder) ? errSecSuccess : file_error(errno, paths.folder);
 }
 
 FolderLock::FolderLock(const Paths &paths)

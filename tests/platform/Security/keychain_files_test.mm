@@ -60,7 +60,7 @@ TEST_F(KeychainFiles, AreAWriteAheadLogThatCommitsFully) {
 
 TEST_F(KeychainFiles, RefuseAKeyThatOthersMayRead) {
   ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
-  for (const mode_t mode : {0640U, 0604U, 0660U, 0602U, 0601U, 0644U}) {
+  for (const mode_t mode : {0640U, 0604U, 0660U, 0602U, 0601U, 0644U, 0700U}) {
     ASSERT_EQ(chmod(paths().key.c_str(), mode), 0);
     clear_log();
     EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable) << std::oct << mode;
