@@ -133,6 +133,7 @@ Store::Outcome Store::read_items(const Query &query, bool with_secrets, const Vi
   KnownRows::Recording recording;
   const bool recorded = commit && known_.is_repeated(search_);
   std::int64_t found = 0;
+  bool spoiled = false;
   {
     const StatementUse use(statement);
     int code = SQLITE_DONE;
@@ -141,8 +142,9 @@ Store::Outcome Store::read_items(const Query &query, bool with_secrets, const Vi
       const Row row = row_of(statement);
       write_bound_form(row.fields, bound_);
       Secret secret = with_secrets ? keychain::open(*keys_, bound_, row.sealed) : Secret();
-      if (with_secrets ? !secret : !are_as_stored(*keys_, bound_, row.checksum, row.sealed))
-        return undecodable();
+      spoiled = with_secrets ? !secret : !are_as_stored(*keys_, bound_, row.checksum, row.sealed);
+      if (spoiled)
+        break;
       visit(row.fields, std::move(secret));
       if (recorded)
         recording.add(bound_, row.sealed);
@@ -151,6 +153,8 @@ Store::Outcome Store::read_items(const Query &query, bool with_secrets, const Vi
     if (code != SQLITE_DONE && code != SQLITE_ROW)
       return {code, errSecSuccess};
   }
+  if (spoiled)
+    return with_secrets || query.limit > 0 ? undecodable() : unlistable();
   // Who committed in between made the stamp an old one, under which nobody looks.
   if (recorded)
     known_.keep(*commit, search_, std::move(recording));
@@ -274,8 +278,10 @@ OSStatus Store::perform_locked(Call call, const std::function<Outcome()> &operat
   if (const OSStatus ready = make_ready(call); ready != errSecSuccess)
     return ready;
   const Outcome outcome = operation();
-  if (Database::is_damage(outcome.code))
-    return handle_damage(call);
+  if (Database::is_damage(outcome.code)) {
+    const OSStatus handled = handle_damage(call);
+    return outcome.status != errSecSuccess ? outcome.status : handled;
+  }
   if (outcome.status != errSecSuccess)
     return outcome.status;
   const OSStatus status = database_.status_of(outcome.code);
@@ -305,6 +311,24 @@ OSStatus Store::write(Call call, const std::function<Outcome()> &operation) {
     });
   } while (moved);
   return status;
+}
+
+// One spoiled item would hide all others from every listing. Where the key opens none, it is the
+// key that is wrong.
+Store::Outcome Store::unlistable() {
+  Query all;
+  all.any_sync = true;
+  sqlite3_stmt *const statement = select_items(database_, all);
+  if (statement == nullptr)
+    return {SQLITE_ERROR, errSecSuccess};
+  const StatementUse use(statement);
+  while (sqlite3_step(statement) == SQLITE_ROW) {
+    const Row row = row_of(statement);
+    write_bound_form(row.fields, bound_);
+    if (are_as_stored(*keys_, bound_, row.checksum, row.sealed))
+      return {SQLITE_CORRUPT, errSecDecode};
+  }
+  return undecodable();
 }
 
 bool Store::in_place() const {

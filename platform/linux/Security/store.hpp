@@ -42,7 +42,7 @@ private:
   /// What an operation on the open file answered.
   struct Outcome {
     int code;        ///< SQLite's
-    OSStatus status; ///< the keychain's, where SQLite is content
+    OSStatus status; ///< the keychain's, where SQLite is content or damage has one of its own
   };
 
   OSStatus perform(Call call, const std::function<Outcome()> &operation);
@@ -58,6 +58,7 @@ private:
   Outcome visit_known(const std::vector<KnownRow> &rows, bool with_secrets, const Visitor &visit);
   Outcome replace(std::int64_t id, const Fields &changes, std::optional<std::string_view> secret);
   Outcome undecodable() const;
+  Outcome unlistable();
   bool has_room_to_replace(const Query &query);
   bool in_place() const;
 

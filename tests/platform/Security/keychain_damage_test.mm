@@ -362,6 +362,43 @@ TEST_F(KeychainDamage, AnyNameOfAColumnMayBeSpoiled) {
   }
 }
 
+TEST_F(KeychainDamage, ASpoiledItemHidesTheOthersFromOneListingOnly) {
+  for (NSString *const account in @[ @"ann", @"bob", @"cid" ])
+    ASSERT_EQ(add(@"mail", account, [account UTF8String]), errSecSuccess);
+  tamper("UPDATE genp SET labl = 'spoiled' WHERE acct = 'bob'");
+  OSStatus status = 0;
+  EXPECT_EQ(search(with(item(@"mail", @"bob"), kSecReturnData, yes()), status), nil);
+  EXPECT_EQ(status, errSecDecode);
+  EXPECT_EQ(status_of_search(item(@"mail", @"bob")), errSecDecode);
+  EXPECT_EQ(set_aside_files(), 0) << "the others can be had by name";
+
+  clear_log();
+  Entries *const every = with(with(item(nil, nil), kSecMatchLimit, (id)kSecMatchLimitAll),
+                              kSecReturnAttributes, yes());
+  EXPECT_EQ(search(every, status), nil);
+  EXPECT_EQ(status, errSecDecode);
+  EXPECT_EQ(logged_lines().size(), 1U);
+  EXPECT_EQ(lines_with("keychain.db.damaged-1"), 1U);
+  EXPECT_EQ(set_aside_files(), 1);
+  EXPECT_EQ([search(every, status) count], 2U);
+  for (NSString *const account in @[ @"ann", @"cid" ])
+    EXPECT_TRUE([secret(item(@"mail", account)) isEqual:bytes([account UTF8String])]);
+  EXPECT_EQ(status_of_search(item(@"mail", @"bob")), errSecItemNotFound);
+}
+
+TEST_F(KeychainDamage, AWrongKeyIsNoDamage) {
+  for (NSString *const account in @[ @"ann", @"bob" ])
+    ASSERT_EQ(add(@"mail", account, [account UTF8String]), errSecSuccess);
+  const std::string key = contents(paths().key);
+  write_file(paths().key, std::string(key.size(), 'k'));
+  OSStatus status = 0;
+  search(with(item(nil, nil), kSecMatchLimit, (id)kSecMatchLimitAll), status);
+  EXPECT_EQ(status, errSecDecode);
+  EXPECT_EQ(set_aside_files(), 0);
+  write_file(paths().key, key);
+  EXPECT_EQ([list(item(@"mail", nil)) count], 2U);
+}
+
 TEST_F(KeychainDamage, ASpoiledChecksumLosesNothing) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
