@@ -3,8 +3,8 @@
 #include "message_archive.hpp"
 #include "property_list.hpp"
 
-#include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace veltro::messenger {
 namespace {
@@ -35,7 +35,8 @@ id read(Store &store, NSDictionary *arguments) {
   if (!user || (last != nil && (kind<NSNumber>(last) == nil || [last longLongValue] < 0)) ||
       (since != nil && kind<NSDate>(since) == nil))
     return nil;
-  const double from = since != nil ? [since timeIntervalSinceReferenceDate] : -INFINITY;
+  const double from = since != nil ? [since timeIntervalSinceReferenceDate]
+                                   : -std::numeric_limits<double>::infinity();
   const auto found = store.read(
       *user, last != nil ? [last unsignedLongLongValue] : std::numeric_limits<std::size_t>::max(),
       from);

@@ -129,7 +129,7 @@ TEST_P(Zones, AgreeWithTheReference) {
     }
     ++facts;
     if (!HasFailure()) {
-      const testing::ScopedTrace trace(__FILE__, __LINE__, zone_line + " | " + line);
+      SCOPED_TRACE(testing::Message() << zone_line << " | " << line);
       @autoreleasepool {
         check(line);
       }

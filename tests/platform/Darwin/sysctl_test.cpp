@@ -16,6 +16,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
+#include <string_view>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -41,6 +42,10 @@ std::vector<kinfo_proc> whole_table() {
   EXPECT_EQ(size % sizeof(kinfo_proc), 0U);
   records.resize(size / sizeof(kinfo_proc));
   return records;
+}
+
+std::string_view bytes_of(const kinfo_proc &record) {
+  return {reinterpret_cast<const char *>(&record), sizeof record};
 }
 
 std::string name_of(pid_t identifier) {
@@ -82,7 +87,7 @@ TEST(ProcessTable, RecordIsZeroOutsideTheFieldsThatAreFilled) {
     std::memset(&expected, 0, sizeof expected);
     expected.kp_proc.p_pid = record.kp_proc.p_pid;
     std::memcpy(expected.kp_proc.p_comm, record.kp_proc.p_comm, sizeof expected.kp_proc.p_comm);
-    EXPECT_EQ(std::memcmp(&record, &expected, sizeof record), 0);
+    EXPECT_EQ(bytes_of(record), bytes_of(expected));
     EXPECT_EQ(record.kp_proc.p_comm[MAXCOMLEN], '\0');
   }
 }
