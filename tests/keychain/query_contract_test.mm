@@ -460,7 +460,7 @@ TEST_F(Query, NobodyUnarchivesAnEmptySecret) {
   const ReplacedMethod replaced(
       class_getClassMethod([NSKeyedUnarchiver class], @selector(unarchiveObjectWithData:)),
       note_unarchiving);
-  for (id data : {(id)nil, (id)[NSData data]}) {
+  for (NSData *const data : std::initializer_list<NSData *>{nil, [NSData data]}) {
     [query_ setPasswordData:data];
     EXPECT_EQ([query_ passwordObject], nil);
   }

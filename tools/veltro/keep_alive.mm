@@ -58,10 +58,10 @@ int keep_alive(const std::optional<double> &seconds) {
     [ZLTUtils stopProcessAssertion];
     return answered_no("the assertion was not granted: the app does not run");
   }
-  std::cout << "granted" << std::endl;
+  std::cout << "granted\n" << std::flush;
   wait_for_the_end(seconds);
   [ZLTUtils stopProcessAssertion];
-  std::cout << "dropped" << std::endl;
+  std::cout << "dropped\n" << std::flush;
   return std::cout ? 0 : answered_no("cannot write to standard output");
 }
 

@@ -147,7 +147,7 @@ int get(const Options &options) {
     return answered_no("standard output: " + trouble);
   // For people: the prompt starts on a line of its own. Programs get the bytes.
   if (isatty(STDOUT_FILENO) != 0)
-    std::cout << std::endl;
+    std::cout << '\n';
   return 0;
 }
 

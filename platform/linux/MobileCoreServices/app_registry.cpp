@@ -181,7 +181,7 @@ private:
     for (const std::string &name : names_in(folder)) {
       if (!name.ends_with(".app"))
         continue;
-      const std::string path = folder + '/' + name;
+      const std::string path = std::string(folder).append(1, '/').append(name);
       Bundle bundle = read_bundle(path);
       std::string problem = bundle.problem;
       if (problem.empty())
