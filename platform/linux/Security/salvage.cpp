@@ -39,6 +39,21 @@ public:
     return SQLITE_OK;
   }
 
+  /// Copies the rows that the index leads to and whose names in the table are spoiled: the index
+  /// has them as well.
+  int copy_by_index(Database &from) {
+    sqlite3_stmt *const rows = from.statement(2, [] {
+      return selection_of_rows() + " INDEXED BY sqlite_autoindex_genp_1 WHERE svce >= ''";
+    });
+    if (rows == nullptr)
+      return SQLITE_OK;
+    const StatementUse use(rows);
+    int inserted = SQLITE_DONE;
+    while (inserted == SQLITE_DONE && sqlite3_step(rows) == SQLITE_ROW)
+      inserted = insert(row_of(rows));
+    return inserted == SQLITE_DONE ? SQLITE_OK : inserted;
+  }
+
   [[nodiscard]] const Count &count() const { return count_; }
 
 private:
@@ -94,6 +109,8 @@ int copy_rows(Database &from, Database &to, const Paths &paths, const std::strin
   Salvage salvage(to, keys);
   bool whole = false;
   int code = from.is_open() ? salvage.copy(from, whole) : SQLITE_OK;
+  if (code == SQLITE_OK && from.is_open())
+    code = salvage.copy_by_index(from);
   if (code == SQLITE_OK && !whole)
     code = visit_row_pages(paths.database, empty, paths.database + ".pages",
                            [&](Database &page) { return salvage.copy(page, whole); });

@@ -386,6 +386,23 @@ TEST_F(KeychainDamage, ASpoiledItemHidesTheOthersFromOneListingOnly) {
   EXPECT_EQ(status_of_search(item(@"mail", @"bob")), errSecItemNotFound);
 }
 
+TEST_F(KeychainDamage, ANameThatIsSpoiledInTheTableIsTakenFromTheIndex) {
+  for (NSString *const account in @[ @"ann", @"bob", @"cid" ])
+    ASSERT_EQ(add(@"mail", account, [account UTF8String]), errSecSuccess);
+  fold_log();
+  std::string damaged = contents(paths().database);
+  const std::size_t in_table = damaged.find("mailbobdefaultA");
+  ASSERT_NE(in_table, std::string::npos);
+  damaged[in_table + 4] = 'B';
+  write_file(paths().database, damaged);
+
+  EXPECT_EQ(list(item(nil, nil)), nil);
+  EXPECT_EQ(set_aside_files(), 1);
+  EXPECT_EQ([list(item(nil, nil)) count], 3U);
+  for (NSString *const account in @[ @"ann", @"bob", @"cid" ])
+    EXPECT_TRUE([secret(item(@"mail", account)) isEqual:bytes([account UTF8String])]);
+}
+
 TEST_F(KeychainDamage, AWrongKeyIsNoDamage) {
   for (NSString *const account in @[ @"ann", @"bob" ])
     ASSERT_EQ(add(@"mail", account, [account UTF8String]), errSecSuccess);
