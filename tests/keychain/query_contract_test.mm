@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <initializer_list>
 
 extern "C" double NSFoundationVersionNumber;
 
