@@ -10,8 +10,6 @@
 namespace {
 
 using testing::ElementsAre;
-using veltro::messenger::Bounds;
-using veltro::messenger::Chat;
 using veltro::messenger::Message;
 using veltro::messenger::Store;
 

@@ -17,7 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace veltro::test;
 using testing::AllOf;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;

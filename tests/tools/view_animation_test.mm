@@ -13,7 +13,6 @@
 namespace {
 
 using namespace veltro::test;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;

@@ -31,7 +31,7 @@ template <typename Number> void append_number(std::string &out, Number number) {
 }
 
 template <typename Number> void take_number(std::string_view &in, Number &number) {
-  std::memcpy(&number, in.data(), sizeof number);
+  in.copy(reinterpret_cast<char *>(&number), sizeof number);
   in.remove_prefix(sizeof number);
 }
 
