@@ -57,7 +57,7 @@ TEST(Platform, CachesNothing) {
 }
 
 TEST(Platform, TakesTheBytesUpToTheFirstZero) {
-  model = std::string("iPhone\0rest", 12);
+  model = std::string("iPhone\0rest\0", 12);
   EXPECT_STREQ([[ZLTUtils platform] UTF8String], "iPhone");
 }
 

@@ -140,7 +140,8 @@ bool plan(const RoundOptions &options, std::vector<Job> &jobs, std::string &prob
     std::string out = (std::filesystem::path(options.out_dir) / name).string() + ".png";
     const auto [first, is_new] = sources.emplace(out, in);
     if (!is_new) {
-      problem = "round: " + first->second + " and " + in + " would both become " + out;
+      problem = std::string("round: ").append(first->second).append(" and ").append(in);
+      problem += " would both become " + out;
       return false;
     }
     jobs.push_back({in, std::move(out)});

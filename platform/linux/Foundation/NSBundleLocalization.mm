@@ -124,9 +124,11 @@ NSDictionary *table_named(NSBundle *bundle, const std::string &name) {
     if (NSDictionary *table = table_at(folder + file); table != nil)
       return table;
   for (const std::string &language : preferred_in(bundle, localizations_in(folders)))
-    for (const std::string &folder : folders)
-      if (NSDictionary *table = table_at(folder + '/' + language + ".lproj" + file); table != nil)
+    for (std::string folder : folders) {
+      folder.append("/").append(language).append(".lproj").append(file);
+      if (NSDictionary *table = table_at(folder); table != nil)
         return table;
+    }
   return nil;
 }
 

@@ -9,7 +9,7 @@ namespace veltro::host {
 namespace {
 
 // No zone is farther than this from Greenwich (RFC 8536 has 26 hours).
-constexpr std::int64_t kWidestOffset = 26 * 3600;
+constexpr std::int64_t kWidestOffset = std::int64_t{26} * 3600;
 
 /// The moments that are of interest for one local time.
 struct Candidates {

@@ -151,6 +151,7 @@ TEST(Blocks, DoesNotRetainObjectsInBlockVariables) {
 TEST(Blocks, CopiesAndDestroysCxxObjects) {
   const auto shared = std::make_shared<int>(7);
   {
+    // The copy is what is tested. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     __block std::shared_ptr<int> variable = shared;
     const Question block = Block_copy(^{
       return *shared + *variable;

@@ -273,7 +273,7 @@ TEST_F(AppRegistry, KeepsTheFirstOfTwoAppsWithOneIdentifier) {
 TEST_F(AppRegistry, KeepsTheFirstOfTwoAppsInOneContainer) {
   const fs::path one = lay_user_app("one", "One", "U1");
   EXPECT_NE(installed_app("one"), nullptr);
-  const fs::path two = lay_user_app("two", "Two", "U1");
+  lay_user_app("two", "Two", "U1");
   EXPECT_EQ(installed_app("two"), nullptr);
   EXPECT_THAT(identifiers(), ElementsAre("one"));
   EXPECT_THAT(logged_lines(), ElementsAre(HasSubstr("Two.app: its container holds another app")));

@@ -157,7 +157,7 @@ int save_until_it_is_full(int growth) {
     CHECK_IN_CHILD(round < 1000);
     NSString *const account = [NSString stringWithFormat:@"%d", round % 8];
     NSString *const old = [ZLTKeyChain passwordForService:@"mail" account:account];
-    const auto length = static_cast<NSUInteger>(growth * (round / 8 + 1));
+    const auto length = static_cast<NSUInteger>(growth) * static_cast<NSUInteger>(round / 8 + 1);
     NSString *const fresh = [@"" stringByPaddingToLength:length withString:@"p" startingAtIndex:0];
     NSError *error = nil;
     if ([ZLTKeyChain setPassword:fresh forService:@"mail" account:account error:&error])

@@ -25,7 +25,10 @@ void die() {
 }
 
 bool is_last() {
-  return writes_left > 0 && --writes_left == 0;
+  if (writes_left <= 0)
+    return false;
+  --writes_left;
+  return writes_left == 0;
 }
 
 template <typename Function> Function real(const char *name) {

@@ -46,7 +46,6 @@ std::vector<std::string> &calls() {
 namespace {
 
 using testing::ElementsAre;
-using veltro::test::ink_of;
 using veltro::test::Picture;
 using veltro::test::picture_of;
 

@@ -80,7 +80,7 @@ TEST(UIImage, RefusesWhatIsNoWholeImage) {
 }
 
 TEST(UIImage, TakesTheScaleFromTheNameOfAFile) {
-  const std::filesystem::path folder = veltro::test::scratch();
+  const std::filesystem::path &folder = veltro::test::scratch();
   NSData *const png = data_of(png_of(6, 6, 3, std::vector<std::uint8_t>(108)));
   for (const auto &[name, scale] :
        {std::pair{"plain.png", 1}, {"double@2x.png", 2}, {"triple@3x.png", 3}}) {
