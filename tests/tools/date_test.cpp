@@ -1,8 +1,11 @@
 #include "support/tool.hpp"
 
+#include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -135,9 +138,32 @@ TEST_F(DateTool, WritesJson) {
 }
 
 TEST_F(DateTool, RefusesNumbersThatAreNone) {
-  expect_usage(date({"add-days", "1x", "now"}), "DAYS");
+  for (const char *text : {"1x", "x", "", "+", "+-1", "0x10", "1.0", "9223372036854775807",
+                           "9223372036854775808", "-9223372036854775809", "99999999999999999999"})
+    expect_usage(date({"add-days", text, "2024-03-09"}), "DAYS");
   expect_usage(date({"add-days"}), "DAYS");
   expect_usage(date({}), "subcommand");
+}
+
+TEST_F(DateTool, ReadsDaysInDecimal) {
+  expect_out(date({"add-days", "010", "2024-03-09"}), "2024-03-19T00:00:00-04:00\n");
+  expect_out(date({"add-days", "+1", "2024-03-08"}), "2024-03-09T00:00:00-05:00\n");
+}
+
+TEST_F(DateTool, SaysWhatTheCalendarDoesNotReach) {
+  const ToolResult beyond = date({"minute", "2024-03-09", "@1e300", "2024-03-10"});
+  EXPECT_EQ(beyond.status, 1);
+  EXPECT_EQ(beyond.out, "2024-03-09T00:00:00-05:00\n");
+  EXPECT_EQ(beyond.error, "veltro: beyond the calendar: @1e300\n");
+}
+
+TEST_F(DateTool, SaysThatItCannotRead) {
+  FILE *const tool = popen(VELTRO_BUILD_DIR "/bin/veltro date today < / 2>&1", "r");
+  ASSERT_NE(tool, nullptr);
+  std::array<char, 100> line{};
+  EXPECT_NE(std::fgets(line.data(), line.size(), tool), nullptr);
+  EXPECT_STREQ(line.data(), "veltro: standard input: Is a directory\n");
+  EXPECT_EQ(WEXITSTATUS(pclose(tool)), 1);
 }
 
 TEST_F(DateTool, HelpsItself) {

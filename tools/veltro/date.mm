@@ -8,6 +8,10 @@
 #import <veltro/veltro.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -48,23 +52,27 @@ std::string json_moment(const std::string &name, NSDate *date) {
 }
 
 /// Does `each` for every moment of the command line, or of standard input where there is none, up
-/// to the first that is no moment.
-int for_each_moment(const DateOptions &options, const std::function<void(NSDate *)> &each) {
+/// to the first that is no moment or for which `each` answers NO: one that the calendar does not
+/// reach.
+int for_each_moment(const DateOptions &options, const std::function<bool(NSDate *)> &each) {
   const auto one = [&](const std::string &text) {
     @autoreleasepool {
       NSDate *date = moment_from(text);
-      if (date != nil)
-        each(date);
-      return date != nil;
+      if (date == nil)
+        return no_moment(text);
+      return each(date) ? 0 : answered_no("beyond the calendar: " + text);
     }
   };
   for (const std::string &text : options.moments)
-    if (!one(text))
-      return no_moment(text);
-  if (options.moments.empty())
-    for (std::string line; std::getline(std::cin, line);)
-      if (!one(line))
-        return no_moment(line);
+    if (const int status = one(text); status != 0)
+      return status;
+  if (!options.moments.empty())
+    return 0;
+  for (std::string line; std::getline(std::cin, line);)
+    if (const int status = one(line); status != 0)
+      return status;
+  if (std::ferror(stdin) != 0)
+    return answered_no(std::string("standard input: ") + std::strerror(errno));
   return 0;
 }
 
@@ -74,6 +82,7 @@ int ask(const DateOptions &options, const Question &question) {
     const bool answer = question(date);
     all = all && answer;
     print_answer(options, json_moment("date", date), answer);
+    return true;
   });
   return finish(status != 0 || all ? status : 1);
 }
@@ -91,13 +100,25 @@ int compare(const DateOptions &options, const Comparison &comparison) {
 int print_steps(const DateOptions &options, const Step &step) {
   const int status = for_each_moment(options, [&](NSDate *date) {
     NSDate *result = step(date);
+    if (result == nil)
+      return false;
     if (options.as_json)
       std::cout << "{" << json_moment("date", date) << ", " << json_moment("result", result)
                 << "}\n";
     else
       std::cout << local_text(result) << '\n';
+    return true;
   });
   return finish(status);
+}
+
+/// Reads a whole number in decimal. The greatest stands for no number of days in the calendar.
+void read_days(const std::string &text, long &days) {
+  const bool signed_plus = text.starts_with('+') && !text.starts_with("+-");
+  const char *const end = text.data() + text.size();
+  const auto [at, error] = std::from_chars(text.data() + (signed_plus ? 1 : 0), end, days);
+  if (error != std::errc{} || at != end || days == NSIntegerMax)
+    throw CLI::ValidationError("DAYS", "not a number of days: " + text);
 }
 
 /// Adds the subcommands of `veltro date` one by one.
@@ -137,7 +158,12 @@ private:
 
   CLI::App *moments(CLI::App *command, bool after_days) {
     if (after_days)
-      command->add_option("DAYS", options_->days, "How many days")->required();
+      command
+          ->add_option_function<std::string>(
+              "DAYS",
+              [options = options_](const std::string &text) { read_days(text, options->days); },
+              "How many days")
+          ->required();
     command->add_option("DATE", options_->moments,
                         "The dates; without one, those on standard input");
     return command;
