@@ -15,6 +15,8 @@ constexpr NSTimeInterval kSecondsInWeek = 604800.0;
 
 constinit std::atomic<void *> cached_calendar{nullptr}; // an NSCalendar, owned
 
+constexpr auto kSmallest = static_cast<NSInteger>(~(~NSUInteger{0} >> 1));
+
 /// The two's complement, so that the smallest number stays itself.
 constexpr NSInteger negated(NSInteger number) {
   return static_cast<NSInteger>(NSUInteger{0} - static_cast<NSUInteger>(number));
@@ -109,7 +111,10 @@ NSDateComponents *components_of(NSDate *date) {
   NSDate *first = [[NSCalendar currentCalendar] dateByAddingComponents:components.get()
                                                                 toDate:today
                                                                options:0];
-  return [self compare:first] == NSOrderedDescending && [self compare:today] == NSOrderedAscending;
+  // The smallest number is the only one below zero whose negation is not above: it would reach into
+  // the past.
+  return days != veltro::kSmallest && [self compare:first] == NSOrderedDescending &&
+         [self compare:today] == NSOrderedAscending;
 }
 
 - (BOOL)veltro_dayOccuredDuringLast7Days {

@@ -207,7 +207,8 @@ TEST_F(Days, DaysBeforeTodayCountBack) {
 }
 
 TEST_F(Days, NoDayLiesZeroOrFewerDaysBeforeToday) {
-  for (const NSInteger days : {NSInteger{0}, NSInteger{-1}, NSInteger{-7}, NSIntegerMin + 1})
+  for (const NSInteger days :
+       {NSInteger{0}, NSInteger{-1}, NSInteger{-7}, NSIntegerMin + 1, NSIntegerMin})
     for (NSDate *date : {at(2024, 3, 12, 12), at(2024, 3, 13), at(2024, 3, 13, 15), at(2024, 3, 14),
                          at(2024, 3, 16), [NSDate distantPast], [NSDate distantFuture]})
       EXPECT_FALSE([date veltro__occuredDaysBeforeToday:days]) << days;

@@ -16,7 +16,10 @@ using testing::ElementsAre;
 using veltro::test::ReplacedMethod;
 
 std::vector<std::string> messages;
+std::vector<NSTimeInterval> dates; ///< given to calendars, in order
+NSDateComponents *last_components = nil;
 NSCalendar *last_fresh = nil;
+NSCalendar *kept = nil;
 bool range_answers = true;
 
 /// Fills in what the recorded methods call on, so that each recorder stays one function.
@@ -35,7 +38,7 @@ Originals original;
 std::string receiver(NSCalendar *calendar) {
   if (calendar == last_fresh)
     return "fresh ";
-  return calendar == [NSDate veltro_currentCalendar] ? "kept " : "other ";
+  return calendar == kept ? "kept " : "other ";
 }
 
 std::string only_day(NSDateComponents *components) {
@@ -72,11 +75,13 @@ NSDate *date_at(Class self, SEL selector, NSTimeInterval seconds) {
 
 NSDateComponents *components(NSCalendar *self, SEL selector, NSUInteger units, NSDate *date) {
   messages.push_back(receiver(self) + "components " + std::to_string(units));
-  return original.components(self, selector, units, date);
+  dates.push_back([date timeIntervalSinceReferenceDate]);
+  return last_components = original.components(self, selector, units, date);
 }
 
 NSDate *date_from(NSCalendar *self, SEL selector, NSDateComponents *from) {
-  messages.push_back(receiver(self) + "dateFromComponents");
+  messages.push_back(receiver(self) + "dateFromComponents" +
+                     (from == last_components ? "" : " of others"));
   return original.date_from(self, selector, from);
 }
 
@@ -84,6 +89,7 @@ NSDate *adding(NSCalendar *self, SEL selector, NSDateComponents *days, NSDate *d
                NSUInteger options) {
   messages.push_back(receiver(self) + "add " + only_day(days) + " options " +
                      std::to_string(options));
+  dates.push_back([date timeIntervalSinceReferenceDate]);
   return original.adding(self, selector, days, date, options);
 }
 
@@ -92,6 +98,7 @@ BOOL range(NSCalendar *self, SEL selector, NSCalendarUnit unit, NSDate **start,
   messages.push_back(receiver(self) + "range " + std::to_string(unit) +
                      (*start == nil ? " from nil" : " from a date") +
                      (interval == nullptr ? " without interval" : " with interval"));
+  dates.push_back([date timeIntervalSinceReferenceDate]);
   return range_answers ? original.range(self, selector, unit, start, interval, date) : NO;
 }
 
@@ -102,8 +109,9 @@ protected:
     original = {current_.original(), autoupdating_.original(), now_.original(),
                 date_at_.original(), components_.original(),   date_from_.original(),
                 adding_.original(),  range_.original()};
-    [NSDate veltro_currentCalendar];
+    kept = [NSDate veltro_currentCalendar];
     messages.clear();
+    dates.clear();
     range_answers = true;
   }
 
@@ -175,6 +183,34 @@ TEST_F(Messages, ComparingWeeksTakesBothApartWithTheKeptCalendar) {
   EXPECT_THAT(to_calendars(), ElementsAre("kept components 2044", "kept components 2044"));
 }
 
+TEST_F(Messages, TheReceiverComesFirst) {
+  const NSTimeInterval other = [[NSDate distantPast] timeIntervalSinceReferenceDate];
+  [date_ veltro_isEqualToDateIgnoringTime:[NSDate distantPast]];
+  EXPECT_THAT(dates, ElementsAre(1234.5, other));
+  dates.clear();
+  [date_ veltro_isSameWeekAsDate:[NSDate distantPast]];
+  EXPECT_THAT(dates, ElementsAre(1234.5, other));
+  dates.clear();
+  [date_ zlt_isEqualIgnoringTimeInSecond:[NSDate distantPast]];
+  EXPECT_THAT(dates, ElementsAre(1234.5, other));
+}
+
+int times_fetched = 0;
+NSCalendar *fetched(Class /*self*/, SEL /*selector*/) {
+  ++times_fetched;
+  return [NSCalendar autoupdatingCurrentCalendar];
+}
+
+TEST_F(Messages, TheKeptCalendarIsFetchedForEachOfTwoDates) {
+  const ReplacedMethod<decltype(&fetched)> replaced(object_getClass([NSDate class]),
+                                                    @selector(veltro_currentCalendar), &fetched);
+  times_fetched = 0;
+  [date_ veltro_isEqualToDateIgnoringTime:date_];
+  EXPECT_EQ(times_fetched, 2);
+  [date_ veltro_isSameWeekAsDate:date_];
+  EXPECT_EQ(times_fetched, 4);
+}
+
 TEST_F(Messages, TodayAsksForNowOnce) {
   [date_ veltro_isToday];
   EXPECT_EQ(messages.front(), "date");
@@ -192,6 +228,7 @@ TEST_F(Messages, YesterdayStepsBackOneDayWithAFreshCalendar) {
 TEST_F(Messages, AddingDaysSetsNothingButTheDay) {
   [date_ veltro_dateByAddingDays:12];
   EXPECT_THAT(to_calendars(), ElementsAre("currentCalendar", "fresh add 12 options 0"));
+  EXPECT_THAT(dates, ElementsAre(1234.5));
 }
 
 TEST_F(Messages, AddingDaysTakesAFreshCalendarEachTime) {
@@ -229,6 +266,11 @@ TEST_F(Messages, DaysBeforeTodayAreCountedFromTheStartOfTodayWithTwoFreshCalenda
   EXPECT_THAT(to_calendars(),
               ElementsAre("currentCalendar", "fresh range 16 from nil without interval",
                           "currentCalendar", "fresh add -5 options 0"));
+  NSDate *start = nil;
+  original.range([NSCalendar currentCalendar], @selector(rangeOfUnit:startDate:interval:forDate:),
+                 NSCalendarUnitDay, &start, nullptr, [NSDate date]);
+  EXPECT_THAT(dates,
+              ElementsAre(1'400'000'000 - 978'307'200, [start timeIntervalSinceReferenceDate]));
 }
 
 TEST_F(Messages, TheLast7DaysAreSevenDaysBeforeToday) {
@@ -259,30 +301,33 @@ TEST_F(Messages, ComparingMinutesNormalizesBothWithACalendarEach) {
                           "currentCalendar", "fresh components 124", "fresh dateFromComponents"));
 }
 
-NSInteger comparisons = 0;
-NSComparisonResult never_later(NSDate * /*self*/, SEL /*selector*/, NSDate * /*other*/) {
-  ++comparisons;
+std::vector<NSTimeInterval> compared; ///< the dates that the receiver was compared with
+NSComparisonResult never_later(NSDate * /*self*/, SEL /*selector*/, NSDate *other) {
+  compared.push_back([other timeIntervalSinceReferenceDate]);
   return NSOrderedAscending;
 }
-NSComparisonResult always_later(NSDate * /*self*/, SEL /*selector*/, NSDate * /*other*/) {
-  ++comparisons;
+NSComparisonResult always_later(NSDate * /*self*/, SEL /*selector*/, NSDate *other) {
+  compared.push_back([other timeIntervalSinceReferenceDate]);
   return NSOrderedDescending;
 }
 
 TEST_F(Messages, TheSecondComparisonIsMadeOnlyWhenTheFirstHolds) {
-  comparisons = 0;
+  compared.clear();
   {
     const ReplacedMethod<decltype(&never_later)> replaced([date_ class], @selector(compare:),
                                                           &never_later);
     EXPECT_FALSE([date_ veltro__occuredDaysBeforeToday:5]);
   }
-  EXPECT_EQ(comparisons, 1);
+  EXPECT_EQ(compared.size(), 1U);
+  compared.clear();
   {
     const ReplacedMethod<decltype(&always_later)> replaced([date_ class], @selector(compare:),
                                                            &always_later);
     EXPECT_FALSE([date_ veltro__occuredDaysBeforeToday:5]);
   }
-  EXPECT_EQ(comparisons, 3);
+  ASSERT_EQ(compared.size(), 2U);
+  EXPECT_EQ(compared[1], dates.back()) << "the start of today";
+  EXPECT_EQ(compared[0], compared[1] - 5 * 86400.0) << "five days before";
 }
 
 int weeks_read = 0;

@@ -30,13 +30,17 @@ TEST_P(Releases, AreToldApart) {
 
 INSTANTIATE_TEST_SUITE_P(
     System, Releases,
-    testing::Values(Answers{"6.0", false, false, false}, Answers{"7.1.2", false, false, false},
-                    Answers{"8.0", true, false, false}, Answers{"8", true, false, false},
-                    Answers{"8.1.3", true, false, false}, Answers{"8.10", true, false, false},
-                    Answers{"8.2", true, true, false}, Answers{"8.2.1", true, true, false},
-                    Answers{"8.4.1", true, true, false}, Answers{"9.0", true, true, true},
-                    Answers{"9.3.5", true, true, true}, Answers{"10.0", true, true, true},
-                    Answers{"beta 9", false, false, false}, Answers{"-9", false, false, false}));
+    testing::Values(
+        Answers{"6.0", false, false, false}, Answers{"7.1.2", false, false, false},
+        Answers{"8.0", true, false, false}, Answers{"8", true, false, false},
+        Answers{"8.1.3", true, false, false}, Answers{"8.10", true, false, false},
+        Answers{"8.2", true, true, false}, Answers{"8.2.1", true, true, false},
+        Answers{"8.4.1", true, true, false}, Answers{"9.0", true, true, true},
+        Answers{"9.3.5", true, true, true}, Answers{"10.0", true, true, true},
+        Answers{"beta 9", false, false, false}, Answers{"-9", false, false, false},
+        Answers{"8.1999998", true, true, false}, Answers{"8.1999993", true, false, false},
+        Answers{"7.9999998", true, false, false}, Answers{"7.9999997", false, false, false},
+        Answers{"8.9999996", true, true, true}, Answers{"8.9999995", true, true, false}));
 
 TEST(System, AsksThePlatformEachTime) {
   setenv("VELTRO_SYSTEM_VERSION", "7.0", 1);
