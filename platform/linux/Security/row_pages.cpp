@@ -3,6 +3,8 @@
 
 #include "Security/row_pages.hpp"
 
+#include "Security/row_cells.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -20,6 +22,9 @@ constexpr unsigned char inner_page = 5;
 
 // Fields of the first page, as offsets.
 constexpr std::size_t page_size_field = 16, page_count_field = 28, free_pages_field = 32;
+
+// Of a page of rows: their number, and behind that where each of them is.
+constexpr std::size_t rows_field = 3, first_row_field = 8;
 
 using Page = std::vector<unsigned char>;
 
@@ -97,46 +102,119 @@ void set_child(Page &parent, std::uint32_t child) {
   put_big_endian(&parent[parent.size() - cell_size], child);
 }
 
+/// Whether the page itself knows of the row at `cell`.
+bool lists(const Page &page, std::size_t cell) {
+  const auto pair = [&](std::size_t at) {
+    return static_cast<std::size_t>(page[at] << 8 | page[at + 1]);
+  };
+  for (std::size_t row = 0, at = first_row_field; row < pair(rows_field); ++row, at += 2)
+    if (at + 1 >= page.size() || pair(at) == cell)
+      return at + 1 < page.size();
+  return false;
+}
+
+/// `page` with nothing but the row at `cell`.
+Page with_one_row(Page page, std::size_t cell) {
+  const auto high = static_cast<unsigned char>(cell >> 8);
+  const auto low = static_cast<unsigned char>(cell);
+  const std::array<unsigned char, 10> header{row_page, 0, 0, 0, 1, high, low, 0, high, low};
+  std::ranges::copy(header, page.begin());
+  return page;
+}
+
+/// Copies the file with its log moved into it, since a page in the file may be an old one. The
+/// first page, which need not be sound to begin with, is replaced for that.
+bool copy_with_log(const std::string &damaged, const std::string &copy, const Page &first) {
+  namespace files = std::filesystem;
+  const std::string log = copy + "-wal";
+  std::error_code error;
+  std::error_code no_log;
+  files::copy_file(damaged, copy, files::copy_options::overwrite_existing, error);
+  files::remove(log, no_log);
+  files::copy_file(damaged + "-wal", log, no_log);
+  if (error || !File(copy).write(0, first))
+    return false;
+  Database folded;
+  if (!no_log && folded.open(copy, Database::Access::alone) == SQLITE_OK)
+    folded.run("PRAGMA wal_checkpoint(TRUNCATE)");
+  folded.close();
+  files::remove(log, no_log);
+  return true;
+}
+
+using Visitor = std::function<int(Database &page, bool &whole)>;
+
+/// The copy of the damaged file, in which one page at a time is the whole table.
+class Copy {
+public:
+  Copy(const std::string &path, std::uint32_t root, std::size_t page_size)
+      : path_(path), file_(path), root_(root), parent_(parent_page(page_size)) {}
+
+  /// Gives the file a sound first page, and the length that it says.
+  bool begin(const Page &first, std::size_t pages) {
+    original_root_.resize(parent_.size());
+    return file_.cut(pages * parent_.size()) && file_.write(0, first) &&
+           file_.read(place_of(root_), original_root_.data(), original_root_.size());
+  }
+
+  /// Shows what is in one page.
+  int visit(std::uint32_t number, const Visitor &visit) {
+    Page page = original_root_;
+    if (number != root_ && !file_.read(place_of(number), page.data(), page.size()))
+      return SQLITE_IOERR;
+    bool whole = false;
+    int code = page[0] == row_page ? show(number, page, visit, whole) : SQLITE_OK;
+    const std::vector<std::size_t> cells = find_row_cells(page);
+    if (code != SQLITE_OK ||
+        (whole && std::ranges::all_of(cells, [&](auto cell) { return lists(page, cell); })))
+      return code;
+    for (const std::size_t cell : cells)
+      if (code = show(number, with_one_row(page, cell), visit, whole); code != SQLITE_OK)
+        return code;
+    return SQLITE_OK;
+  }
+
+private:
+  [[nodiscard]] std::size_t place_of(std::uint32_t number) const {
+    return (number - 1) * parent_.size();
+  }
+
+  int show(std::uint32_t number, const Page &page, const Visitor &visit, bool &whole) {
+    set_child(parent_, number);
+    if (!file_.write(place_of(root_), parent_) || !file_.write(place_of(number), page))
+      return SQLITE_IOERR;
+    Database table;
+    return table.open(path_, Database::Access::immutable) == SQLITE_OK ? visit(table, whole)
+                                                                       : SQLITE_OK;
+  }
+
+  const std::string &path_;
+  File file_;
+  std::uint32_t root_;
+  Page parent_;
+  Page original_root_;
+};
+
 } // namespace
 
 int visit_row_pages(const std::string &damaged, const std::string &empty, const std::string &copy,
-                    const std::function<int(Database &page)> &visit) {
+                    const Visitor &visit) {
   const auto root = static_cast<std::uint32_t>(root_page(empty));
   Page first = first_page(empty);
-  std::error_code error;
-  std::filesystem::copy_file(damaged, copy, std::filesystem::copy_options::overwrite_existing,
-                             error);
-  if (root == 0 || first.empty() || error)
+  if (root == 0 || first.empty() || !copy_with_log(damaged, copy, first))
     return SQLITE_IOERR;
 
-  const std::size_t size = first.size();
-  const File file(copy);
-  const std::size_t pages = std::filesystem::file_size(copy, error) / size;
+  std::error_code error;
+  const std::size_t pages = std::filesystem::file_size(copy, error) / first.size();
   int code = SQLITE_OK;
   if (!error && pages >= root) {
     put_big_endian(&first[page_count_field], static_cast<std::uint32_t>(pages));
     put_big_endian(&first[free_pages_field], 0);
     put_big_endian(&first[free_pages_field + 4], 0);
-    Page original(size);
-    Page parent = parent_page(size);
-    if (!file.cut(pages * size) || !file.write(0, first) ||
-        !file.read((root - 1) * size, original.data(), size))
-      code = SQLITE_IOERR;
-    for (std::uint32_t number = 2; code == SQLITE_OK && number <= pages; ++number) {
-      unsigned char type = 0;
-      if (!file.read((number - 1) * size, &type, 1))
-        code = SQLITE_IOERR;
-      if (number == root)
-        type = original[0];
-      if (code != SQLITE_OK || type != row_page)
-        continue;
-      set_child(parent, number);
-      Database page;
-      if (!file.write((root - 1) * size, number == root ? original : parent))
-        code = SQLITE_IOERR;
-      else if (page.open(copy, Database::Access::immutable) == SQLITE_OK)
-        code = visit(page);
-    }
+    Copy table(copy, root, first.size());
+    code = table.begin(first, pages) ? SQLITE_OK : SQLITE_IOERR;
+    for (std::uint32_t number = 2; code == SQLITE_OK && number <= pages; ++number)
+      code = table.visit(number, visit);
   }
   std::filesystem::remove(copy, error);
   return code;

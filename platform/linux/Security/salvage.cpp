@@ -5,9 +5,9 @@
 
 #include <Security/SecBase.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <set>
 #include <string>
 #include <unistd.h>
 
@@ -23,20 +23,13 @@ class Salvage {
 public:
   Salvage(Database &to, const Keys *keys) : to_(to), keys_(keys) {}
 
-  /// Copies every row that reads, from the smallest id on. A page that does not read ends a scan;
-  /// the next one starts behind it, row by row. `whole` says whether none did.
+  /// Copies the rows of the table up to the first page that does not read; `whole` says whether
+  /// there is none.
   int copy(Database &from, bool &whole) {
-    std::int64_t last = 0;
-    whole = from.number("SELECT coalesce(max(id), 0) FROM genp", last) == SQLITE_OK;
-    for (std::int64_t at = 0; at <= last; ++at) {
-      bool ended = false;
-      if (const int code = scan(from, at, ended); code != SQLITE_OK)
-        return code;
-      if (ended)
-        return SQLITE_OK;
-      whole = false;
-    }
-    return SQLITE_OK;
+    whole = false;
+    sqlite3_stmt *const rows =
+        from.statement(1, [] { return selection_of_rows() + " NOT INDEXED"; });
+    return rows == nullptr ? SQLITE_OK : copy(rows, whole);
   }
 
   /// Copies the rows that the index leads to and whose names in the table are spoiled: the index
@@ -45,34 +38,20 @@ public:
     sqlite3_stmt *const rows = from.statement(2, [] {
       return selection_of_rows() + " INDEXED BY sqlite_autoindex_genp_1 WHERE svce >= ''";
     });
-    if (rows == nullptr)
-      return SQLITE_OK;
-    const StatementUse use(rows);
-    int inserted = SQLITE_DONE;
-    while (inserted == SQLITE_DONE && sqlite3_step(rows) == SQLITE_ROW)
-      inserted = insert(row_of(rows));
-    return inserted == SQLITE_DONE ? SQLITE_OK : inserted;
+    bool whole = false;
+    return rows == nullptr ? SQLITE_OK : copy(rows, whole);
   }
 
-  [[nodiscard]] const Count &count() const { return count_; }
+  [[nodiscard]] Count count() const { return {kept_, static_cast<std::int64_t>(refused_.size())}; }
 
 private:
-  /// Copies the rows from `at` on; leaves `at` at the last one.
-  int scan(Database &from, std::int64_t &at, bool &ended) {
-    sqlite3_stmt *const rows = from.statement(
-        1, [] { return selection_of_rows() + " NOT INDEXED WHERE id >= ?1 ORDER BY id"; });
-    if (rows == nullptr)
-      return SQLITE_OK;
+  int copy(sqlite3_stmt *rows, bool &whole) {
     const StatementUse use(rows);
-    sqlite3_bind_int64(rows, 1, at);
     int code = SQLITE_OK;
-    while ((code = sqlite3_step(rows)) == SQLITE_ROW) {
-      const Row row = row_of(rows);
-      at = std::max(at, row.id);
-      if (const int inserted = insert(row); inserted != SQLITE_DONE)
+    while ((code = sqlite3_step(rows)) == SQLITE_ROW)
+      if (const int inserted = insert(row_of(rows)); inserted != SQLITE_DONE)
         return inserted;
-    }
-    ended = code == SQLITE_DONE;
+    whole = code == SQLITE_DONE;
     return SQLITE_OK;
   }
 
@@ -81,7 +60,7 @@ private:
     if (keys_ != nullptr) {
       write_bound_form(row.fields, bound_);
       if (!are_as_stored(*keys_, bound_, row.checksum, row.sealed)) {
-        ++count_.refused;
+        refused_.insert(row.id);
         return SQLITE_DONE;
       }
       checksum = checksum_of(*keys_, bound_);
@@ -92,15 +71,18 @@ private:
       return SQLITE_ERROR;
     const StatementUse use(statement);
     const int code = sqlite3_step(statement);
-    if (code == SQLITE_DONE)
-      ++count_.kept;
+    if (code == SQLITE_DONE) {
+      ++kept_;
+      refused_.erase(row.id);
+    }
     // A row that shows twice, or without what a row must have, is none.
     return (code & 0xFF) == SQLITE_CONSTRAINT ? SQLITE_DONE : code;
   }
 
   Database &to_;
   const Keys *keys_;
-  Count count_;
+  std::int64_t kept_ = 0;
+  std::set<std::int64_t> refused_; ///< in one way; another one may still find them
   std::string bound_;
 };
 
@@ -111,9 +93,12 @@ int copy_rows(Database &from, Database &to, const Paths &paths, const std::strin
   int code = from.is_open() ? salvage.copy(from, whole) : SQLITE_OK;
   if (code == SQLITE_OK && from.is_open())
     code = salvage.copy_by_index(from);
+  // A row that is missing leaves a table that reads well.
+  whole = whole && from.check_soundness() == SQLITE_OK;
   if (code == SQLITE_OK && !whole)
-    code = visit_row_pages(paths.database, empty, paths.database + ".pages",
-                           [&](Database &page) { return salvage.copy(page, whole); });
+    code = visit_row_pages(
+        paths.database, empty, paths.database + ".pages",
+        [&](Database &page, bool &page_is_whole) { return salvage.copy(page, page_is_whole); });
   count = salvage.count();
   return code;
 }

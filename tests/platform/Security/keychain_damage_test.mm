@@ -518,5 +518,81 @@ TEST_F(KeychainDamage, AFlippedByteInAnyPageNeverPassesForTheTruth) {
     }
 }
 
+TEST_F(KeychainDamage, RowsAreFoundWhateverTheirNumbers) {
+  for (int at = 0; at < items; ++at)
+    ASSERT_EQ(add(with(item(@"pages", account(at)), kSecValueData, expected_secret(at))),
+              errSecSuccess);
+  tamper("UPDATE genp SET id = 1 << 62 WHERE acct = 'account-059'");
+  fold_log();
+  std::string damaged = contents(paths().database);
+  constexpr std::size_t page = 4096;
+  constexpr char page_of_rows = 13;
+  std::size_t at = page;
+  while (at < damaged.size() && damaged[at] != page_of_rows)
+    at += page;
+  ASSERT_LT(at, damaged.size());
+  damaged[at] = '?';
+  write_file(paths().database, damaged);
+  list(item(nil, nil));
+  EXPECT_EQ(look_at_all().right, items);
+}
+
+TEST_F(KeychainDamage, WhatTheLogChangedIsNotFoundAsItWas) {
+  for (NSString *const account in @[ @"ann", @"bob", @"cid" ])
+    ASSERT_EQ(add(@"mail", account, "old"), errSecSuccess);
+  fold_log();
+  ASSERT_EQ(remove(item(@"mail", @"ann")), errSecSuccess);
+  ASSERT_EQ(update(item(@"mail", @"bob"), with([Entries dictionary], kSecValueData, bytes("new"))),
+            errSecSuccess);
+  let_go();
+  ASSERT_GT(files::file_size(paths().database + "-wal"), 0U);
+  std::fstream(paths().database, std::ios::in | std::ios::out | std::ios::binary) << "damaged";
+
+  EXPECT_EQ(status_of_search(item(@"mail", @"bob")), errSecNotAvailable);
+  EXPECT_TRUE([secret(item(@"mail", @"bob")) isEqual:bytes("new")]);
+  EXPECT_TRUE([secret(item(@"mail", @"cid")) isEqual:bytes("old")]);
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
+}
+
+TEST_F(KeychainDamage, RowsAreFoundWithoutTheHeadOfTheirPage) {
+  for (int at = 0; at < items; ++at)
+    ASSERT_EQ(add(with(item(@"pages", account(at)), kSecValueData, expected_secret(at))),
+              errSecSuccess);
+  fold_log();
+  const std::string sound = contents(paths().database);
+  constexpr std::size_t page = 4096;
+  constexpr char page_of_rows = 13;
+  int pages_of_rows = 0;
+  for (std::size_t at = page; at < sound.size(); at += page) {
+    if (sound[at] != page_of_rows)
+      continue;
+    ++pages_of_rows;
+    for (const auto &[place, change] : {std::pair<std::size_t, int>{0, 0x41},
+                                        {0, 0x08},
+                                        {0, 0x0D},
+                                        {2, 0x41},
+                                        {3, 0x41},
+                                        {4, 0x01},
+                                        {5, 0x41},
+                                        {8, 0x41},
+                                        {9, 0x41},
+                                        {10, 0x08}}) {
+      SCOPED_TRACE("page " + std::to_string(at / page + 1) + ", byte " + std::to_string(place));
+      let_go();
+      for (const auto &entry : files::directory_iterator(paths().folder))
+        if (entry.path() != paths().key)
+          files::remove(entry.path());
+      std::string damaged = sound;
+      damaged[at + place] = static_cast<char>(damaged[at + place] ^ change);
+      write_file(paths().database, damaged);
+      list(item(nil, nil));
+      look_at_all();
+      EXPECT_EQ(look_at_all().right, items) << "at the second look";
+      EXPECT_EQ([list(item(nil, nil)) count], static_cast<NSUInteger>(items));
+    }
+  }
+  EXPECT_GT(pages_of_rows, 1);
+}
+
 } // namespace
 } // namespace veltro::test
