@@ -103,8 +103,8 @@ void write_domain(NSUserDefaults *self, SEL selector, NSDictionary *settings, NS
   if (file.empty() || data == nil || !make_folder() ||
       !veltro::host::replace_file(
           file, {static_cast<const char *>([data bytes]), static_cast<std::size_t>([data length])}))
-    veltro::host::log_line("Preferences not written: " +
-                           std::string([[domain description] UTF8String]));
+    veltro::host::log_line(std::string("Preferences not written: ") +
+                           (domain != nil ? [[domain description] UTF8String] : "no name"));
 }
 
 void remove_domain(NSUserDefaults *self, SEL selector, NSString *domain) {

@@ -150,6 +150,16 @@ TEST_F(UserDefaultsDomains, DoNotLeaveTheirFolder) {
   EXPECT_EQ(veltro::test::logged_lines().size(), 3U);
 }
 
+TEST_F(UserDefaultsDomains, AreNotWrittenWithoutANameOrSettings) {
+  [defaults() setPersistentDomain:number(1) forName:nil];
+  [defaults() setPersistentDomain:nil forName:name];
+  [defaults() removePersistentDomainForName:nil];
+  EXPECT_FALSE(fs::exists(folder()));
+  EXPECT_THAT(veltro::test::logged_lines(),
+              ElementsAre("Preferences not written: no name",
+                          "Preferences not written: org.example.domain"));
+}
+
 TEST_F(UserDefaultsDomains, SayWhatCannotBeWritten) {
   std::ofstream(veltro::test::device_root() / "var") << "a file";
   [defaults() setPersistentDomain:number(1) forName:name];
