@@ -244,9 +244,17 @@ TEST_F(VibrationContract, ASecondCallMeanwhileFindsTheRingerOn) {
 }
 
 TEST_F(VibrationContract, ReadsNumbersAndTextsAsSettings) {
-  set_domain([NSDictionary dictionaryWithObject:[NSNumber numberWithInt:1] forKey:@"ring-vibrate"]);
+  for (const id on : {id{[NSNumber numberWithInt:256]}, id{@"YES"}}) {
+    set_domain([NSDictionary dictionaryWithObject:on forKey:@"ring-vibrate"]);
+    [ZLTUtils vibrateDevice];
+    EXPECT_EQ(calls.back(), play);
+  }
+  set_domain([NSDictionary
+      dictionaryWithObjectsAndKeys:@"0", @"ring-vibrate", @"1", @"silent-vibrate", nil]);
   [ZLTUtils vibrateDevice];
-  EXPECT_EQ(calls.back(), play);
+  calls.clear();
+  scheduled.front()();
+  EXPECT_EQ(calls[1], "write com.apple.springboard ring NO silent YES");
 }
 
 TEST_F(VibrationContract, DrivesTheMotorBeforeIOS9) {
