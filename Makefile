@@ -34,7 +34,8 @@ ios: deps
 docs: build
 	@scripts/docs
 
-lint: deps
+lint:
+	@scripts/install-deps bench
 	@scripts/lint
 
 install: build

@@ -115,6 +115,7 @@ private:
     if (pipe(in.data()) != 0 || pipe(out.data()) != 0)
       return {};
     std::vector<char *> argv;
+    argv.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments)
       argv.push_back(const_cast<char *>(argument.c_str()));
     argv.push_back(nullptr);

@@ -12,6 +12,7 @@
 #include <openssl/evp.h>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" { // which these headers leave out
@@ -121,7 +122,7 @@ void openssl_decode(benchmark::State &state, bool lines) {
                      reinterpret_cast<const unsigned char *>(text.data()),
                      static_cast<int>(text.size()));
     EVP_DecodeFinal(context, to.data() + written, &rest);
-    if (static_cast<std::size_t>(written + rest) != size_of(state))
+    if (std::cmp_not_equal(written + rest, size_of(state)))
       state.SkipWithError("wrong length");
     benchmark::ClobberMemory();
   }

@@ -1,1 +1,2 @@
 set(peers messenger-core)
+set(options IGNORE_LEAKS)
