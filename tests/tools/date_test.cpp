@@ -150,6 +150,17 @@ TEST_F(DateTool, ReadsDaysInDecimal) {
   expect_out(date({"add-days", "+1", "2024-03-08"}), "2024-03-09T00:00:00-05:00\n");
 }
 
+TEST_F(DateTool, TakesAnySpellingOfTheTimeZone) {
+  for (const char *zone : {"EST5EDT,M3.2.0,M11.1.0", ":/usr/share/zoneinfo/America/New_York"}) {
+    setenv("TZ", zone, 1);
+    expect_out(date({"add-days", "1", "2024-03-09T10:00"}), "2024-03-10T10:00:00-04:00\n");
+  }
+  for (const char *none : {"/etc/passwd", "/", "nowhere"}) {
+    setenv("TZ", none, 1);
+    EXPECT_EQ(date({"minute", "2024-03-09"}).status, 0) << none;
+  }
+}
+
 TEST_F(DateTool, SaysWhatTheCalendarDoesNotReach) {
   const ToolResult beyond = date({"minute", "2024-03-09", "@1e300", "2024-03-10"});
   EXPECT_EQ(beyond.status, 1);

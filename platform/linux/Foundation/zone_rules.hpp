@@ -26,6 +26,9 @@ public:
   static std::optional<YearlyRule> parsed(std::string_view text);
 
   [[nodiscard]] std::int32_t offset_at(UnixTime time) const;
+  [[nodiscard]] std::int32_t standard() const { return standard_; }
+  /// The offset of summer time; that of standard time where there is none.
+  [[nodiscard]] std::int32_t summer() const { return has_summer_ ? summer_ : standard_; }
   /// The transitions of year `year`, in order of time; none where the offset never changes.
   [[nodiscard]] std::vector<Transition> transitions_of(std::int64_t year) const;
 

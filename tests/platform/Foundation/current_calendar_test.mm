@@ -167,11 +167,36 @@ TEST(SystemTimeZone, IsTheOneThatTZNames) {
   setenv("TZ", "UTC", 1);
 }
 
+TEST(SystemTimeZone, IsTheOneThatTZSpells) {
+  NSDate *const july = [NSDate dateWithTimeIntervalSince1970:1'720'000'000];
+  for (const char *text : {"CET-1CEST,M3.5.0,M10.5.0/3", ":/usr/share/zoneinfo/Europe/Berlin"}) {
+    setenv("TZ", text, 1);
+    NSTimeZone *const zone = [NSTimeZone systemTimeZone];
+    EXPECT_EQ([zone secondsFromGMTForDate:july], 7200) << text;
+    EXPECT_EQ([NSTimeZone systemTimeZone], zone) << "made once";
+    NSCalendar *const calendar = [NSCalendar currentCalendar];
+    [calendar setTimeZone:zone];
+    EXPECT_EQ([[calendar components:NSCalendarUnitHour fromDate:july] hour], 11) << text;
+  }
+  setenv("TZ", "UTC-3", 1);
+  EXPECT_EQ([[NSTimeZone systemTimeZone] secondsFromGMTForDate:july], 10'800);
+  setenv("TZ", "UTC", 1);
+}
+
+bool system_zone_is_another_than(const char *name) {
+  @try {
+    NSString *const found = [[NSTimeZone systemTimeZone] name];
+    return found != nil && ![found isEqualToString:[NSString stringWithUTF8String:name]];
+  } @catch (NSException *) {
+    return false;
+  }
+}
+
 /// In a process of its own: what GNUstep parses on the way it does not free.
 TEST(SystemTimeZone, IsGNUstepsWhereTZNamesNone) {
-  for (const char *name : {"Nowhere/At_All", "", ":"}) {
+  for (const char *name : {"Nowhere/At_All", "", ":", "/nowhere", "/etc/passwd", "/dev/null"}) {
     setenv("TZ", name, 1);
-    EXPECT_EXIT(_exit([NSTimeZone systemTimeZone] != nil ? 0 : 1), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(_exit(system_zone_is_another_than(name) ? 0 : 1), testing::ExitedWithCode(0), "");
   }
   unsetenv("TZ");
   EXPECT_EXIT(_exit([NSTimeZone systemTimeZone] != nil ? 0 : 1), testing::ExitedWithCode(0), "");
