@@ -6,12 +6,14 @@
 #include <cctype>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace veltro::host {
@@ -47,6 +49,24 @@ std::optional<std::uint32_t> token_in(const std::string &name) {
   return error == std::errc{} && at == end ? std::optional(token) : std::nullopt;
 }
 
+/// Writes without the signal that is raised where the reader has just ended: what the program does
+/// about that signal is none of the observers' business.
+void write_quietly(int pipe, std::uint32_t message) {
+  sigset_t broken_pipe;
+  sigset_t pending;
+  sigset_t before;
+  sigemptyset(&broken_pipe);
+  sigaddset(&broken_pipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &broken_pipe, &before);
+  sigpending(&pending);
+  const bool written = write(pipe, &message, sizeof message) >= 0;
+  if (!written && errno == EPIPE && sigismember(&pending, SIGPIPE) == 0) {
+    const timespec at_once{};
+    sigtimedwait(&broken_pipe, nullptr, &at_once);
+  }
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
 bool make_folder(const std::string &folder) {
   std::error_code error;
   fs::create_directories(folder, error);
@@ -77,8 +97,7 @@ void tell_observers(const std::string &folder) {
         unlink(entry->path().c_str());
       continue;
     }
-    const std::uint32_t message = htonl(*token);
-    [[maybe_unused]] const ssize_t written = write(pipe, &message, sizeof message);
+    write_quietly(pipe, htonl(*token));
     close(pipe);
   }
 }
