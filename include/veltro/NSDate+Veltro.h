@@ -36,6 +36,7 @@
 
 /// The receiver plus `days` calendar days, at the same time of day. A time that the clocks skip on
 /// that day moves forward by what they skip. Takes a fresh current calendar, not the kept one.
+/// NSIntegerMax is a calendar's mark for no number and adds nothing.
 - (NSDate *)veltro_dateByAddingDays:(NSInteger)days;
 
 /// The receiver minus `days` calendar days: veltro_dateByAddingDays: with the negated number.

@@ -126,6 +126,12 @@ TEST_F(Days, AnyNumberOfDaysHasAnAnswer) {
   }
 }
 
+TEST_F(Days, TheMarkForNoNumberAddsNothing) {
+  NSDate *now = [NSDate date];
+  EXPECT_TRUE([[now veltro_dateByAddingDays:NSIntegerMax] isEqualToDate:now]);
+  EXPECT_TRUE([[now veltro_dateBySubtractingDays:NSIntegerMin + 1] isEqualToDate:now]);
+}
+
 TEST_F(Days, DatesFarAwayHaveAnswers) {
   for (const double seconds : {1e12, -1e12, 1e15, -1e15, 1e300, -1e300, HUGE_VAL, -HUGE_VAL}) {
     NSDate *date = [NSDate dateWithTimeIntervalSinceReferenceDate:seconds];
