@@ -53,6 +53,7 @@ const std::map<std::string, CFStringRef> accessibilities{
 template <typename Value>
 std::vector<std::string> names_of(const std::map<std::string, Value> &of) {
   std::vector<std::string> names;
+  names.reserve(of.size());
   for (const auto &[name, value] : of)
     names.push_back(name);
   return names;

@@ -77,6 +77,7 @@ public:
       if (!same_folders() || !same_files())
         read();
       std::vector<AppRecord> apps;
+      apps.reserve(entries_.size());
       for (const auto &[identifier, entry] : entries_)
         apps.push_back(entry.app);
       return apps;
