@@ -15,8 +15,6 @@ constexpr NSTimeInterval kSecondsInWeek = 604800.0;
 
 constinit std::atomic<void *> cached_calendar{nullptr}; // an NSCalendar, owned
 
-constexpr auto kSmallest = static_cast<NSInteger>(~(~NSUInteger{0} >> 1));
-
 /// The two's complement, so that the smallest number stays itself.
 constexpr NSInteger negated(NSInteger number) {
   return static_cast<NSInteger>(NSUInteger{0} - static_cast<NSUInteger>(number));
@@ -113,7 +111,7 @@ NSDateComponents *components_of(NSDate *date) {
                                                                options:0];
   // The smallest number is the only one below zero whose negation is not above: it would reach into
   // the past.
-  return days != veltro::kSmallest && [self compare:first] == NSOrderedDescending &&
+  return days != NSIntegerMin && [self compare:first] == NSOrderedDescending &&
          [self compare:today] == NSOrderedAscending;
 }
 

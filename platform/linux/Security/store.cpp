@@ -106,7 +106,7 @@ OSStatus Store::search(const Query &query, bool with_secrets, const Visitor &vis
     if (commit)
       if (const std::vector<KnownRow> *const known = known_.find(*commit, search_))
         return visit_known(*known, with_secrets, visit);
-    return read_items(query, with_secrets, visit);
+    return read_items(query, with_secrets, commit, visit);
   });
 }
 
@@ -121,8 +121,8 @@ Store::Outcome Store::visit_known(const std::vector<KnownRow> &rows, bool with_s
   return rows.empty() ? nothing_found() : Outcome{SQLITE_OK, errSecSuccess};
 }
 
-Store::Outcome Store::read_items(const Query &query, bool with_secrets, const Visitor &visit) {
-  const std::optional<CommitStamp> commit = database_.last_commit();
+Store::Outcome Store::read_items(const Query &query, bool with_secrets,
+                                 const std::optional<CommitStamp> &commit, const Visitor &visit) {
   sqlite3_stmt *const statement = select_items(database_, query);
   if (statement == nullptr)
     return {SQLITE_ERROR, errSecSuccess};

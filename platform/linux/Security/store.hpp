@@ -54,7 +54,8 @@ private:
   OSStatus handle_damage(Call call);
   OSStatus set_damaged_aside(Call call);
   Outcome nothing_found();
-  Outcome read_items(const Query &query, bool with_secrets, const Visitor &visit);
+  Outcome read_items(const Query &query, bool with_secrets,
+                     const std::optional<CommitStamp> &commit, const Visitor &visit);
   Outcome visit_known(const std::vector<KnownRow> &rows, bool with_secrets, const Visitor &visit);
   Outcome replace(std::int64_t id, const Fields &changes, std::optional<std::string_view> secret);
   Outcome undecodable() const;

@@ -53,34 +53,32 @@ int fill_up(OSStatus expected, const std::function<void()> &make_room) {
   return 0;
 }
 
-TEST_F(KeychainDamage, AFullDiskIsReportedAndLosesNothing) {
+/// Expects a child to do `use` with a device root that is a disk of its own, and answer 0.
+void expect_on_a_disk(const char *size, const std::function<int()> &use) {
   files::create_directories(device_root());
-  const int answer = in_child([] {
-    if (!own_mounts() || mount("veltro-test", device_root().c_str(), "tmpfs", 0, "size=1m") != 0)
-      return not_allowed_here;
+  expect_in_child([&] {
+    return own_mounts() && mount("veltro-test", device_root().c_str(), "tmpfs", 0, size) == 0
+               ? use()
+               : not_allowed_here;
+  });
+}
+
+TEST_F(KeychainDamage, AFullDiskIsReportedAndLosesNothing) {
+  expect_on_a_disk("size=1m", [] {
     const files::path ballast = device_root() / "ballast";
     write_file(ballast, std::string(400'000, 'x'));
     return fill_up(errSecDiskFull, [&] { files::remove(ballast); });
   });
-  if (answer == not_allowed_here)
-    GTEST_SKIP() << "this machine allows no mounts; AFileThatMayNotGrow… stands for it";
-  EXPECT_EQ(answer, 0);
 }
 
 TEST_F(KeychainDamage, AFullDiskFromTheStartIsReported) {
-  files::create_directories(device_root());
-  const int answer = in_child([] {
-    if (!own_mounts() || mount("veltro-test", device_root().c_str(), "tmpfs", 0, "size=64k") != 0)
-      return not_allowed_here;
+  expect_on_a_disk("size=64k", [] {
     const files::path ballast = device_root() / "ballast";
     write_file(ballast, std::string(64UL * 1024, 'x'));
     CHECK_IN_CHILD(add(@"mail", @"ann", "x") == errSecDiskFull);
     CHECK_IN_CHILD(status_of_search(item(@"mail", @"ann")) == errSecItemNotFound);
     return 0;
   });
-  if (answer == not_allowed_here)
-    GTEST_SKIP() << "this machine allows no mounts; AFileThatMayNotGrow… stands for it";
-  EXPECT_EQ(answer, 0);
 }
 
 /// Whether this process can read while another one that has read lives on.
@@ -133,10 +131,7 @@ int read_on_a_full_disk() {
 }
 
 TEST_F(KeychainDamage, AFullDiskCanBeRead) {
-  files::create_directories(device_root());
-  const int answer = in_child([] {
-    if (!own_mounts() || mount("veltro-test", device_root().c_str(), "tmpfs", 0, "size=1m") != 0)
-      return not_allowed_here;
+  expect_on_a_disk("size=1m", [] {
     add(@"mail", @"ann", "one");
     add(@"mail", @"bob", "two");
     if (const int line = read_on_a_full_disk(); line != 0)
@@ -144,9 +139,6 @@ TEST_F(KeychainDamage, AFullDiskCanBeRead) {
     fold_log();
     return read_on_a_full_disk();
   });
-  if (answer == not_allowed_here)
-    GTEST_SKIP() << "this machine allows no mounts";
-  EXPECT_EQ(answer, 0);
 }
 
 /// Saves over the same items, with secrets that grow, until there is no room. A save that fails
@@ -172,21 +164,14 @@ int save_until_it_is_full(int growth) {
 }
 
 TEST_F(KeychainDamage, ASaveOnAFullDiskLosesNothing) {
-  files::create_directories(device_root());
   for (const int growth : {100, 300, 1000, 3000}) {
-    const int answer = in_child([=] {
-      if (!own_mounts() || mount("veltro-test", device_root().c_str(), "tmpfs", 0, "size=1m") != 0)
-        return not_allowed_here;
-      return save_until_it_is_full(growth);
-    });
-    if (answer == not_allowed_here)
-      GTEST_SKIP() << "this machine allows no mounts";
-    EXPECT_EQ(answer, 0) << growth;
+    SCOPED_TRACE(growth);
+    expect_on_a_disk("size=1m", [=] { return save_until_it_is_full(growth); });
   }
 }
 
 TEST_F(KeychainDamage, AFileThatMayNotGrowIsReportedAndLosesNothing) {
-  const int answer = in_child([] {
+  expect_in_child([] {
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{300'000, RLIM_INFINITY};
     setrlimit(RLIMIT_FSIZE, &limit);
@@ -195,7 +180,6 @@ TEST_F(KeychainDamage, AFileThatMayNotGrowIsReportedAndLosesNothing) {
       setrlimit(RLIMIT_FSIZE, &unlimited);
     });
   });
-  EXPECT_EQ(answer, 0);
 }
 
 int read_what_cannot_be_written() {
@@ -285,16 +269,13 @@ TEST_F(KeychainDamage, AReadOnlyRootCanBeRead) {
 
 TEST_F(KeychainDamage, AReadOnlyRootWithoutAKeychainIsReported) {
   files::create_directories(device_root());
-  const int answer = in_child([] {
+  expect_in_child([] {
     if (!make_read_only(device_root()))
       return not_allowed_here;
     CHECK_IN_CHILD(status_of_search(item(@"mail", @"ann")) == errSecItemNotFound);
     CHECK_IN_CHILD(add(@"mail", @"ann", "x") == errSecWrPerm);
     return 0;
   });
-  if (answer == not_allowed_here)
-    GTEST_SKIP() << "this machine allows no mounts";
-  EXPECT_EQ(answer, 0);
 }
 
 /// The file with the entry of mail's ann in the index, where it is found by name, spoiled.

@@ -2,17 +2,15 @@
 // uinput and that of the input device, so that what is played comes out where it is served.
 
 #include "both_calls.hpp"
+#include "intercepted_ioctl.hpp"
 #include "support/virtual_rumble.hpp"
 #include "uinput_kernel.hpp"
 
 #include <cerrno>
-#include <cstdarg>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/uinput.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,15 +20,11 @@ veltro::test::UinputKernel *kernel = nullptr;
 
 } // namespace
 
-extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
-  va_list arguments;
-  va_start(arguments, request);
-  void *const argument = va_arg(arguments, void *);
-  va_end(arguments);
-  if (_IOC_TYPE(request) != 'E' && _IOC_TYPE(request) != UINPUT_IOCTL_BASE) {
-    using Ioctl = int (*)(int, unsigned long, void *);
-    return reinterpret_cast<Ioctl>(dlsym(RTLD_NEXT, "ioctl"))(descriptor, request, argument);
-  }
+bool veltro::test::answers_ioctls(unsigned type) {
+  return type == 'E' || type == UINPUT_IOCTL_BASE;
+}
+
+int veltro::test::answer_ioctl(unsigned long request, void *argument) {
   const int answer = kernel->control(request, argument);
   errno = answer < 0 ? -answer : errno;
   return answer < 0 ? -1 : answer;

@@ -37,6 +37,8 @@ typedef struct _NSRange {
   NSUInteger length;
 } NSRange;
 
+#define NSIntegerMin (-__INTPTR_MAX__ - 1)
+
 enum : NSInteger { NSNotFound = __INTPTR_MAX__ };
 
 @class NSString;
