@@ -1,8 +1,8 @@
 # Run as a script: writes OUTPUT, a C++ file that holds the files under FOLDER as text, as
-# platform/linux/Host/system_files.hpp declares them.
+# platform/linux/machine/root/system_files.hpp declares them.
 
 file(GLOB_RECURSE files RELATIVE ${FOLDER} ${FOLDER}/*)
-set(code "#include \"Host/system_files.hpp\"\n\nnamespace veltro::host {\nnamespace {\n\n")
+set(code "#include \"machine/root/system_files.hpp\"\n\nnamespace veltro::host {\nnamespace {\n\n")
 string(APPEND code "constexpr SystemFile files[]{\n")
 foreach(file IN LISTS files)
   file(READ ${FOLDER}/${file} text)

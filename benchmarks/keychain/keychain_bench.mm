@@ -7,7 +7,7 @@
 #include "plain_sqlite.hpp"
 #include "secret_service.hpp"
 
-#include "Security/item_rows.hpp"
+#include "frameworks/Security/item_rows.hpp"
 
 #import <veltro/ZLTKeyChain.h>
 

@@ -3,7 +3,7 @@
 // pay; and reading every Info.plist at every call.
 #import <veltro/veltro.h>
 
-#include "MobileCoreServices/app_registry.hpp"
+#include "machine/apps/app_registry.hpp"
 #include "support/app_bundles.hpp"
 #include "support/scratch.hpp"
 

@@ -1,7 +1,7 @@
 // The idle app as an installed app of the scratch device root, and its processes.
 #pragma once
 
-#include "Processes/running.hpp"
+#include "machine/processes/running.hpp"
 #include "support/app_bundles.hpp"
 
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "Host/machine.hpp"
+#include "machine/device/machine.hpp"
 #include "support/alone.hpp"
 #include "support/named_process.hpp"
 #include "support/scratch.hpp"

@@ -3,7 +3,7 @@
 #include <notify.h>
 #import <veltro/veltro.h>
 
-#include "Vibration/vibration.hpp"
+#include "machine/motor/vibration.hpp"
 #include "support/scratch.hpp"
 
 #include <arpa/inet.h>

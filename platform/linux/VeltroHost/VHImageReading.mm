@@ -1,0 +1,46 @@
+#import <VeltroHost/VHImageReading.h>
+
+#include "frameworks/CoreGraphics/image.hpp"
+#include "frameworks/UIKit/image_orientation.hpp"
+#include "machine/images/image_reading.hpp"
+
+namespace {
+
+std::span<const std::uint8_t> bytes_of(NSData *data) {
+  return {static_cast<const std::uint8_t *>([data bytes]), [data length]};
+}
+
+void tell(NSString **problem, const std::string &text) {
+  if (problem != nullptr && !text.empty())
+    *problem = [NSString stringWithUTF8String:text.c_str()];
+}
+
+} // namespace
+
+extern "C" {
+
+CGSize VHImageSize(NSData *data, NSString **problem) {
+  const veltro::host::ImageSize size = veltro::host::read_image_size(bytes_of(data));
+  tell(problem, size.problem);
+  return size.problem.empty()
+             ? CGSizeMake(static_cast<CGFloat>(size.width), static_cast<CGFloat>(size.height))
+             : CGSizeZero;
+}
+
+UIImage *VHReadImage(NSData *data, NSUInteger max_pixels, NSUInteger least_side,
+                     NSString **problem) {
+  const veltro::host::ImageFile file =
+      veltro::host::read_image(bytes_of(data), {max_pixels, least_side});
+  tell(problem, file.problem);
+  if (file.pixels == nullptr)
+    return nil;
+  const CGImageRef image = veltro::host::create_image(file.pixels);
+  UIImage *const result =
+      [UIImage imageWithCGImage:image
+                          scale:1
+                    orientation:veltro::host::image_orientation(file.orientation)];
+  CGImageRelease(image);
+  return result;
+}
+
+} // extern "C"

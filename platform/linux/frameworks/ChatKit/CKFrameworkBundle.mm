@@ -1,0 +1,14 @@
+// CKFrameworkBundle: ChatKit's bundle, of which only the strings are here. No public documentation
+// describes ChatKit; all else of it is left out.
+
+#import <ChatKit/ChatKit.h>
+
+#include "machine/root/device_root.hpp"
+#include "machine/root/system_files.hpp"
+
+extern "C" NSBundle *CKFrameworkBundle(void) {
+  constexpr const char *framework = "/System/Library/PrivateFrameworks/ChatKit.framework";
+  veltro::host::provide_system_folder(framework);
+  NSString *path = [NSString stringWithUTF8String:veltro::host::on_this_machine(framework).c_str()];
+  return [[[NSBundle alloc] initWithPath:path] autorelease];
+}

@@ -1,0 +1,51 @@
+// The vibrator of CoreMedia, after how components of jailbroken devices call the private functions.
+
+#import <CoreMedia/CoreMedia.h>
+#import <Foundation/Foundation.h>
+
+#include "machine/motor/vibration.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+milliseconds duration(NSDictionary *description, NSString *key) {
+  constexpr double longest = 30'000;
+  const double asked = [[description objectForKey:key] doubleValue] * 1000;
+  return milliseconds(static_cast<long>(std::clamp(std::round(asked), 0.0, longest)));
+}
+
+/// On and off in turn until the total is reached.
+std::vector<veltro::host::Pulse> pulses_of(NSDictionary *description) {
+  const milliseconds on = duration(description, @"OnDuration");
+  const milliseconds total = duration(description, @"TotalDuration");
+  const milliseconds off = duration(description, @"OffDuration");
+  std::vector<veltro::host::Pulse> pulses;
+  if (on == milliseconds(0))
+    return pulses;
+  for (milliseconds start{0}; start < total; start += on + off)
+    pulses.push_back({start, std::min(on, total - start)});
+  return pulses;
+}
+
+} // namespace
+
+extern "C" {
+
+void FigVibratorInitialize(void) {
+  // The machine's motor is looked for when there is something to vibrate.
+}
+
+void FigVibratorPlayVibrationWithDictionary(CFDictionaryRef vibration, SInt32 /*zero*/,
+                                            SInt32 /*zero*/, void * /*nothing*/,
+                                            void * /*nothing*/) {
+  const auto description =
+      static_cast<NSDictionary *>(const_cast<void *>(static_cast<const void *>(vibration)));
+  veltro::host::request_vibration(
+      {pulses_of(description), [[description objectForKey:@"Intensity"] doubleValue]});
+}
+
+} // extern "C"

@@ -1,0 +1,86 @@
+// NSBundle's resources and executable in the device's flat layout: Info.plist, the executable and
+// the resources lie in the bundle's folder itself. Where GNUstep's own layout is found, it is
+// GNUstep's.
+//
+// -load links an executable that can be linked. A bundle without one, or whose executable is a
+// program like an app's, has nothing to link: it counts as loaded, YES. Where Info.plist names an
+// executable that is missing the answer is NO. A bundle that was loaded stays, also as an object.
+
+#import <Foundation/Foundation.h>
+
+#include "frameworks/Foundation/replace_method.hpp"
+#include "machine/property_lists/property_list.hpp"
+#include "machine/root/loadable_object.hpp"
+
+namespace {
+
+using veltro::host::replace_method;
+
+NSDictionary *(*gnustep_info)(NSBundle *, SEL);
+NSString *(*gnustep_resource_path)(NSBundle *, SEL);
+BOOL (*gnustep_load)(NSBundle *, SEL);
+
+NSDictionary *flat_info(NSBundle *bundle) {
+  NSString *path = [[bundle bundlePath] stringByAppendingPathComponent:@"Info.plist"];
+  NSData *data = [NSData dataWithContentsOfFile:path];
+  // Binary or XML: GNUstep leaks what it reads of a text until it finds that it is no property
+  // list.
+  const char first = [data length] != 0 ? *static_cast<const char *>([data bytes]) : '\0';
+  if (first != 'b' && first != '<')
+    return nil;
+  return veltro::host::dictionary_in(data);
+}
+
+NSDictionary *info_dictionary(NSBundle *self, SEL command) {
+  @synchronized(self) {
+    if (self->_infoDict == nil)
+      self->_infoDict = [flat_info(self) retain];
+  }
+  return self->_infoDict != nil ? self->_infoDict : gnustep_info(self, command);
+}
+
+NSString *resource_path(NSBundle *self, SEL command) {
+  NSString *path = gnustep_resource_path(self, command);
+  return [[NSFileManager defaultManager] fileExistsAtPath:path] ? path : [self bundlePath];
+}
+
+BOOL link(NSBundle *bundle, SEL command) {
+  using veltro::host::Executable;
+  NSString *path = [bundle executablePath];
+  const Executable kind = [path length] != 0
+                              ? veltro::host::kind_of_executable([path fileSystemRepresentation])
+                              : Executable::program;
+  if (kind == Executable::missing)
+    return NO;
+  if (kind == Executable::loadable || bundle == [NSBundle mainBundle])
+    return gnustep_load(bundle, command);
+  bundle->_codeLoaded = YES;
+  return YES;
+}
+
+BOOL load(NSBundle *self, SEL command) {
+  @synchronized(self) {
+    if ([self isLoaded])
+      return YES;
+    if (!link(self, command))
+      return NO;
+    [self retain];
+    return YES;
+  }
+}
+
+} // namespace
+
+@interface VHBundleLoading : NSObject
+@end
+
+@implementation VHBundleLoading
+
++ (void)load {
+  Class bundle = objc_getClass("NSBundle");
+  gnustep_info = replace_method(bundle, "infoDictionary", info_dictionary);
+  gnustep_resource_path = replace_method(bundle, "resourcePath", resource_path);
+  gnustep_load = replace_method(bundle, "load", ::load);
+}
+
+@end

@@ -1,0 +1,64 @@
+// requiresSecureCoding of NSKeyedArchiver, which GNUstep remembers and does not enforce: an object
+// whose class does not support secure coding is refused. Its form that reports an error answers nil
+// for everything where secure coding is required, and reports none. Follows Apple's NSKeyedArchiver
+// reference.
+
+#import "frameworks/Foundation/secure_coding.hpp"
+
+#import <VeltroHost/NSKeyedArchiving+Device.h>
+
+#include <objc/runtime.h>
+
+namespace {
+
+using EncodeObject = id (*)(id, SEL, id, BOOL);
+EncodeObject encode_object;
+
+id encode_checked(id self, SEL selector, id object, BOOL conditional) {
+  if (object != nil && [self requiresSecureCoding] &&
+      !veltro::host::supports_secure_coding([object classForCoder]))
+    [NSException raise:NSInvalidArchiveOperationException
+                format:@"Secure coding is required and class '%@' does not support it.",
+                       [object classForCoder]];
+  return encode_object(self, selector, object, conditional);
+}
+
+id archived_data(id /*self*/, SEL /*selector*/, id object, BOOL secure, NSError **error) {
+  NSMutableData *const data = [NSMutableData data];
+  NSKeyedArchiver *const archiver =
+      [[[NSKeyedArchiver alloc] initForWritingWithMutableData:data] autorelease];
+  @try {
+    [archiver setRequiresSecureCoding:secure];
+    [archiver encodeObject:object forKey:@"root"];
+    [archiver finishEncoding];
+    return data;
+  } @catch (NSException *exception) {
+    if (error != nullptr)
+      *error =
+          [NSError errorWithDomain:NSCocoaErrorDomain
+                              code:NSCoderInvalidValueError
+                          userInfo:[NSDictionary dictionaryWithObject:[exception reason]
+                                                               forKey:NSLocalizedDescriptionKey]];
+    return nil;
+  }
+}
+
+} // namespace
+
+@interface VHSecureArchiving : NSObject
+@end
+
+@implementation VHSecureArchiving
+
++ (void)load {
+  const Class archiver = objc_getClass("NSKeyedArchiver");
+  encode_object = reinterpret_cast<EncodeObject>(method_setImplementation(
+      class_getInstanceMethod(archiver, sel_registerName("_encodeObject:conditional:")),
+      reinterpret_cast<IMP>(encode_checked)));
+  method_setImplementation(
+      class_getClassMethod(archiver, @selector(archivedDataWithRootObject:
+                                                    requiringSecureCoding:error:)),
+      reinterpret_cast<IMP>(reinterpret_cast<void *>(archived_data)));
+}
+
+@end

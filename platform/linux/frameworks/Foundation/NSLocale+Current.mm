@@ -1,0 +1,46 @@
+// +currentLocale: the locale that the user default AppleLocale names, as on the device, and at
+// every call, so that it follows a change. GNUstep takes the environment's at the first call and
+// keeps it, which still stands where that default is not set.
+
+#include "frameworks/Foundation/replace_method.hpp"
+
+#import <Foundation/Foundation.h>
+
+#include <mutex>
+
+namespace veltro::host {
+namespace {
+
+using Method = NSLocale *(*)(Class, SEL);
+constinit Method gnustep_method = nullptr;
+
+std::mutex mutex;
+NSLocale *chosen = nil;
+
+NSLocale *current_locale(Class self, SEL selector) {
+  NSString *name = [[NSUserDefaults standardUserDefaults] stringForKey:@"AppleLocale"];
+  if ([name length] == 0)
+    return gnustep_method(self, selector);
+  const std::lock_guard lock(mutex);
+  if (![[chosen localeIdentifier] isEqualToString:name]) {
+    [chosen release];
+    chosen = [[NSLocale alloc] initWithLocaleIdentifier:name];
+  }
+  return [[chosen retain] autorelease];
+}
+
+} // namespace
+} // namespace veltro::host
+
+@interface VHCurrentLocaleMending : NSObject
+@end
+
+@implementation VHCurrentLocaleMending
+
++ (void)load {
+  using namespace veltro::host;
+  gnustep_method =
+      replace_class_method(objc_getClass("NSLocale"), "currentLocale", &current_locale);
+}
+
+@end

@@ -1,0 +1,139 @@
+// The persistent domains of NSUserDefaults as the device keeps them: one property list a domain in
+// var/mobile/Library/Preferences under the device root, binary, replaced as a whole. Every read
+// reads the file, so that any process sees what another wrote last. GNUstep keeps domains in files
+// of its own and remembers them; the application's own and the global domain stay there. The names
+// of all domains, managed preferences and change notifications are left out.
+
+#import <Foundation/Foundation.h>
+
+#include "machine/files/atomic_file.hpp"
+#include "machine/log/log_line.hpp"
+#include "machine/root/device_root.hpp"
+
+#include <filesystem>
+#import <objc/runtime.h>
+#include <unistd.h>
+
+namespace {
+
+using Read = NSDictionary *(*)(NSUserDefaults *, SEL, NSString *);
+using Write = void (*)(NSUserDefaults *, SEL, NSDictionary *, NSString *);
+using Remove = void (*)(NSUserDefaults *, SEL, NSString *);
+
+Read read_of_gnustep;
+Write write_of_gnustep;
+Remove remove_of_gnustep;
+
+bool is_gnustep_s(NSString *domain) {
+  return [domain isEqual:NSGlobalDomain] || [domain isEqual:NSArgumentDomain] ||
+         [domain isEqual:NSRegistrationDomain] ||
+         [domain isEqual:[[NSProcessInfo processInfo] processName]] ||
+         [domain isEqual:[[NSBundle mainBundle] bundleIdentifier]];
+}
+
+std::string folder() {
+  return veltro::host::on_this_machine("/var/mobile/Library/Preferences");
+}
+
+/// The domain's file; empty for a name that cannot be a file's.
+std::string file_of(NSString *domain) {
+  const char *const name = [domain UTF8String];
+  if (name == nullptr || *name == '\0' || [domain rangeOfString:@"/"].length != 0)
+    return {};
+  return folder() + '/' + name + ".plist";
+}
+
+/// GNUstep would write the description of an object that no property list can hold.
+bool is_property_list(id object) {
+  for (Class type : {[NSString class], [NSNumber class], [NSDate class], [NSData class]})
+    if ([object isKindOfClass:type])
+      return true;
+  if ([object isKindOfClass:[NSArray class]]) {
+    for (id element in object)
+      if (!is_property_list(element))
+        return false;
+    return true;
+  }
+  if (![object isKindOfClass:[NSDictionary class]])
+    return false;
+  for (id key in object)
+    if (![key isKindOfClass:[NSString class]] || !is_property_list([object objectForKey:key]))
+      return false;
+  return true;
+}
+
+/// The folder holds what the user set: nobody else's business.
+bool make_folder() {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (fs::create_directories(folder(), error))
+    fs::permissions(folder(), fs::perms::owner_all, error);
+  return fs::is_directory(folder(), error);
+}
+
+NSDictionary *read_domain(NSUserDefaults *self, SEL selector, NSString *domain) {
+  if (is_gnustep_s(domain))
+    return read_of_gnustep(self, selector, domain);
+  const std::string file = file_of(domain);
+  NSData *const data =
+      file.empty() ? nil
+                   : [NSData dataWithContentsOfFile:[NSString stringWithUTF8String:file.c_str()]];
+  if (data == nil)
+    return nil;
+  id const list = [NSPropertyListSerialization propertyListWithData:data
+                                                            options:NSPropertyListImmutable
+                                                             format:nullptr
+                                                              error:nullptr];
+  return [list isKindOfClass:[NSDictionary class]] ? list : nil;
+}
+
+void write_domain(NSUserDefaults *self, SEL selector, NSDictionary *settings, NSString *domain) {
+  if (is_gnustep_s(domain)) {
+    write_of_gnustep(self, selector, settings, domain);
+    return;
+  }
+  const std::string file = file_of(domain);
+  NSData *const data =
+      is_property_list(settings)
+          ? [NSPropertyListSerialization dataWithPropertyList:settings
+                                                       format:NSPropertyListBinaryFormat_v1_0
+                                                      options:0
+                                                        error:nullptr]
+          : nil;
+  if (file.empty() || data == nil || !make_folder() ||
+      !veltro::host::replace_file(
+          file, {static_cast<const char *>([data bytes]), static_cast<std::size_t>([data length])}))
+    veltro::host::log_line(std::string("Preferences not written: ") +
+                           (domain != nil ? [[domain description] UTF8String] : "no name"));
+}
+
+void remove_domain(NSUserDefaults *self, SEL selector, NSString *domain) {
+  if (is_gnustep_s(domain))
+    remove_of_gnustep(self, selector, domain);
+  else
+    unlink(file_of(domain).c_str());
+}
+
+/// Exchanges the implementation of a method, whose type no IMP can name.
+template <typename Function> void replace(SEL selector, Function ours, Function &theirs) {
+  Method const method = class_getInstanceMethod(objc_getClass("NSUserDefaults"), selector);
+  void *const old = reinterpret_cast<void *>(
+      method_setImplementation(method, reinterpret_cast<IMP>(reinterpret_cast<void *>(ours))));
+  theirs = reinterpret_cast<Function>(old);
+}
+
+} // namespace
+
+/// Puts the device's way in place while the platform loads.
+@interface VHUserDefaultsDomains : NSObject
+@end
+
+@implementation VHUserDefaultsDomains
+
++ (void)load {
+  replace<Read>(@selector(persistentDomainForName:), read_domain, read_of_gnustep);
+  replace<Write>(@selector(setPersistentDomain:forName:), write_domain, write_of_gnustep);
+  replace<Remove>(@selector(removePersistentDomainForName:), remove_domain, remove_of_gnustep);
+}
+
+@end

@@ -1,0 +1,21 @@
+// MGCopyAnswer: the device's identifier and its serial number, which are the machine's. Every other
+// question has no answer. The library is private and undocumented; the call's shape is that of the
+// public interface descriptions of it.
+
+#include <MobileGestalt.h>
+
+#include "machine/device/machine.hpp"
+
+#import <Foundation/Foundation.h>
+
+extern "C" CFTypeRef MGCopyAnswer(CFStringRef question) {
+  NSString *const asked = reinterpret_cast<NSString *>(const_cast<__CFString *>(question));
+  std::string answer;
+  if ([asked isEqualToString:@"UniqueDeviceID"])
+    answer = veltro::host::machine_identifier();
+  else if ([asked isEqualToString:@"SerialNumber"])
+    answer = veltro::host::machine_serial_number();
+  if (answer.empty())
+    return nullptr;
+  return reinterpret_cast<CFTypeRef>([[NSString alloc] initWithUTF8String:answer.c_str()]);
+}

@@ -1,0 +1,43 @@
+// What the dictionaries of the item functions say.
+#pragma once
+
+#include "frameworks/Security/item_rows.hpp"
+
+#include <CoreFoundation/CFBase.h>
+#include <MacTypes.h>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <forward_list>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace veltro::host::keychain {
+
+/// What the dictionary is for: it decides which keys may be in it.
+enum class Use : std::uint8_t { add, search, remove, update_query, changes };
+
+/// A dictionary, read. The views in it hold as long as it does, and the dictionary's objects.
+struct ItemQuery {
+  ItemQuery() = default;
+  ItemQuery(const ItemQuery &) = delete;
+  ItemQuery &operator=(const ItemQuery &) = delete;
+
+  Query query;
+  std::optional<std::string_view> secret;
+  bool return_data = false;
+  bool return_attributes = false;
+  bool many = false; ///< whether a search answers an array
+
+  /// Where texts lie: short ones, and others.
+  std::array<char, 256> texts;
+  std::size_t texts_used = 0;
+  std::forward_list<std::string> long_texts;
+};
+
+/// Reads `dictionary`; errSecParam where it is not what the documentation asks for, and
+/// errSecUnimplemented where it asks for references.
+OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out);
+
+} // namespace veltro::host::keychain

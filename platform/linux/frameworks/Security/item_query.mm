@@ -1,0 +1,264 @@
+// Follows Apple's "Keychain items" reference: item class, attribute, search and return keys.
+
+#include "frameworks/Security/item_query.hpp"
+
+#include "frameworks/Security/attribute_keys.hpp"
+
+#include <Security/SecItem.h>
+
+#import <Foundation/Foundation.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace veltro::host::keychain {
+namespace {
+
+/// The classes, looked up once: the runtime finds them by name each time.
+struct Classes {
+  Class string = [NSString class];
+  Class data = [NSData class];
+  Class number = [NSNumber class];
+  Class date = [NSDate class];
+  Class dictionary = [NSDictionary class];
+};
+
+const Classes &classes() {
+  static const Classes classes;
+  return classes;
+}
+
+bool is(id object, Class wanted) {
+  return [object isKindOfClass:wanted];
+}
+
+bool equals(id object, CFStringRef constant) {
+  return object == (id)constant || [object isEqual:(id)constant];
+}
+
+std::string_view bytes_of(NSData *data) {
+  return {static_cast<const char *>([data bytes]), [data length]};
+}
+
+bool read_text(id value, ItemQuery &out, Field &field) {
+  if (!is(value, classes().string))
+    return false;
+  const NSUInteger length = [value length];
+  // Short plain text needs no object of its own. Its bytes are looked at one by one: a zero or half
+  // a surrogate pair, which GNUstep drops without a word, must not make two names one.
+  char *const place = out.texts.data() + out.texts_used;
+  const std::size_t room = out.texts.size() - out.texts_used;
+  if (length < room && [value getCString:place maxLength:room encoding:NSUTF8StringEncoding] &&
+      std::all_of(place, place + length, [](char byte) { return byte > 0; })) {
+    out.texts_used += length;
+    field = Field::text({place, length});
+    return true;
+  }
+  @autoreleasepool {
+    NSData *const utf8 = [value dataUsingEncoding:NSUTF8StringEncoding];
+    NSString *const again = [[[NSString alloc] initWithData:utf8
+                                                   encoding:NSUTF8StringEncoding] autorelease];
+    if (![again isEqualToString:value])
+      return false;
+    field = Field::text(out.long_texts.emplace_front(bytes_of(utf8)));
+  }
+  return true;
+}
+
+bool read_data(id value, Field &field) {
+  if (!is(value, classes().data))
+    return false;
+  field = Field::data(bytes_of(value));
+  return true;
+}
+
+constexpr double largest_exact = 9007199254740992; // 2^53: beyond, a double no longer tells
+
+bool read_number(id value, Field &field) {
+  if (!is(value, classes().number))
+    return false;
+  const double approximate = [value doubleValue];
+  if (!(std::abs(approximate) <= largest_exact) || std::trunc(approximate) != approximate)
+    return false;
+  field = Field::of(std::int64_t{[value longLongValue]});
+  return true;
+}
+
+bool read_boolean(id value, bool &out) {
+  if (value == (id)kCFBooleanTrue || value == (id)kCFBooleanFalse) {
+    out = value == (id)kCFBooleanTrue;
+    return true;
+  }
+  Field field;
+  if (!read_number(value, field) || (field.integer != 0 && field.integer != 1))
+    return false;
+  out = field.integer == 1;
+  return true;
+}
+
+bool read_boolean(id value, Field &field) {
+  bool truth = false;
+  if (!read_boolean(value, truth))
+    return false;
+  field = Field::of(std::int64_t{truth});
+  return true;
+}
+
+bool read_date(id value, Field &field) {
+  if (!is(value, classes().date))
+    return false;
+  // Adding nothing makes a negative zero, which the store would not give back, a plain one.
+  const double seconds = [value timeIntervalSinceReferenceDate] + 0.0;
+  if (!std::isfinite(seconds))
+    return false;
+  field = Field::of(seconds);
+  return true;
+}
+
+bool read_accessible(id value, ItemQuery &out, Field &field) {
+  for (const CFStringRef known :
+       {kSecAttrAccessibleWhenUnlocked, kSecAttrAccessibleAfterFirstUnlock,
+        kSecAttrAccessibleAlways, kSecAttrAccessibleWhenPasscodeSetThisDeviceOnly,
+        kSecAttrAccessibleWhenUnlockedThisDeviceOnly,
+        kSecAttrAccessibleAfterFirstUnlockThisDeviceOnly, kSecAttrAccessibleAlwaysThisDeviceOnly})
+    if (equals(value, known))
+      return read_text((id)known, out, field);
+  return false;
+}
+
+bool read_sync(id value, Use use, ItemQuery &out) {
+  if (!equals(value, kSecAttrSynchronizableAny))
+    return read_boolean(value, out.query.fields[sync]);
+  // An item that is added so is not synchronised; a change to it says nothing.
+  if (use == Use::changes)
+    return false;
+  out.query.any_sync = use != Use::add;
+  return true;
+}
+
+bool read_attribute(std::size_t at, id value, Use use, ItemQuery &out) {
+  Field &field = out.query.fields[at];
+  switch (attributes[at].kind) {
+  case Kind::text:
+    return read_text(value, out, field);
+  case Kind::data:
+    return read_data(value, field);
+  case Kind::number:
+    return read_number(value, field);
+  case Kind::boolean:
+    return read_boolean(value, field);
+  case Kind::date:
+    return read_date(value, field);
+  case Kind::accessible:
+    return read_accessible(value, out, field);
+  case Kind::synchronizable:
+    return read_sync(value, use, out);
+  }
+  return false;
+}
+
+bool read_limit(id value, ItemQuery &out) {
+  if (equals(value, kSecMatchLimitOne))
+    out.query.limit = 1;
+  else if (equals(value, kSecMatchLimitAll))
+    out.query.limit = 0;
+  else {
+    const double wanted = is(value, classes().number) ? [value doubleValue] : 0;
+    if (!(wanted >= 1) || !std::isfinite(wanted) || std::trunc(wanted) != wanted)
+      return false;
+    // More than anybody has is all.
+    out.query.limit = wanted < largest_exact ? static_cast<std::int64_t>(wanted) : 0;
+  }
+  out.many = out.query.limit != 1;
+  return true;
+}
+
+/// The secret, what to answer and how much of it.
+bool read_request(CFStringRef key, id value, Use use, ItemQuery &out, bool &wants_reference) {
+  const bool answers = use == Use::add || use == Use::search;
+  if (key == kSecValueData) {
+    Field data;
+    if ((use != Use::add && use != Use::changes) || !read_data(value, data))
+      return false;
+    out.secret = data.bytes;
+    return true;
+  }
+  if (key == kSecMatchLimit)
+    return use != Use::add && use != Use::changes && read_limit(value, out);
+  if (key == kSecReturnData)
+    return answers && read_boolean(value, out.return_data);
+  if (key == kSecReturnAttributes)
+    return answers && read_boolean(value, out.return_attributes);
+  if (key == kSecReturnRef || key == kSecReturnPersistentRef) {
+    bool wanted = false;
+    const bool read = answers && read_boolean(value, wanted);
+    wants_reference |= wanted;
+    return read;
+  }
+  return false;
+}
+
+/// Every key but the class, those first that nearly every call gives.
+constexpr std::array<const CFStringRef *, attributes.size() + 6> keys_in_order{
+    &kSecAttrSynchronizable, &kSecAttrService,      &kSecAttrAccount,
+    &kSecMatchLimit,         &kSecReturnData,       &kSecReturnAttributes,
+    &kSecAttrAccessGroup,    &kSecValueData,        &kSecAttrAccessible,
+    &kSecAttrLabel,          &kSecAttrCreationDate, &kSecAttrModificationDate,
+    &kSecAttrDescription,    &kSecAttrComment,      &kSecAttrGeneric,
+    &kSecAttrCreator,        &kSecAttrType,         &kSecAttrIsInvisible,
+    &kSecAttrIsNegative,     &kSecReturnRef,        &kSecReturnPersistentRef};
+
+std::size_t attribute_of(const CFStringRef *key) {
+  const auto *const found = std::ranges::find(keys_of_attributes, key);
+  return static_cast<std::size_t>(found - keys_of_attributes.begin());
+}
+
+/// What a call looks at one by one, until it has seen as many entries as there are.
+class Entries {
+public:
+  explicit Entries(NSDictionary *entries) : entries_(entries), left_([entries count]) {}
+
+  /// The value of a key; nil where there is none.
+  id take(CFStringRef key) {
+    id value = left_ > 0 ? [entries_ objectForKey:(id)key] : nil;
+    left_ -= value != nil;
+    return value;
+  }
+
+  /// How many entries nobody took.
+  [[nodiscard]] NSUInteger left() const { return left_; }
+
+private:
+  NSDictionary *entries_;
+  NSUInteger left_;
+};
+
+} // namespace
+
+OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out) {
+  NSDictionary *const entries = (NSDictionary *)dictionary;
+  if (entries == nil || !is(entries, classes().dictionary))
+    return errSecParam;
+  if (use == Use::search)
+    out.query.limit = 1;
+  Entries left(entries);
+  id item_class = left.take(kSecClass);
+  if (use == Use::changes ? item_class != nil : !equals(item_class, kSecClassGenericPassword))
+    return errSecParam;
+  bool wants_reference = false;
+  for (const CFStringRef *const key : keys_in_order) {
+    id value = left.take(*key);
+    if (value == nil)
+      continue;
+    const std::size_t at = attribute_of(key);
+    if (at < attributes.size() ? !read_attribute(at, value, use, out)
+                               : !read_request(*key, value, use, out, wants_reference))
+      return errSecParam;
+  }
+  if (left.left() > 0) // under keys that nobody knows
+    return errSecParam;
+  return wants_reference ? errSecUnimplemented : errSecSuccess;
+}
+
+} // namespace veltro::host::keychain

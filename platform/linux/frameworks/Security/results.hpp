@@ -1,0 +1,43 @@
+// Items as the objects that the item functions answer.
+#pragma once
+
+#include "frameworks/Security/attributes.hpp"
+#include "frameworks/Security/sealing.hpp"
+
+#import <Foundation/Foundation.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace veltro::host::keychain {
+
+/// Makes the answers of one call; values that many items share become one object.
+class Results {
+public:
+  Results(bool data, bool attributes);
+  ~Results();
+  Results(const Results &) = delete;
+  Results &operator=(const Results &) = delete;
+
+  /// A secret, a dictionary of attributes, or one of both, which the caller owns. The secret's
+  /// bytes become the answer's.
+  id new_answer(const Fields &fields, Secret secret);
+
+  /// Overwrites the secret in an answer that nobody gets.
+  static void wipe_secret_of(id answer);
+
+private:
+  struct Text {
+    std::string bytes;
+    NSString *object = nil;
+  };
+
+  id new_value(std::size_t at, const Field &field);
+  id shared_text(std::size_t at, std::string_view bytes);
+
+  bool data_, attributes_;
+  std::vector<Text> last_; ///< of each attribute
+};
+
+} // namespace veltro::host::keychain

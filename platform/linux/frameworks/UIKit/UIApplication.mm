@@ -1,0 +1,27 @@
+// UIApplication: the shared application and the launching of others. The launching follows what the
+// system's home screen does with it: the app becomes a process that is nobody's child here. Whether
+// an app comes to the screen makes no difference on Linux. Delegates, events, windows, states and
+// opening URLs are left out.
+
+#import <UIKit/UIApplication.h>
+
+#include "machine/apps/app_process.hpp"
+#include "machine/log/log_line.hpp"
+
+@implementation UIApplication
+
++ (UIApplication *)sharedApplication {
+  static UIApplication *const application = [[UIApplication alloc] init];
+  return application;
+}
+
+- (BOOL)launchApplicationWithIdentifier:(NSString *)identifier suspended:(BOOL)suspended {
+  const char *const text = [identifier UTF8String];
+  const std::string name = text != nullptr ? text : "";
+  const std::string problem = veltro::host::start_app(name);
+  if (!problem.empty())
+    veltro::host::log_line("App not launched: " + name + ": " + problem);
+  return problem.empty() ? YES : NO;
+}
+
+@end

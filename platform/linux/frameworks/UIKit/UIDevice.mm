@@ -1,0 +1,19 @@
+// UIDevice: the current device and its system version. Follows Apple's UIDevice class reference;
+// name, model, orientation, battery and proximity are left out.
+
+#import <UIKit/UIDevice.h>
+
+#include "machine/device/release.hpp"
+
+@implementation UIDevice
+
++ (UIDevice *)currentDevice {
+  static UIDevice *const device = [[UIDevice alloc] init];
+  return device;
+}
+
+- (NSString *)systemVersion {
+  return [NSString stringWithUTF8String:veltro::host::system_version().c_str()];
+}
+
+@end

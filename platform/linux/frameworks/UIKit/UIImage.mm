@@ -1,0 +1,153 @@
+// UIImage over a CGImage. Follows Apple's UIImage class reference; named, animated, stretchable and
+// Core Image images, rendering modes and trait collections are left out.
+
+#import <UIKit/UIGraphics.h>
+#import <UIKit/UIImage.h>
+
+#include "frameworks/CoreGraphics/context.hpp"
+#include "frameworks/CoreGraphics/image.hpp"
+#include "frameworks/UIKit/image_orientation.hpp"
+#include "machine/images/image_reading.hpp"
+
+using veltro::host::Pixels;
+using veltro::host::pixels_of;
+
+namespace {
+
+bool is_sideways(UIImageOrientation orientation) {
+  return orientation == UIImageOrientationLeft || orientation == UIImageOrientationRight ||
+         orientation == UIImageOrientationLeftMirrored ||
+         orientation == UIImageOrientationRightMirrored;
+}
+
+/// Where the unit square of the stored pixels lies in the unit square of the upright image.
+cairo_matrix_t upright(UIImageOrientation orientation) {
+  switch (orientation) {
+  case UIImageOrientationDown:
+    return {-1, 0, 0, -1, 1, 1};
+  case UIImageOrientationLeft:
+    return {0, -1, 1, 0, 0, 1};
+  case UIImageOrientationRight:
+    return {0, 1, -1, 0, 1, 0};
+  case UIImageOrientationUpMirrored:
+    return {-1, 0, 0, 1, 1, 0};
+  case UIImageOrientationDownMirrored:
+    return {1, 0, 0, -1, 0, 1};
+  case UIImageOrientationLeftMirrored:
+    return {0, 1, 1, 0, 0, 0};
+  case UIImageOrientationRightMirrored:
+    return {0, -1, -1, 0, 1, 1};
+  case UIImageOrientationUp:
+    break;
+  }
+  return {1, 0, 0, 1, 0, 0};
+}
+
+/// 2 and 3 for a name that ends in @2x and @3x before its extension.
+CGFloat scale_in_name(NSString *path) {
+  NSString *const name = [path stringByDeletingPathExtension];
+  if ([name hasSuffix:@"@2x"])
+    return 2;
+  return [name hasSuffix:@"@3x"] ? 3 : 1;
+}
+
+} // namespace
+
+@implementation UIImage
+
+@synthesize scale = _scale;
+@synthesize imageOrientation = _imageOrientation;
+@synthesize CGImage = _CGImage;
+
++ (UIImage *)imageWithData:(NSData *)data {
+  return [[[self alloc] initWithData:data] autorelease];
+}
+
++ (UIImage *)imageWithData:(NSData *)data scale:(CGFloat)scale {
+  return [[[self alloc] initWithData:data scale:scale] autorelease];
+}
+
++ (UIImage *)imageWithContentsOfFile:(NSString *)path {
+  return [[[self alloc] initWithContentsOfFile:path] autorelease];
+}
+
++ (UIImage *)imageWithCGImage:(CGImageRef)image {
+  return [[[self alloc] initWithCGImage:image] autorelease];
+}
+
++ (UIImage *)imageWithCGImage:(CGImageRef)image
+                        scale:(CGFloat)scale
+                  orientation:(UIImageOrientation)orientation {
+  return [[[self alloc] initWithCGImage:image scale:scale orientation:orientation] autorelease];
+}
+
+- (instancetype)initWithData:(NSData *)data {
+  return [self initWithData:data scale:1];
+}
+
+- (instancetype)initWithData:(NSData *)data scale:(CGFloat)scale {
+  const veltro::host::ImageFile file = veltro::host::read_image(
+      {static_cast<const std::uint8_t *>([data bytes]), [data length]}, {});
+  if (file.pixels == nullptr) {
+    [self release];
+    return nil;
+  }
+  const CGImageRef image = veltro::host::create_image(file.pixels);
+  self = [self initWithCGImage:image
+                         scale:scale
+                   orientation:veltro::host::image_orientation(file.orientation)];
+  CGImageRelease(image);
+  return self;
+}
+
+- (instancetype)initWithContentsOfFile:(NSString *)path {
+  return [self initWithData:[NSData dataWithContentsOfFile:path] scale:scale_in_name(path)];
+}
+
+- (instancetype)initWithCGImage:(CGImageRef)image {
+  return [self initWithCGImage:image scale:1 orientation:UIImageOrientationUp];
+}
+
+- (instancetype)initWithCGImage:(CGImageRef)image
+                          scale:(CGFloat)scale
+                    orientation:(UIImageOrientation)orientation {
+  if ((self = [super init]) != nil) {
+    _CGImage = CGImageRetain(image);
+    _scale = scale > 0 ? scale : 1;
+    _imageOrientation = orientation;
+  }
+  return self;
+}
+
+- (void)dealloc {
+  CGImageRelease(_CGImage);
+  [super dealloc];
+}
+
+- (CGSize)size {
+  const auto width = static_cast<CGFloat>(CGImageGetWidth(_CGImage)) / _scale;
+  const auto height = static_cast<CGFloat>(CGImageGetHeight(_CGImage)) / _scale;
+  return is_sideways(_imageOrientation) ? CGSizeMake(height, width) : CGSizeMake(width, height);
+}
+
+- (void)drawAtPoint:(CGPoint)point {
+  [self drawInRect:{point, [self size]}];
+}
+
+- (void)drawInRect:(CGRect)rect {
+  const CGContextRef context = UIGraphicsGetCurrentContext();
+  if (context == nullptr || _CGImage == nullptr || CGRectIsEmpty(rect))
+    return;
+  const Pixels &pixels = *pixels_of(_CGImage);
+  cairo_matrix_t placement;
+  const cairo_matrix_t turn = upright(_imageOrientation);
+  const cairo_matrix_t stretch{
+      CGRectGetWidth(rect), 0, 0, CGRectGetHeight(rect), CGRectGetMinX(rect), CGRectGetMinY(rect)};
+  cairo_matrix_init_scale(&placement, 1 / static_cast<double>(pixels.width),
+                          1 / static_cast<double>(pixels.height));
+  cairo_matrix_multiply(&placement, &placement, &turn);
+  cairo_matrix_multiply(&placement, &placement, &stretch);
+  veltro::host::draw_pixels(*veltro::host::context_of(context), pixels, placement);
+}
+
+@end

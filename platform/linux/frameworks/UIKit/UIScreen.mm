@@ -1,0 +1,31 @@
+// UIScreen: the main screen. Follows Apple's UIScreen class reference; other screens, brightness,
+// modes and the coordinate spaces are left out.
+
+#import <UIKit/UIScreen.h>
+
+#include "machine/device/screen.hpp"
+
+@implementation UIScreen
+
++ (UIScreen *)mainScreen {
+  static UIScreen *const screen = [[UIScreen alloc] init];
+  return screen;
+}
+
+- (CGFloat)scale {
+  return veltro::host::screen_scale();
+}
+
+// The size in points that the phones of each scale have.
+- (CGRect)bounds {
+  switch (veltro::host::screen_scale()) {
+  case 1:
+    return {{0, 0}, {320, 480}};
+  case 3:
+    return {{0, 0}, {414, 736}};
+  default:
+    return {{0, 0}, {375, 667}};
+  }
+}
+
+@end

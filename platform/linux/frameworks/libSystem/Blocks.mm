@@ -1,0 +1,185 @@
+// The runtime of blocks. Follows clang's description of how it compiles blocks (Block-ABI-Apple),
+// whose layout and flags are the compiler's. Debian's BlocksRuntime does not retain the objects
+// that a block captures, and GNUstep's stand-in leaves blocks that capture none on the stack; this
+// one stands before both. Blocks that are messaged as objects, weak captures and garbage collection
+// are left out.
+
+#include "frameworks/libSystem/blocks.hpp"
+
+#import <Foundation/Foundation.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// Of blocks and of __block variables alike.
+constexpr int reference_count_mask = 0xffff;
+constexpr int needs_free = 1 << 24;
+constexpr int has_copy_dispose = 1 << 25;
+constexpr int is_global = 1 << 28;
+
+// What a helper made by the compiler says of the variable that it hands over.
+constexpr int field_is_object = 3;
+constexpr int field_is_block = 7;
+constexpr int field_is_byref = 8;
+constexpr int called_for_byref = 128;
+
+struct Descriptor {
+  unsigned long reserved;
+  unsigned long size;
+  void (*copy)(void *to, const void *from);
+  void (*dispose)(const void *block);
+};
+
+struct Block {
+  void *isa;
+  int flags;
+  int reserved;
+  void (*invoke)(void *, ...);
+  Descriptor *descriptor;
+};
+
+struct Byref {
+  void *isa;
+  Byref *forwarding;
+  int flags;
+  int size;
+  void (*keep)(Byref *to, Byref *from);
+  void (*destroy)(Byref *byref);
+};
+
+/// One reference more; an object that was referenced too often stays for ever.
+void retain(int &flags) {
+  const std::atomic_ref count(flags);
+  int old = count.load();
+  while ((old & reference_count_mask) != reference_count_mask &&
+         !count.compare_exchange_weak(old, old + 1)) {
+  }
+}
+
+/// One reference less; whether that was the last.
+bool release(int &flags) {
+  const std::atomic_ref count(flags);
+  int old = count.load();
+  while ((old & reference_count_mask) != reference_count_mask &&
+         (old & reference_count_mask) != 0) {
+    if (count.compare_exchange_weak(old, old - 1))
+      return (old & reference_count_mask) == 1;
+  }
+  return false;
+}
+
+/// The heap's copy of a __block variable, with one reference more.
+Byref *keep_byref(Byref *on_stack) {
+  Byref *const from = on_stack->forwarding;
+  if ((from->flags & needs_free) != 0) {
+    retain(from->flags);
+    return from;
+  }
+  const auto size = static_cast<std::size_t>(from->size);
+  auto *const copy = static_cast<Byref *>(std::malloc(size));
+  if (copy == nullptr)
+    return nullptr;
+  std::memcpy(static_cast<void *>(copy), from, size);
+  // One reference is the caller's, one the scope's in which the variable was declared.
+  copy->flags = (from->flags & ~reference_count_mask) | needs_free | 2;
+  copy->forwarding = copy;
+  from->forwarding = copy;
+  if ((copy->flags & has_copy_dispose) != 0)
+    copy->keep(copy, from);
+  return copy;
+}
+
+void drop_byref(Byref *byref) {
+  Byref *const variable = byref->forwarding;
+  if ((variable->flags & needs_free) == 0 || !release(variable->flags))
+    return;
+  if ((variable->flags & has_copy_dispose) != 0)
+    variable->destroy(variable);
+  std::free(variable);
+}
+
+} // namespace
+
+extern "C" {
+
+// The blocks' classes, by address only.
+void *_NSConcreteStackBlock[32];
+void *_NSConcreteMallocBlock[32];
+void *_NSConcreteAutoBlock[32];
+void *_NSConcreteFinalizingBlock[32];
+void *_NSConcreteGlobalBlock[32];
+void *_NSConcreteWeakBlockVariable[32];
+
+} // extern "C"
+
+namespace veltro::host {
+
+void *copy_block(const void *block) {
+  auto *const from = static_cast<Block *>(const_cast<void *>(block));
+  if (from == nullptr || (from->flags & is_global) != 0)
+    return from;
+  if ((from->flags & needs_free) != 0) {
+    retain(from->flags);
+    return from;
+  }
+  auto *const copy = static_cast<Block *>(std::malloc(from->descriptor->size));
+  if (copy == nullptr)
+    return nullptr;
+  std::memcpy(static_cast<void *>(copy), from, from->descriptor->size);
+  copy->isa = _NSConcreteMallocBlock;
+  copy->flags = (from->flags & ~reference_count_mask) | needs_free | 1;
+  if ((copy->flags & has_copy_dispose) != 0)
+    copy->descriptor->copy(copy, from);
+  return copy;
+}
+
+void release_block(const void *block) {
+  auto *const released = static_cast<Block *>(const_cast<void *>(block));
+  if (released == nullptr || (released->flags & needs_free) == 0 || !release(released->flags))
+    return;
+  if ((released->flags & has_copy_dispose) != 0)
+    released->descriptor->dispose(released);
+  std::free(released);
+}
+
+} // namespace veltro::host
+
+extern "C" {
+
+void *_Block_copy(const void *block) {
+  return veltro::host::copy_block(block);
+}
+
+void _Block_release(const void *block) {
+  veltro::host::release_block(block);
+}
+
+void _Block_object_assign(void *destination, const void *object, int flags) {
+  auto *const variable = const_cast<void *>(object);
+  auto *const to = static_cast<void **>(destination);
+  if ((flags & called_for_byref) != 0)
+    *to = variable; // Objects in __block variables are not retained.
+  else if ((flags & field_is_byref) != 0)
+    *to = keep_byref(static_cast<Byref *>(variable));
+  else if ((flags & field_is_block) == field_is_block)
+    *to = _Block_copy(object);
+  else if ((flags & field_is_object) == field_is_object)
+    *to = [static_cast<id>(variable) retain];
+}
+
+void _Block_object_dispose(const void *object, int flags) {
+  auto *const variable = const_cast<void *>(object);
+  if ((flags & called_for_byref) != 0)
+    return;
+  if ((flags & field_is_byref) != 0)
+    drop_byref(static_cast<Byref *>(variable));
+  else if ((flags & field_is_block) == field_is_block)
+    _Block_release(object);
+  else if ((flags & field_is_object) == field_is_object)
+    [static_cast<id>(variable) release];
+}
+
+} // extern "C"

@@ -1,0 +1,73 @@
+#include "machine/apps/app_process.hpp"
+
+#include "machine/processes/launch.hpp"
+#include "machine/processes/running.hpp"
+#include "machine/root/device_root.hpp"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace veltro::host {
+namespace {
+
+/// Held by whoever looks for an app's process and starts one, across processes.
+class BundleLock {
+public:
+  explicit BundleLock(const std::string &bundle)
+      : folder_(open(bundle.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    flock(folder_, LOCK_EX);
+  }
+  ~BundleLock() { close(folder_); }
+  BundleLock(const BundleLock &) = delete;
+  BundleLock &operator=(const BundleLock &) = delete;
+
+private:
+  int folder_;
+};
+
+std::string obstacle(const AppRecord &app) {
+  if (app == nullptr)
+    return "no such app";
+  if (app->executable.empty())
+    return "the app names no executable";
+  return access(app->executable_path().c_str(), X_OK) == 0 ? "" : std::strerror(errno);
+}
+
+/// The app's data container, or as for the system's own apps the user's home on the device.
+std::string home_of(const InstalledApp &app) {
+  std::string home = app.data_path.empty() ? on_this_machine("/var/mobile") : app.data_path;
+  std::error_code ignored;
+  std::filesystem::create_directories(home, ignored);
+  return home;
+}
+
+} // namespace
+
+std::string launch_obstacle(const std::string &identifier) {
+  return obstacle(installed_app(identifier));
+}
+
+std::vector<pid_t> app_processes(const std::string &identifier) {
+  const AppRecord app = installed_app(identifier);
+  return app != nullptr && !app->executable.empty() ? processes_running(app->executable_path())
+                                                    : std::vector<pid_t>{};
+}
+
+std::string start_app(const std::string &identifier) {
+  const AppRecord app = installed_app(identifier);
+  if (std::string problem = obstacle(app); !problem.empty())
+    return problem;
+  const BundleLock lock(app->bundle_path);
+  if (!processes_running(app->executable_path()).empty())
+    return {};
+  const Launch answer =
+      launch(app->executable_path(),
+             environment_with({"HOME=" + home_of(*app), "VELTRO_ROOT=" + device_root()}));
+  return answer.error == 0 ? "" : std::strerror(answer.error);
+}
+
+} // namespace veltro::host

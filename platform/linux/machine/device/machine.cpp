@@ -1,0 +1,39 @@
+#include "machine/device/machine.hpp"
+
+#include "machine/files/first_line.hpp"
+
+#include <sys/utsname.h>
+
+namespace veltro::host {
+namespace {
+
+// The firmware tables of PCs and servers, and the device tree of boards.
+std::string first_answer(const char *dmi, const char *device_tree) {
+  std::string answer = first_line(dmi);
+  return answer.empty() ? first_line(device_tree) : answer;
+}
+
+} // namespace
+
+std::string machine_model() {
+  std::string model =
+      first_answer("/sys/class/dmi/id/product_name", "/sys/firmware/devicetree/base/model");
+  if (!model.empty())
+    return model;
+  utsname kernel{};
+  uname(&kernel);
+  return kernel.machine;
+}
+
+std::string machine_identifier() {
+  std::string identifier = first_line("/etc/machine-id");
+  // What systemd leaves there until the first boot is over.
+  return identifier == "uninitialized" ? std::string() : identifier;
+}
+
+std::string machine_serial_number() {
+  return first_answer("/sys/class/dmi/id/product_serial",
+                      "/sys/firmware/devicetree/base/serial-number");
+}
+
+} // namespace veltro::host

@@ -1,0 +1,78 @@
+#include "machine/images/image_file_end.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace veltro::host {
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+constexpr std::array<std::uint8_t, 8> png_signature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+
+bool starts_with(Bytes file, Bytes prefix) {
+  return file.size() >= prefix.size() && std::ranges::equal(file.first(prefix.size()), prefix);
+}
+
+std::size_t big_endian(Bytes bytes) {
+  std::size_t value = 0;
+  for (const std::uint8_t byte : bytes)
+    value = value << 8 | byte;
+  return value;
+}
+
+// A PNG is a row of chunks: length, type, that many bytes and a checksum. The last is IEND.
+bool png_is_cut_short(Bytes rest) {
+  constexpr std::size_t frame = 12;
+  constexpr std::array<std::uint8_t, 4> end{'I', 'E', 'N', 'D'};
+  while (rest.size() >= frame) {
+    const std::size_t length = big_endian(rest.first(4));
+    if (rest.size() - frame < length)
+      return true;
+    if (std::ranges::equal(rest.subspan(4, 4), end))
+      return false;
+    rest = rest.subspan(frame + length);
+  }
+  return true;
+}
+
+// A JPEG is a row of markers (FF and a code). Most lead a segment that begins with its length;
+// after the header of a scan come bytes in which every FF is followed by 00 or by the code of a
+// restart. The last marker is D9.
+bool jpeg_is_cut_short(Bytes rest) {
+  constexpr std::uint8_t end_of_image = 0xD9;
+  while (rest.size() >= 2) {
+    const std::uint8_t code = rest[1];
+    if (rest[0] != 0xFF || code == 0x00 || (code >= 0xD0 && code <= 0xD8) || code == 0x01)
+      rest = rest.subspan(rest[0] == 0xFF && code != 0xFF ? 2 : 1);
+    else if (code == 0xFF)
+      rest = rest.subspan(1);
+    else if (code == end_of_image)
+      return false;
+    else if (rest.size() < 4)
+      return true;
+    else
+      rest = rest.subspan(std::min(rest.size(), 2 + big_endian(rest.subspan(2, 2))));
+  }
+  return true;
+}
+
+bool bmp_is_cut_short(Bytes file) {
+  const std::array<std::uint8_t, 4> length{file[5], file[4], file[3], file[2]};
+  return big_endian(length) > file.size();
+}
+
+} // namespace
+
+bool is_cut_short(Bytes file) {
+  constexpr std::array<std::uint8_t, 3> jpeg{0xFF, 0xD8, 0xFF};
+  constexpr std::array<std::uint8_t, 2> bmp{'B', 'M'};
+  if (starts_with(file, png_signature))
+    return png_is_cut_short(file.subspan(png_signature.size()));
+  if (starts_with(file, jpeg))
+    return jpeg_is_cut_short(file.subspan(2));
+  return starts_with(file, bmp) && (file.size() < 6 || bmp_is_cut_short(file));
+}
+
+} // namespace veltro::host

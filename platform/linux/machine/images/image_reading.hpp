@@ -1,0 +1,44 @@
+// Image files to pixels, with gdk-pixbuf.
+#pragma once
+
+#include "machine/images/bitmap.hpp"
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace veltro::host {
+
+struct ReadOptions {
+  /// A file whose image has more pixels is refused before memory is taken for them.
+  std::size_t max_pixels = std::numeric_limits<std::size_t>::max();
+  /// Where it is not 0, a JPEG may be read at a half, a quarter or an eighth of its size, as long
+  /// as no side falls below this many pixels.
+  std::size_t least_side = 0;
+};
+
+struct ImageFile {
+  /// Null where the file could not be read.
+  std::shared_ptr<Pixels> pixels;
+  /// How to stand upright, 1 to 8 in the numbering of TIFF and EXIF.
+  int orientation = 1;
+  /// What is wrong with the file, in words; empty where nothing is.
+  std::string problem;
+};
+
+struct ImageSize {
+  std::size_t width = 0;
+  std::size_t height = 0;
+  /// What is wrong with the file, in words; empty where nothing is.
+  std::string problem;
+};
+
+/// Reads the whole file; one that ends early is not read.
+ImageFile read_image(std::span<const std::uint8_t> file, const ReadOptions &options);
+
+/// Reads the size of the stored image, and no pixels.
+ImageSize read_image_size(std::span<const std::uint8_t> file);
+
+} // namespace veltro::host

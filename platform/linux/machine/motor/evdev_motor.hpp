@@ -1,0 +1,27 @@
+// A force-feedback device of the kernel's input layer as the motor.
+#pragma once
+
+#include "machine/motor/vibration.hpp"
+
+namespace veltro::host {
+
+class EvdevMotor : public Motor {
+public:
+  /// Takes the first device in `folder` that can rumble and that this process may write to, when it
+  /// is first asked to vibrate; looks again each time until there is one.
+  explicit EvdevMotor(std::string folder);
+  ~EvdevMotor() override;
+
+  bool vibrate(const Vibration &vibration) override;
+
+private:
+  bool find_device();
+  bool start(const Pulse &pulse, double intensity);
+  void forget_effects();
+
+  std::string folder_;
+  int device_ = -1;
+  std::vector<int> effects_;
+};
+
+} // namespace veltro::host

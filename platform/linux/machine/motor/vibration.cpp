@@ -1,0 +1,50 @@
+#include "machine/motor/vibration.hpp"
+
+#include "machine/log/log_line.hpp"
+#include "machine/motor/evdev_motor.hpp"
+
+#include <array>
+#include <cstdio>
+#include <mutex>
+
+namespace veltro::host {
+namespace {
+
+std::mutex mutex;
+Motor *chosen_motor = nullptr;
+
+// Never destroyed: the device forgets its effects when it is closed.
+EvdevMotor &machine_motor() {
+  static EvdevMotor &motor = *new EvdevMotor("/dev/input");
+  return motor;
+}
+
+} // namespace
+
+void use_motor(Motor *motor) {
+  const std::lock_guard lock(mutex);
+  chosen_motor = motor;
+}
+
+void request_vibration(const Vibration &vibration) {
+  bool started = false;
+  {
+    const std::lock_guard lock(mutex);
+    Motor &motor = chosen_motor != nullptr ? *chosen_motor : machine_motor();
+    started = motor.vibrate(vibration);
+  }
+  log_line("Vibration: " + description(vibration) + (started ? "" : " (no motor)"));
+}
+
+std::string description(const Vibration &vibration) {
+  std::string text;
+  for (const Pulse &pulse : vibration.pulses) {
+    text += text.empty() ? "" : ", after " + std::to_string(pulse.start.count()) + " ms ";
+    text += std::to_string(pulse.length.count()) + " ms";
+  }
+  std::array<char, 32> intensity{};
+  std::snprintf(intensity.data(), intensity.size(), ", intensity %.2f", vibration.intensity);
+  return (text.empty() ? "none" : text) + intensity.data();
+}
+
+} // namespace veltro::host

@@ -1,0 +1,147 @@
+// Two calls of clone(2) after the manner of vfork: the middle process ends at once, so that the
+// program is nobody's child here. Neither announces its end with SIGCHLD, and plain wait calls of
+// this process do not see them.
+
+#include "machine/processes/launch.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <fcntl.h>
+#include <memory>
+#include <sched.h>
+#include <string_view>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern "C" char **environ;
+
+namespace veltro::host {
+namespace {
+
+constexpr std::size_t stack_size = std::size_t{64} * 1024;
+constexpr int no_signal_at_the_end = 0;
+constexpr int cloned_children = static_cast<int>(__WCLONE);
+constexpr int like_vfork = CLONE_VM | CLONE_VFORK | no_signal_at_the_end;
+
+/// A stack for each of the two processes; they run in this one's memory.
+struct Stacks {
+  alignas(16) std::array<std::byte, stack_size> middle;
+  alignas(16) std::array<std::byte, stack_size> program;
+};
+
+struct Request {
+  const char *executable;
+  char *const *arguments;
+  char *const *environment;
+  Stacks *stacks;
+  Launch answer;
+};
+
+// Both children run between clone and exec, where other threads may hold any lock: system calls
+// only. Sanitizers know nothing of their stacks.
+
+[[clang::no_sanitize("address")]] int become_the_program(void *argument) {
+  auto *const request = static_cast<Request *>(argument);
+  setsid();
+  struct sigaction standard_way{};
+  standard_way.sa_handler = SIG_DFL;
+  for (int number = 1; number < NSIG; ++number)
+    sigaction(number, &standard_way, nullptr);
+  const int null = open("/dev/null", O_RDWR);
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    dup2(null, standard);
+  closefrom(STDERR_FILENO + 1);
+  sigset_t none;
+  sigemptyset(&none);
+  if (chdir("/") == 0 && sigprocmask(SIG_SETMASK, &none, nullptr) == 0)
+    execve(request->executable, request->arguments, request->environment);
+  request->answer.error = errno;
+  _exit(1);
+}
+
+[[clang::no_sanitize("address")]] int start_the_program(void *argument) {
+  auto *const request = static_cast<Request *>(argument);
+  std::byte *const top = request->stacks->program.data() + stack_size;
+  request->answer.process = clone(become_the_program, top, like_vfork, request);
+  if (request->answer.process < 0)
+    request->answer.error = errno;
+  _exit(0);
+}
+
+bool has_command_line(pid_t process) {
+  const std::string path = "/proc/" + std::to_string(process) + "/cmdline";
+  char first = 0;
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool found = read(file, &first, 1) == 1;
+  close(file);
+  return found;
+}
+
+/// Whether the process still has a program: one that has ended has none.
+bool has_program(pid_t process) {
+  char first = 0;
+  return readlink(("/proc/" + std::to_string(process) + "/exe").c_str(), &first, 1) == 1;
+}
+
+/// The kernel lets this process go on a little before it has noted the program's command line, by
+/// which the process of a script is known.
+void await_command_line(pid_t process) {
+  constexpr int looks = 1000;
+  for (int look = 0; look < looks && !has_command_line(process) && has_program(process); ++look)
+    usleep(1000);
+}
+
+std::vector<char *> pointers_to(const std::vector<std::string> &texts) {
+  std::vector<char *> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (const std::string &text : texts)
+    pointers.push_back(const_cast<char *>(text.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+std::string_view name_of(std::string_view variable) {
+  return variable.substr(0, variable.find('='));
+}
+
+} // namespace
+
+Launch launch(const std::string &executable, const std::vector<std::string> &environment) {
+  const std::vector<char *> variables = pointers_to(environment);
+  const std::array<char *, 2> arguments{const_cast<char *>(executable.c_str()), nullptr};
+  const auto stacks = std::make_unique_for_overwrite<Stacks>();
+  Request request{executable.c_str(), arguments.data(), variables.data(), stacks.get(), {}};
+
+  // A handler of this process must not run in the children, which share its memory.
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, &before);
+  const pid_t middle =
+      clone(start_the_program, stacks->middle.data() + stack_size, like_vfork, &request);
+  if (middle < 0)
+    request.answer.error = errno;
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+
+  while (middle > 0 && waitpid(middle, nullptr, cloned_children) < 0 && errno == EINTR) {
+  }
+  if (request.answer.error != 0)
+    request.answer.process = 0;
+  else
+    await_command_line(request.answer.process);
+  return request.answer;
+}
+
+std::vector<std::string> environment_with(const std::vector<std::string> &changes) {
+  std::vector<std::string> variables;
+  for (char **variable = environ; *variable != nullptr; ++variable)
+    if (std::ranges::find(changes, name_of(*variable), name_of) == changes.end())
+      variables.emplace_back(*variable);
+  variables.insert(variables.end(), changes.begin(), changes.end());
+  return variables;
+}
+
+} // namespace veltro::host

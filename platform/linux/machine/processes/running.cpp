@@ -1,0 +1,114 @@
+// Reads /proc as proc(5) documents it.
+
+#include "machine/processes/running.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <climits>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+
+namespace veltro::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string proc_path(pid_t process, const char *file) {
+  return "/proc/" + std::to_string(process) + '/' + file;
+}
+
+std::string contents(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What is compared: where the file really lies, and for a script, which the kernel runs by its
+/// interpreter, the path that it hands to that.
+struct Program {
+  std::string path;
+  std::string real_path;
+  std::string short_name;
+  bool is_script = false;
+};
+
+std::optional<Program> program_at(const std::string &executable) {
+  // The kernel cuts a process's name at fifteen bytes.
+  constexpr std::size_t kernel_name_length = 15;
+  std::error_code error;
+  std::string real_path = fs::canonical(executable, error).string();
+  if (error)
+    return std::nullopt;
+  std::array<char, 2> start{};
+  std::ifstream(executable, std::ios::binary).read(start.data(), start.size());
+  return Program{executable, std::move(real_path),
+                 executable.substr(executable.rfind('/') + 1, kernel_name_length),
+                 start == std::array{'#', '!'}};
+}
+
+/// Whether the process's command line reads as the kernel writes it for a script: the interpreter,
+/// an argument of the interpreter's if the script names one, and the script.
+bool runs_script(pid_t process, const Program &program) {
+  if (contents(proc_path(process, "comm")) != program.short_name + '\n')
+    return false;
+  const std::string line = contents(proc_path(process, "cmdline"));
+  std::string_view rest(line);
+  for (int argument = 0; argument <= 2 && !rest.empty(); ++argument) {
+    const std::string_view text = rest.substr(0, rest.find('\0'));
+    if (argument > 0 && text == program.path)
+      return true;
+    rest.remove_prefix(std::min(text.size() + 1, rest.size()));
+  }
+  return false;
+}
+
+bool runs(pid_t process, const Program &program) {
+  std::array<char, PATH_MAX> target;
+  const ssize_t length = readlink(proc_path(process, "exe").c_str(), target.data(), target.size());
+  if (length < 0)
+    return false;
+  return std::string_view(target.data(), static_cast<std::size_t>(length)) == program.real_path ||
+         (program.is_script && runs_script(process, program));
+}
+
+pid_t process_id(const std::string &name) {
+  pid_t process = 0;
+  const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), process);
+  return error == std::errc{} && end == name.data() + name.size() ? process : 0;
+}
+
+} // namespace
+
+std::vector<pid_t> processes_running(const std::string &executable) {
+  std::vector<pid_t> found;
+  const std::optional<Program> program = program_at(executable);
+  if (!program)
+    return found;
+  std::error_code error;
+  for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
+       entry.increment(error)) {
+    const pid_t process = process_id(entry->path().filename().string());
+    if (process > 0 && runs(process, *program))
+      found.push_back(process);
+  }
+  return found;
+}
+
+bool runs(pid_t process, const std::string &executable) {
+  const std::optional<Program> program = program_at(executable);
+  return program && runs(process, *program);
+}
+
+bool stopped_by_signal(pid_t process) {
+  // The name, in brackets, may hold brackets and spaces itself; the state follows the last one.
+  const std::string line = contents(proc_path(process, "stat"));
+  const std::size_t name_end = line.rfind(')');
+  return name_end != std::string::npos && line.substr(name_end + 1).starts_with(" T ");
+}
+
+} // namespace veltro::host

@@ -1,0 +1,54 @@
+#include "machine/root/device_root.hpp"
+
+#include <cstdlib>
+#include <filesystem>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace veltro::host {
+namespace {
+
+std::string environment(const char *name) {
+  const char *value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+std::string home() {
+  if (std::string set = environment("HOME"); !set.empty())
+    return set;
+  const passwd *user = getpwuid(getuid());
+  return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
+}
+
+std::string without_trailing_slashes(std::string path) {
+  while (path.size() > 1 && path.back() == '/')
+    path.pop_back();
+  return path;
+}
+
+std::string absolute(const std::string &path) {
+  std::error_code ignored;
+  return path.starts_with('/') ? path : (std::filesystem::current_path(ignored) / path).string();
+}
+
+} // namespace
+
+std::string device_root() {
+  if (const std::string root = environment("VELTRO_ROOT"); !root.empty())
+    return without_trailing_slashes(absolute(root));
+  if (const std::string data = environment("XDG_DATA_HOME"); !data.empty())
+    return without_trailing_slashes(data) + "/veltro";
+  return without_trailing_slashes(home()) + "/.local/share/veltro";
+}
+
+std::string on_this_machine(std::string_view device_path) {
+  std::string path = device_root();
+  if (path == "/")
+    path.clear();
+  if (!device_path.starts_with('/'))
+    path += '/';
+  path += device_path;
+  return path;
+}
+
+} // namespace veltro::host
