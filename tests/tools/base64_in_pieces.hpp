@@ -1,7 +1,7 @@
 // One text through either decoder as a whole, and in pieces.
 #pragma once
 
-#include "tools/veltro/base64_decoder.hpp"
+#include "tools/veltro/io/base64_decoder.hpp"
 
 #import <veltro/ZLTUtils+Base64.h>
 

@@ -1,7 +1,7 @@
-#include "commands.hpp"
-#include "exit.hpp"
-#include "in_pool.hpp"
-#include "text_arguments.hpp"
+#include "commands/commands.hpp"
+#include "io/exit.hpp"
+#include "io/in_pool.hpp"
+#include "io/text_arguments.hpp"
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,6 @@
 #include "view_window.hpp"
 
-#include "exit.hpp"
+#include "io/exit.hpp"
 #include "shown_view.hpp"
 #include "x11_window.hpp"
 

@@ -1,10 +1,10 @@
 // veltro view: the library's views as pictures.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "shown_view.hpp"
-#include "view_window.hpp"
-#include "whole_file.hpp"
+#include "io/exit.hpp"
+#include "io/whole_file.hpp"
+#include "view/shown_view.hpp"
+#include "view/view_window.hpp"
 
 #import <VeltroHost/VeltroHost.h>
 

@@ -1,7 +1,7 @@
 // veltro label: a localized label out of another bundle.
 
 #include "commands.hpp"
-#include "exit.hpp"
+#include "io/exit.hpp"
 
 #import <veltro/veltro.h>
 

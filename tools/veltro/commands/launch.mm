@@ -1,9 +1,9 @@
 // veltro launch: starts an app in the background, as the library's components do.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "json.hpp"
-#include "main_queue.hpp"
+#include "io/exit.hpp"
+#include "io/json.hpp"
+#include "io/main_queue.hpp"
 
 #import <VeltroHost/VeltroHost.h>
 #import <veltro/veltro.h>

@@ -1,7 +1,7 @@
 // veltro keep-alive: holds the process assertion on the messaging app.
 
 #include "commands.hpp"
-#include "exit.hpp"
+#include "io/exit.hpp"
 
 #import <VeltroHost/VeltroHost.h>
 #import <veltro/veltro.h>

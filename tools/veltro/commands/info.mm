@@ -1,8 +1,8 @@
 // veltro info: what device this machine plays.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "json.hpp"
+#include "io/exit.hpp"
+#include "io/json.hpp"
 
 #import <VeltroHost/VeltroHost.h>
 #import <veltro/UIDevice+ZLT.h>

@@ -1,9 +1,9 @@
 // veltro date: the calendar questions and the day arithmetic of the date categories.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "json.hpp"
-#include "local_time.hpp"
+#include "io/exit.hpp"
+#include "io/json.hpp"
+#include "io/local_time.hpp"
 
 #import <veltro/veltro.h>
 

@@ -1,10 +1,10 @@
 // veltro keychain: the items of this machine's keychain.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "json.hpp"
-#include "secret_input.hpp"
-#include "whole_file.hpp"
+#include "io/exit.hpp"
+#include "io/json.hpp"
+#include "io/secret_input.hpp"
+#include "io/whole_file.hpp"
 
 #include <Security/Security.h>
 

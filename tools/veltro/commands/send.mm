@@ -1,8 +1,8 @@
 // veltro send: one request with any payload, the reply as it comes.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "messenger.hpp"
+#include "io/exit.hpp"
+#include "io/messenger.hpp"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // veltro vibrate: one brief vibration.
 
 #include "commands.hpp"
-#include "main_queue.hpp"
+#include "io/main_queue.hpp"
 
 #import <veltro/veltro.h>
 

@@ -1,8 +1,8 @@
 // veltro ps: the process table as the library sees it.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "json.hpp"
+#include "io/exit.hpp"
+#include "io/json.hpp"
 
 #import <veltro/UIDevice+ZLT.h>
 

@@ -1,8 +1,8 @@
 // veltro apps: the apps installed under the device root.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "json.hpp"
+#include "io/exit.hpp"
+#include "io/json.hpp"
 
 #import <MobileCoreServices/LSApplicationProxy.h>
 #import <MobileCoreServices/LSApplicationWorkspace.h>

@@ -1,6 +1,6 @@
 #include "x11_window.hpp"
 
-#include "exit.hpp"
+#include "io/exit.hpp"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>

@@ -1,10 +1,10 @@
 // veltro round: pictures stretched to a size and clipped to a circle.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "on_all_cores.hpp"
-#include "progress_bar.hpp"
-#include "whole_file.hpp"
+#include "io/exit.hpp"
+#include "io/on_all_cores.hpp"
+#include "io/progress_bar.hpp"
+#include "io/whole_file.hpp"
 
 #import <VeltroHost/VHImageReading.h>
 #import <veltro/veltro.h>

@@ -1,10 +1,10 @@
 // veltro chat: the conversations of the reference messenger.
 
 #include "commands.hpp"
-#include "exit.hpp"
-#include "json.hpp"
-#include "messenger.hpp"
-#include "when.hpp"
+#include "io/exit.hpp"
+#include "io/json.hpp"
+#include "io/messenger.hpp"
+#include "io/when.hpp"
 
 #import <veltro/ZLTWhatsAppMessage.h>
 

@@ -1,8 +1,8 @@
 // veltro base64: files of any size through either of the library's two codecs, a piece at a time.
 
-#include "base64_decoder.hpp"
 #include "commands.hpp"
-#include "exit.hpp"
+#include "io/base64_decoder.hpp"
+#include "io/exit.hpp"
 
 #import <veltro/veltro.h>
 
