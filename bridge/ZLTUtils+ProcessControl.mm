@@ -2,8 +2,6 @@
 #import <veltro/ZLTUtils+ProcessControl.h>
 #import <veltro/ZLTUtils+ProcessTable.h>
 
-#include "utils/owned.hpp"
-
 #import <BackBoardServices/BackBoardServices.h>
 #import <UIKit/UIApplication+Launching.h>
 #include <dispatch/dispatch.h>
@@ -51,13 +49,17 @@ void launch_in_background(NSString *identifier) {
 }
 
 + (void)startProcessAssertion {
-  for (;;) {
+  for (bool found = false; !found;) {
     // A pool for each try: they may go on for ever, and each reads the whole process table.
-    const veltro::Owned pool([[NSAutoreleasePool alloc] init]);
+    // Released by hand: an exception of the launch leaves it to the caller's pool, and so stays
+    // alive. The class by name, since @autoreleasepool asks for different symbols in the two
+    // builds.
+    NSAutoreleasePool *const pool = [[NSAutoreleasePool alloc] init];
     // Looser than the running check on purpose: a helper of the app will do.
-    if ([[UIDevice currentDevice] __zltGetPIDForProcess:@"WhatsApp"] >= 1)
-      break;
-    [self launchWhatsAppOnMainThread];
+    found = [[UIDevice currentDevice] __zltGetPIDForProcess:@"WhatsApp"] >= 1;
+    if (!found)
+      [self launchWhatsAppOnMainThread];
+    [pool release];
   }
   [self stopProcessAssertion];
   held_assertion = [[BKSProcessAssertion alloc]

@@ -7,8 +7,9 @@
 /// autoreleased. Every method may be called on any thread.
 @interface ZLTUtils (Base64)
 
-/// The encoding of `data`; nil for nil or empty data, and for data of 2 GiB or more, whose length
-/// does not fit the 32 bits in which it is taken.
+/// The encoding of `data`; nil for nil or empty data, and where there is no memory. The length is
+/// taken modulo 2^32 as a signed number: where that is not above 0, as for 2 GiB up to and with
+/// 4 GiB, the result is nil; beyond 4 GiB it is the encoding of that many of the first bytes.
 + (NSString *)encodeBase64WithData:(NSData *)data;
 
 /// The encoding of the string's UTF-8 bytes; nil for nil or an empty string.

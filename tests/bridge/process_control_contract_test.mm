@@ -29,6 +29,8 @@ std::vector<NSInteger> process_ids; ///< answered one after the other, then the 
 dispatch_block_t scheduled;
 std::vector<std::uintptr_t> stack_depths;
 void (^assertion_handler)(BOOL);
+bool launch_raises;
+bool raised_is_freed;
 
 void note(const std::string &call) {
   calls.push_back(call + ([NSThread isMainThread] ? "" : " elsewhere"));
@@ -87,6 +89,16 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
 }
 @end
 
+@interface VTRefusal : NSException
+@end
+
+@implementation VTRefusal
+- (void)dealloc {
+  raised_is_freed = true;
+  [super dealloc];
+}
+@end
+
 @interface VTAnswers : NSObject
 @end
 
@@ -98,6 +110,8 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
 }
 - (BOOL)launchApplicationWithIdentifier:(NSString *)identifier suspended:(BOOL)suspended {
   note("launch " + text(identifier) + (suspended == YES ? " YES" : " NO"));
+  if (launch_raises)
+    [[[[VTRefusal alloc] initWithName:@"VTRefusal" reason:nil userInfo:nil] autorelease] raise];
   return NO;
 }
 - (NSInteger)__zltGetPIDForProcess:(NSString *)name {
@@ -145,6 +159,7 @@ protected:
     veltro::test::clear_log();
     stack_depths.clear();
     running = false;
+    launch_raises = raised_is_freed = false;
     process_ids = {77};
   }
   ~ProcessControlContract() override {
@@ -255,6 +270,22 @@ TEST_F(ProcessControlContract, TriesAgainWithoutDeepeningTheStack) {
   [ZLTUtils startProcessAssertion];
   ASSERT_EQ(stack_depths.size(), 2001U);
   EXPECT_EQ(stack_depths.front(), stack_depths.back());
+}
+
+TEST_F(ProcessControlContract, LetsAnExceptionOfTheLaunchThroughAlive) {
+  process_ids = {0};
+  launch_raises = true;
+  std::string caught;
+  @autoreleasepool {
+    @try {
+      [ZLTUtils startProcessAssertion];
+    } @catch (NSException *exception) {
+      ASSERT_FALSE(raised_is_freed);
+      caught = text([exception name]);
+    }
+  }
+  EXPECT_EQ(caught, "VTRefusal");
+  EXPECT_TRUE(raised_is_freed) << "with the caller's own pool";
 }
 
 TEST_F(ProcessControlContract, ReplacesAHeldAssertion) {

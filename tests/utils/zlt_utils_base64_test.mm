@@ -52,6 +52,7 @@ TEST(FirstCodec, CountsItsBytesIn32Bits) {
   EXPECT_TRUE([[ZLTUtils encodeBase64WithData:claiming((NSUInteger{1} << 32) + 3)]
       isEqualToString:@"Zm9v"]);
   EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming(NSUInteger{1} << 31)], nil);
+  EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming((NSUInteger{1} << 32) - 1)], nil);
   EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming(NSUInteger{1} << 32)], nil);
 }
 
