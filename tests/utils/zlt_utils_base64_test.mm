@@ -86,9 +86,12 @@ TEST(FirstCodec, DoesNotStartAGroupAnewAfterPadding) {
 }
 
 TEST(FirstCodec, AnswersEmptyDataForAnEmptyString) {
-  NSData *const data = [ZLTUtils decodeBase64WithString:@""];
-  ASSERT_NE(data, nil);
-  EXPECT_EQ([data length], 0U);
+  for (NSString *const empty : {@"", [NSString stringWithUTF8String:""], // not the same class
+                                static_cast<NSString *>([NSMutableString string])}) {
+    NSData *const data = [ZLTUtils decodeBase64WithString:empty];
+    ASSERT_NE(data, nil);
+    EXPECT_EQ([data length], 0U);
+  }
 }
 
 TEST(FirstCodec, AnswersNilForWhatIsNoAsciiString) {

@@ -5,6 +5,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <objc/runtime.h>
 #include <utility>
@@ -17,7 +18,8 @@ constexpr std::size_t kMostClasses = 32;
 CString originals[kMostClasses];
 
 const char *ascii(NSString *string) {
-  const NSUInteger size = [string length] + 1;
+  // At least two bytes: GNUstep calls one too few even for the end alone.
+  const NSUInteger size = std::max<NSUInteger>([string length], 1) + 1;
   auto *const text = static_cast<char *>(std::malloc(size));
   if (text == nullptr)
     return nullptr;
