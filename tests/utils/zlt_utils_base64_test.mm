@@ -86,8 +86,8 @@ TEST(FirstCodec, DoesNotStartAGroupAnewAfterPadding) {
 }
 
 TEST(FirstCodec, AnswersEmptyDataForAnEmptyString) {
-  for (NSString *const empty : {@"", [NSString stringWithUTF8String:""], // not the same class
-                                static_cast<NSString *>([NSMutableString string])}) {
+  NSString *const strings[] = {@"", [NSString stringWithUTF8String:""], [NSMutableString string]};
+  for (NSString *const empty : strings) {
     NSData *const data = [ZLTUtils decodeBase64WithString:empty];
     ASSERT_NE(data, nil);
     EXPECT_EQ([data length], 0U);
