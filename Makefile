@@ -2,7 +2,7 @@
 
 PREFIX ?= /usr/local
 
-.PHONY: all demo test sanitize bench fuzz ios docs lint install clean deps build
+.PHONY: all demo test verify bench fuzz ios docs lint install clean deps build
 
 all: build
 
@@ -18,8 +18,8 @@ demo: build
 test: deps
 	@scripts/test
 
-sanitize: deps
-	@scripts/sanitize
+verify: deps
+	@scripts/verify
 
 bench:
 	@scripts/install-deps bench

@@ -1,16 +1,17 @@
 # libveltro, from the very sources that ship in the device's dylib.
 
-set(veltro_rooms bridge keychain utils dates ui)
+# The folders of the library's modules; every build and script reads them from this list.
+file(STRINGS ${PROJECT_SOURCE_DIR}/cmake/modules.txt veltro_modules)
 set(core_sources)
 set(objc_sources)
-foreach(room IN LISTS veltro_rooms)
-  file(GLOB room_core CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.cpp)
-  file(GLOB room_objc CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.mm)
-  list(APPEND core_sources ${room_core})
-  list(APPEND objc_sources ${room_objc})
+foreach(module IN LISTS veltro_modules)
+  file(GLOB module_core CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${module}/*.cpp)
+  file(GLOB module_objc CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${module}/*.mm)
+  list(APPEND core_sources ${module_core})
+  list(APPEND objc_sources ${module_objc})
 endforeach()
 
-# The plain C++ of the rooms: hidden in the shared object, linked directly by its own tests.
+# The plain C++ of the modules: hidden in the shared object, linked directly by its own tests.
 add_library(veltro-core OBJECT ${core_sources})
 target_include_directories(veltro-core PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/platform/include)
 target_compile_options(veltro-core PRIVATE -fvisibility=hidden -fvisibility-inlines-hidden)

@@ -1,5 +1,5 @@
 # Run as a script: writes OUTPUT, a C++ file that holds the files under FOLDER as text, as
-# platform/linux/machine/root/system_files.hpp declares them.
+# machine/root/system_files.hpp declares them.
 
 file(GLOB_RECURSE files RELATIVE ${FOLDER} ${FOLDER}/*)
 set(code "#include \"machine/root/system_files.hpp\"\n\nnamespace veltro::host {\nnamespace {\n\n")
