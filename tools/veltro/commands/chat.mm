@@ -15,10 +15,10 @@
 namespace veltro::tool {
 namespace {
 
-constexpr char list_chats = 1;
-constexpr char read_chat = 2;
-constexpr char send_message = 3;
-constexpr char mark_chat_read = 4;
+constexpr char kListChats = 1;
+constexpr char kReadChat = 2;
+constexpr char kSendMessage = 3;
+constexpr char kMarkChatRead = 4;
 
 struct ChatOptions {
   std::string user;
@@ -115,7 +115,7 @@ NSData *list_of(NSDictionary *arguments) {
 }
 
 int print_chats(const ChatOptions &options) {
-  return ask(list_chats, [NSData data], options, [&](NSArray *chats) {
+  return ask(kListChats, [NSData data], options, [&](NSArray *chats) {
     for (NSDictionary *chat in chats)
       std::cout << chat_line(chat, options.json) << '\n';
   });
@@ -132,7 +132,7 @@ int read(const ChatOptions &options) {
       return usage_error("--since: '" + *options.since + "' is no time");
     [arguments setObject:[NSDate dateWithTimeIntervalSince1970:*since] forKey:@"Since"];
   }
-  return ask(read_chat, list_of(arguments), options, [&](NSArray *messages) {
+  return ask(kReadChat, list_of(arguments), options, [&](NSArray *messages) {
     for (ZLTWhatsAppMessage *message in messages)
       std::cout << (options.json ? json_message(message) : plain_message(message)) << '\n';
   });
@@ -153,7 +153,7 @@ int say(const ChatOptions &options) {
   [message setContent:text];
   [message setOutgoing:options.received ? NO : YES];
   [message setTimestamp:[NSDate date]];
-  return ask(send_message, [NSKeyedArchiver archivedDataWithRootObject:message], options,
+  return ask(kSendMessage, [NSKeyedArchiver archivedDataWithRootObject:message], options,
              [&](NSDictionary *kept) {
                if (options.json)
                  std::cout << "{\"number\": " << number_of(kept, @"Number") << "}\n";
@@ -161,7 +161,7 @@ int say(const ChatOptions &options) {
 }
 
 int mark_read(const ChatOptions &options) {
-  return ask(mark_chat_read, list_of(@{@"UserIdentifier" : string(options.user)}), options,
+  return ask(kMarkChatRead, list_of(@{@"UserIdentifier" : string(options.user)}), options,
              [&](NSDictionary *marked) {
                const std::string count = number_of(marked, @"Marked");
                std::cout << (options.json ? "{\"marked\": " + count + "}" : count + " marked")

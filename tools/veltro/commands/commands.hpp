@@ -10,7 +10,7 @@ class App;
 
 namespace veltro::tool {
 
-/// What the command line chose; answers the exit status.
+/// What the command line chose; returns the exit status.
 using Action = std::function<int()>;
 
 void add_apps(CLI::App &app, Action &run);

@@ -52,7 +52,7 @@ std::string json_moment(const std::string &name, NSDate *date) {
 }
 
 /// Does `each` for every moment of the command line, or of standard input where there is none, up
-/// to the first that is no moment or for which `each` answers NO: one that the calendar does not
+/// to the first that is no moment or for which `each` returns false: one that the calendar does not
 /// reach.
 int for_each_moment(const DateOptions &options, const std::function<bool(NSDate *)> &each) {
   const auto one = [&](const std::string &text) {

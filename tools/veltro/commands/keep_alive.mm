@@ -17,7 +17,7 @@
 namespace veltro::tool {
 namespace {
 
-constexpr const char *messaging_app = "net.whatsapp.WhatsApp";
+constexpr const char *kMessagingApp = "net.whatsapp.WhatsApp";
 
 timespec time_of(double seconds) {
   const auto whole = static_cast<time_t>(seconds);
@@ -36,11 +36,11 @@ void wait_for_the_end(const std::optional<double> &seconds) {
   sigtimedwait(&ends, nullptr, seconds ? &limit : nullptr);
 }
 
-/// The answer to the assertion comes on another thread, and only to the library.
+/// The result of the assertion comes on another thread, and only to the library.
 bool is_granted() {
-  NSString *const app = [NSString stringWithUTF8String:messaging_app];
-  constexpr int tries = 200;
-  for (int i = 0; i < tries; ++i) {
+  NSString *const app = [NSString stringWithUTF8String:kMessagingApp];
+  constexpr int kTries = 200;
+  for (int i = 0; i < kTries; ++i) {
     if (VHIsKeptAlive(app))
       return true;
     usleep(10'000);
@@ -49,9 +49,9 @@ bool is_granted() {
 }
 
 int keep_alive(const std::optional<double> &seconds) {
-  NSString *const app = [NSString stringWithUTF8String:messaging_app];
+  NSString *const app = [NSString stringWithUTF8String:kMessagingApp];
   if (NSString *const obstacle = VHLaunchObstacle(app); obstacle != nil)
-    return answered_no(std::string("cannot keep ") + messaging_app +
+    return answered_no(std::string("cannot keep ") + kMessagingApp +
                        " alive: " + [obstacle UTF8String]);
   [ZLTUtils startProcessAssertion];
   if (!is_granted()) {

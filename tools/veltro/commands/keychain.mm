@@ -34,13 +34,13 @@ struct Options {
   bool json = false;
 };
 
-const std::map<std::string, ZLTKeyChainQuerySynchronizationMode> modes{
+const std::map<std::string, ZLTKeyChainQuerySynchronizationMode> kModes{
     {"any", ZLTKeyChainQuerySynchronizationModeAny},
     {"no", ZLTKeyChainQuerySynchronizationModeNo},
     {"yes", ZLTKeyChainQuerySynchronizationModeYes},
 };
 
-const std::map<std::string, CFStringRef> accessibilities{
+const std::map<std::string, CFStringRef> kAccessibilities{
     {"when-unlocked", kSecAttrAccessibleWhenUnlocked},
     {"after-first-unlock", kSecAttrAccessibleAfterFirstUnlock},
     {"always", kSecAttrAccessibleAlways},
@@ -77,7 +77,7 @@ ZLTKeyChainQuery *query_for(const Options &options) {
     [query setLabel:text(*options.label)];
   if (options.group)
     [query setAccessGroup:text(*options.group)];
-  [query setSynchronizationMode:modes.at(options.sync)];
+  [query setSynchronizationMode:kModes.at(options.sync)];
   return query;
 }
 
@@ -114,7 +114,7 @@ int set(const Options &options) {
   } else
     [query setPasswordData:bytes];
   if (!options.accessible.empty())
-    [ZLTKeyChain setAccessibilityType:accessibilities.at(options.accessible)];
+    [ZLTKeyChain setAccessibilityType:kAccessibilities.at(options.accessible)];
   NSError *error = nil;
   return [query save:&error] ? 0 : failed(error);
 }
@@ -167,7 +167,7 @@ std::string moment(NSDate *date) {
 }
 
 std::string accessibility_name(NSString *value) {
-  for (const auto &[name, constant] : accessibilities)
+  for (const auto &[name, constant] : kAccessibilities)
     if ([value isEqualToString:(NSString *)constant])
       return name;
   return text(value);
@@ -260,7 +260,7 @@ CLI::App *add_operation(CLI::App *parent, const char *name, const char *help,
   CLI::App *const command = parent->add_subcommand(name, help);
   command->add_option("--group", options->group, "The access group");
   command->add_option("--sync", options->sync, "Whether the item is synchronised")
-      ->check(CLI::IsMember(names_of(modes)))
+      ->check(CLI::IsMember(names_of(kModes)))
       ->capture_default_str();
   command->callback([=, &run] { run = [=] { return operation(*options); }; });
   return command;
@@ -286,7 +286,7 @@ void add_keychain(CLI::App &app, Action &run) {
   setting->add_option("--label", options->label, "A label for people to read");
   setting->add_option("--password-file", options->password_file, "Read the secret from this file");
   setting->add_option("--accessible", options->accessible, "When the item may be read")
-      ->check(CLI::IsMember(names_of(accessibilities)));
+      ->check(CLI::IsMember(names_of(kAccessibilities)));
   setting->add_flag("--object", options->object,
                     "The secret is a property list; store the archive of what it describes");
 

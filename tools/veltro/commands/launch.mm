@@ -26,8 +26,8 @@ int launch(const Options &options) {
   if (NSString *const obstacle = VHLaunchObstacle(identifier); obstacle != nil)
     return answered_no(what + [obstacle UTF8String]);
   [ZLTUtils launchApplication:identifier];
-  constexpr int64_t delay_of_the_launch = 100'000'000;
-  run_main_queue_for(delay_of_the_launch);
+  constexpr int64_t kLaunchDelay = 100'000'000;
+  run_main_queue_for(kLaunchDelay);
   NSNumber *const process = [VHProcessesOfApp(identifier) firstObject];
   if (process == nil)
     return answered_no(what + "it does not run");

@@ -2,7 +2,7 @@
 
 #include "commands.hpp"
 #include "io/exit.hpp"
-#include "io/on_all_cores.hpp"
+#include "io/parallel_for.hpp"
 #include "io/progress_bar.hpp"
 #include "io/whole_file.hpp"
 
@@ -171,7 +171,7 @@ int round_pictures(const RoundOptions &options) {
   Stock stock(options.max_pixels);
   ProgressBar bar(jobs.size());
   std::atomic<bool> failed = false;
-  on_all_cores(jobs.size(), [&](std::size_t number) {
+  parallel_for(jobs.size(), [&](std::size_t number) {
     @autoreleasepool {
       const std::string wrong = round_picture(jobs[number], target, options.max_pixels, stock);
       if (!wrong.empty()) {

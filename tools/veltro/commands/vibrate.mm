@@ -14,8 +14,8 @@ int vibrate() {
   [ZLTUtils vibrateDevice];
   // The settings are restored after 0.3 seconds, and the motor rests when its process ends: as long
   // again, and the longer of the two vibrations.
-  constexpr int64_t until_it_is_over = 950'000'000;
-  run_main_queue_for(until_it_is_over);
+  constexpr int64_t kVibrationTime = 950'000'000;
+  run_main_queue_for(kVibrationTime);
   return 0;
 }
 

@@ -31,9 +31,9 @@ bool change_variable(const char *name, const std::string &value) {
   return true;
 }
 
-/// Release and language are settled while the process starts, so another choice of them is a new
+/// Release and language are fixed while the process starts, so another choice of them is a new
 /// start of it with the same arguments. False where that fails.
-bool settle_environment(const ViewOptions &options) {
+bool restart_where_needed(const ViewOptions &options) {
   const bool release_changed = change_variable("VELTRO_SYSTEM_VERSION", options.release);
   const bool language_changed = change_variable("LANGUAGE", options.language);
   if (!release_changed && !language_changed)
@@ -92,7 +92,7 @@ int draw_view(const ViewOptions &options) {
   CGSize size = CGSizeMake(100, 100);
   if (const std::string problem = problem_with(options, size); !problem.empty())
     return usage_error("view: " + problem);
-  if (!settle_environment(options))
+  if (!restart_where_needed(options))
     return answered_no(std::string("cannot start anew: ") + std::strerror(errno));
   if (options.window)
     return show_in_window(options, size);

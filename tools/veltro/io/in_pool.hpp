@@ -4,7 +4,7 @@
 
 namespace veltro::tool {
 
-/// Runs `action` inside an autorelease pool and answers what it answered.
+/// Runs `action` inside an autorelease pool and returns what that returns.
 int in_pool(const std::function<int()> &action);
 
 } // namespace veltro::tool

@@ -132,9 +132,9 @@ NSDate *moment_from(const std::string &text) {
 std::string local_text(NSDate *date) {
   const double milliseconds = std::round([date timeIntervalSinceReferenceDate] * 1000);
   const double whole = std::floor(milliseconds / 1000);
-  constexpr double farthest = 1e14;
+  constexpr double kFarthest = 1e14;
   std::array<char, 96> text{};
-  if (!(std::abs(whole) < farthest)) {
+  if (!(std::abs(whole) < kFarthest)) {
     std::snprintf(text.data(), text.size(), "@%.17g", [date timeIntervalSince1970]);
     return text.data();
   }

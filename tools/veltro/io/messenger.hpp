@@ -12,7 +12,7 @@ namespace veltro::tool {
 /// the messenger has published under the device root. The reply is empty on every failure.
 NSData *ask_messenger(char identifier, NSData *payload, std::optional<long> port);
 
-/// Says on standard error why a reply may have been empty; answers 1.
+/// Says on standard error why a reply may have been empty; returns 1.
 int nothing_came(std::optional<long> port);
 
 } // namespace veltro::tool

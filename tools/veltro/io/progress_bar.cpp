@@ -31,11 +31,11 @@ void ProgressBar::complain(std::string_view text) {
 }
 
 void ProgressBar::draw() const {
-  constexpr std::size_t width = 40;
+  constexpr std::size_t kWidth = 40;
   if (!shown_)
     return;
-  const std::size_t full = done_ * width / total_;
-  std::cerr << "\r[" + std::string(full, '#') + std::string(width - full, ' ') + "] " +
+  const std::size_t full = done_ * kWidth / total_;
+  std::cerr << "\r[" + std::string(full, '#') + std::string(kWidth - full, ' ') + "] " +
                    std::to_string(done_) + "/" + std::to_string(total_)
             << std::flush;
 }

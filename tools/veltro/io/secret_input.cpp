@@ -50,7 +50,7 @@ std::string ask(int terminal, std::vector<std::uint8_t> &bytes) {
   std::uint8_t byte = 0;
   ssize_t count = 0;
   while ((count = read(terminal, &byte, 1)) == 1 && byte != '\n' && byte != control_c &&
-         bytes.size() < SecretBytes::limit)
+         bytes.size() < SecretBytes::kLimit)
     bytes.push_back(byte);
   say(terminal, "\n");
   return count == 1 && byte == '\n' ? "" : "no secret was typed";
@@ -68,12 +68,12 @@ SecretBytes::~SecretBytes() {
 }
 
 std::string read_secret(const std::string &file, SecretBytes &secret) {
-  secret.bytes.reserve(SecretBytes::limit + 1);
+  secret.bytes.reserve(SecretBytes::kLimit + 1);
   if (file.empty() && isatty(STDIN_FILENO) != 0)
     return ask(STDIN_FILENO, secret.bytes);
   std::string trouble = read_whole_file(
       file.empty() ? "-" : file,
-      {SecretBytes::limit, "a secret of more than a megabyte is too long"}, secret.bytes);
+      {SecretBytes::kLimit, "a secret of more than a megabyte is too long"}, secret.bytes);
   drop_line_end(secret.bytes);
   return trouble;
 }

@@ -61,15 +61,15 @@ std::string read_whole_file(const std::string &path, LongestFile longest,
   struct stat facts{};
   if (fstat(file.number(), &facts) == 0 && S_ISREG(facts.st_mode))
     bytes.reserve(std::min(longest.bytes, static_cast<std::size_t>(facts.st_size)) + 1);
-  constexpr std::size_t block = 65536;
+  constexpr std::size_t kBlock = 65536;
   for (;;) {
     const std::size_t had = bytes.size();
     const std::size_t allowed = longest.bytes - had;
     const std::size_t reserved = bytes.capacity() - had;
-    const std::size_t room =
-        std::min({block, reserved > 0 ? reserved : block, allowed < block ? allowed + 1 : block});
-    bytes.resize(had + room);
-    const ssize_t count = read(file.number(), &bytes[had], room);
+    const std::size_t space = std::min(
+        {kBlock, reserved > 0 ? reserved : kBlock, allowed < kBlock ? allowed + 1 : kBlock});
+    bytes.resize(had + space);
+    const ssize_t count = read(file.number(), &bytes[had], space);
     bytes.resize(had + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     if (count == 0)
       return "";

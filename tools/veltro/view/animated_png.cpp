@@ -11,7 +11,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::array<std::uint8_t, 8> signature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr std::array<std::uint8_t, 8> kSignature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
 struct Chunk {
   std::string_view type;
@@ -20,21 +20,21 @@ struct Chunk {
 
 /// The chunks of a PNG file; nothing where it is none.
 std::optional<std::vector<Chunk>> chunks_of(Bytes file) {
-  constexpr std::size_t frame = 12;
+  constexpr std::size_t kChunkOverhead = 12;
   std::vector<Chunk> chunks;
-  if (file.size() < signature.size() || !std::ranges::equal(file.first(8), signature))
+  if (file.size() < kSignature.size() || !std::ranges::equal(file.first(8), kSignature))
     return std::nullopt;
   for (file = file.subspan(8); !file.empty();) {
-    if (file.size() < frame)
+    if (file.size() < kChunkOverhead)
       return std::nullopt;
     std::size_t length = 0;
     for (const std::uint8_t byte : file.first(4))
       length = length << 8 | byte;
-    if (file.size() - frame < length)
+    if (file.size() - kChunkOverhead < length)
       return std::nullopt;
     chunks.push_back(
         {{reinterpret_cast<const char *>(file.data()) + 4, 4}, file.subspan(8, length)});
-    file = file.subspan(frame + length);
+    file = file.subspan(kChunkOverhead + length);
   }
   if (chunks.empty() || chunks.front().type != "IHDR" || chunks.front().data.size() != 13)
     return std::nullopt;
@@ -62,11 +62,11 @@ public:
   void bytes(Bytes bytes) { file_.insert(file_.end(), bytes.begin(), bytes.end()); }
 
   void end() {
-    constexpr std::size_t type_length = 4;
+    constexpr std::size_t kTypeLength = 4;
     const std::size_t length = file_.size() - start_;
     for (std::size_t place = 0; place < 4; ++place)
       file_[start_ - 4 + place] =
-          static_cast<std::uint8_t>((length - type_length) >> (24 - 8 * place));
+          static_cast<std::uint8_t>((length - kTypeLength) >> (24 - 8 * place));
     number(
         static_cast<std::uint32_t>(crc32(0, file_.data() + start_, static_cast<unsigned>(length))));
   }
@@ -80,7 +80,7 @@ public:
   std::vector<std::uint8_t> file() { return std::move(file_); }
 
 private:
-  std::vector<std::uint8_t> file_{signature.begin(), signature.end()};
+  std::vector<std::uint8_t> file_{kSignature.begin(), kSignature.end()};
   std::size_t start_ = 0;
 };
 

@@ -59,17 +59,17 @@ std::vector<std::uint8_t> png_of(UIView *view) {
 
 std::vector<std::uint8_t> whole_turn_of(UIView *view, double from) {
   // The spinner goes round in a second, by twelve steps.
-  constexpr std::uint16_t steps = 12;
+  constexpr std::uint16_t kSteps = 12;
   std::vector<std::vector<std::uint8_t>> frames;
-  const double first = std::floor(from * steps);
-  for (int step = 0; step < steps; ++step) {
+  const double first = std::floor(from * kSteps);
+  for (int step = 0; step < kSteps; ++step) {
     @autoreleasepool {
       // In the middle of each step, so that no rounding shows one twice.
-      VHSetAnimationTime((first + step + 0.5) / steps);
+      VHSetAnimationTime((first + step + 0.5) / kSteps);
       frames.push_back(png_of(view));
     }
   }
-  return animated_png(frames, steps);
+  return animated_png(frames, kSteps);
 }
 
 } // namespace veltro::tool

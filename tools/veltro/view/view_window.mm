@@ -42,7 +42,7 @@ void draw(UIView *view, X11Window &window) {
                 static_cast<int>(CGImageGetBytesPerRow(pixels)));
 }
 
-/// Until the user has enough of it; answers the exit status.
+/// Until the user has enough of it; returns the exit status.
 int run(const std::string &title, UIView *view, const VTDismissal *dismissal) {
   const CGImageRef first = [image_of(view) CGImage];
   if (first == nullptr)
@@ -53,12 +53,12 @@ int run(const std::string &title, UIView *view, const VTDismissal *dismissal) {
     return answered_no("there is no display to open a window on; DISPLAY must name one");
 
   // Several times in each step of the spinner.
-  constexpr std::chrono::milliseconds moment{25};
+  constexpr std::chrono::milliseconds kFrameTime{25};
   const CGFloat scale = [[UIScreen mainScreen] scale];
   while (dismissal->button_ == nil) {
     @autoreleasepool {
       draw(view, *window);
-      const X11Window::Event event = window->wait(moment);
+      const X11Window::Event event = window->wait(kFrameTime);
       if (event.kind == X11Window::Kind::close)
         break;
       if (event.kind == X11Window::Kind::click)

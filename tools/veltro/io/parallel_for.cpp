@@ -1,4 +1,4 @@
-#include "on_all_cores.hpp"
+#include "parallel_for.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -7,7 +7,7 @@
 
 namespace veltro::tool {
 
-void on_all_cores(std::size_t count, const std::function<void(std::size_t)> &work) {
+void parallel_for(std::size_t count, const std::function<void(std::size_t)> &work) {
   const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
   std::atomic<std::size_t> next = 0;
   const auto worker = [&] {

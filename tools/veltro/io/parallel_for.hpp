@@ -10,7 +10,7 @@ namespace veltro::tool {
 
 /// Calls `work` with 0 to `count` - 1, on as many threads as there are cores, and returns when all
 /// is done.
-void on_all_cores(std::size_t count, const std::function<void(std::size_t)> &work);
+void parallel_for(std::size_t count, const std::function<void(std::size_t)> &work);
 
 /// A stock that several threads take from, so that together they never hold more than it has.
 class Stock {
