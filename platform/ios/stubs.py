@@ -2,6 +2,7 @@
 libraries when there is no SDK, holding just the symbols that IMPORTS names, and the file link.rsp with
 the arguments that link against them. A library of SDK takes the place of its stub, unless it lacks a
 symbol: an SDK need not have the private ones."""
+import dataclasses
 import os
 import re
 import sys
@@ -33,8 +34,9 @@ RUNTIME = {
                 'objc_setProperty_nonatomic', 'objc_setProperty_nonatomic_copy',
                 'objc_autoreleasePoolPush', 'objc_autoreleasePoolPop', '_objc_empty_cache',
                 '_objc_empty_vtable'],
-    'libc++': ['__gxx_personality_v0'],
-    'libSystem': ['dyld_stub_binder', '_Unwind_Resume', '__stack_chk_fail', '__stack_chk_guard'],
+    'libc++': ['__gxx_personality_v0', '__gxx_personality_sj0'],
+    'libSystem': ['dyld_stub_binder', '_Unwind_Resume', '_Unwind_SjLj_Register', '_Unwind_SjLj_Resume',
+                  '_Unwind_SjLj_Unregister', '__stack_chk_fail', '__stack_chk_guard', 'memset'],
     'CoreFoundation': ['__CFConstantStringClassReference'],
 }
 
@@ -56,6 +58,34 @@ def read(path):
     return groups
 
 
+@dataclasses.dataclass
+class Library:
+    group: str
+    install_name: str
+    may_be_missing: bool
+    symbols: list
+    classes: list
+    # These classes moved between Foundation and CoreFoundation from release to release: they are looked up
+    # in every loaded library and bound to neither.
+    looked_up: list
+
+
+def libraries(listing):
+    """The device's libraries, with what the list and the runtimes name of them."""
+    groups = read(listing)
+    for group, names in RUNTIME.items():
+        groups[group] = groups.get(group, []) + names
+    for group, names in sorted(groups.items()):
+        install_name, may_be_missing = LIBRARIES[group]
+        classes = sorted(name.split()[1] for name in names if name.startswith('class '))
+        # The stub binder is the one symbol that is not written in C.
+        symbols = sorted(name if name == 'dyld_stub_binder' else '_' + name
+                         for name in names if not name.startswith('class '))
+        moved = group == 'Foundation'
+        yield Library(group, install_name.format(group), may_be_missing, symbols,
+                      [] if moved else classes, classes if moved else [])
+
+
 def in_sdk(sdk, install_name, symbols):
     """The SDK's own form of a library, where it has one that holds all the symbols."""
     for path in (sdk + re.sub(r'(\.dylib)?$', '.tbd', install_name, count=1), sdk + install_name):
@@ -68,37 +98,26 @@ def in_sdk(sdk, install_name, symbols):
 
 def main():
     listing, folder, sdk = (*sys.argv[1:], '')[:3]
-    groups = read(listing)
-    for group, names in RUNTIME.items():
-        groups[group] = groups.get(group, []) + names
     os.makedirs(folder, exist_ok=True)
     arguments = []
-    for group, names in sorted(groups.items()):
-        install_name, may_be_missing = LIBRARIES[group]
-        classes = [name.split()[1] for name in names if name.startswith('class ')]
-        # The stub binder is the one symbol that is not written in C.
-        symbols = [name if name == 'dyld_stub_binder' else '_' + name
-                   for name in names if not name.startswith('class ')]
-        if group == 'Foundation':
-            # These classes moved between Foundation and CoreFoundation from release to release:
-            # they are looked up in every loaded library and bound to neither.
-            arguments += [f'-U _OBJC_CLASS_$_{name}' for name in classes]
-            classes = []
-        path = os.path.join(folder, group + '.tbd')
+    for library in libraries(listing):
+        arguments += [f'-U _OBJC_CLASS_$_{name}' for name in library.looked_up]
+        path = os.path.join(folder, library.group + '.tbd')
         with open(path, 'w', encoding='utf-8') as file:
             file.write(f"--- !tapi-tbd\ntbd-version:     4\ntargets:         {TARGETS}\n"
-                       f"install-name:    '{install_name.format(group)}'\n"
+                       f"install-name:    '{library.install_name}'\n"
                        f"exports:\n  - targets:         {TARGETS}\n")
-            if symbols:
-                file.write(f"    symbols:         [ {', '.join(sorted(symbols))} ]\n")
-            if classes:
-                file.write(f"    objc-classes:    [ {', '.join(sorted(classes))} ]\n")
+            if library.symbols:
+                file.write(f"    symbols:         [ {', '.join(library.symbols)} ]\n")
+            if library.classes:
+                file.write(f"    objc-classes:    [ {', '.join(library.classes)} ]\n")
             file.write('...\n')
         if sdk:
-            path = in_sdk(sdk, install_name.format(group), symbols + classes) or path
-        arguments.append(('-weak_library ' if may_be_missing else '') + path)
+            path = in_sdk(sdk, library.install_name, library.symbols + library.classes) or path
+        arguments.append(('-weak_library ' if library.may_be_missing else '') + path)
     with open(os.path.join(folder, 'link.rsp'), 'w', encoding='utf-8') as file:
         file.write('\n'.join(arguments) + '\n')
 
 
-main()
+if __name__ == '__main__':
+    main()

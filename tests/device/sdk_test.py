@@ -61,7 +61,6 @@ def check_linker():
                              'for object; do case $object in *.mm.o) cp "$object" "$last";; esac; done\n')
     result = ios(VELTRO_LD64=os.path.relpath(linker))
     expect(result.returncode == 0, f'with a linker: {result.stderr}')
-    expect('not linked' not in result.stdout, 'told of slices not linked')
     slices = subprocess.run(['llvm-lipo-19', '-archs', f'{OUT}/libveltro.dylib'], check=True, capture_output=True,
                             text=True).stdout.split()
     expect(sorted(slices) == ['arm64', 'armv7', 'armv7s'], f'slices: {", ".join(slices)}')

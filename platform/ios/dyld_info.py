@@ -1,0 +1,99 @@
+"""What dyld is told to do with an image: the slots that move with it, and those that it binds."""
+import dataclasses
+
+import macho
+
+REBASE, BIND, LAZY_BIND = 8, 16, 32  # fields of LC_DYLD_INFO_ONLY
+FLAT_LOOKUP = 0x3e  # opcode: the next symbols are looked up in every loaded library
+WEAK_IMPORT = 0x01  # of the opcode that names a symbol
+
+
+@dataclasses.dataclass
+class Binding:
+    address: int
+    name: str
+    weak: bool
+    ordinal: int  # of the library, from 1
+    ordinal_at: int  # where the opcode is that says so
+    name_at: int  # where the opcode is that names the symbol
+
+
+def _extent(image, field):
+    return image.unpack('II', image.command(macho.LC_DYLD_INFO_ONLY) + field)
+
+
+def rebased(image):
+    """The addresses of all pointers into the image."""
+    data, segments, pointer = image.data, list(image.segments()), 8 if image.wide else 4
+    at, size = _extent(image, REBASE)
+    end, address = at + size, 0
+    while at < end:
+        opcode, immediate = data[at] & 0xf0, data[at] & 0xf
+        at += 1
+        count = skip = 0
+        if opcode == 0x20:  # segment and offset
+            offset, at = macho.leb(data, at)
+            address = segments[immediate].address + offset
+        elif opcode == 0x30:
+            skip, at = macho.leb(data, at)
+            address += skip
+        elif opcode == 0x40:
+            address += immediate * pointer
+        elif opcode == 0x50:
+            count = immediate
+        elif opcode == 0x60:
+            count, at = macho.leb(data, at)
+        elif opcode == 0x70:
+            count = 1
+            skip, at = macho.leb(data, at)
+        elif opcode == 0x80:
+            count, at = macho.leb(data, at)
+            skip, at = macho.leb(data, at)
+        elif opcode not in (0x00, 0x10):
+            raise macho.Malformed(f'a rebase opcode {opcode:#x}')
+        for _ in range(count):
+            yield address
+            address += pointer + skip
+
+
+def bindings(image, field):
+    """The slots that BIND or LAZY_BIND fills."""
+    data, segments, pointer = image.data, list(image.segments()), 8 if image.wide else 4
+    at, size = _extent(image, field)
+    end, address = at + size, 0
+    name, weak, ordinal, ordinal_at, name_at = '', False, 0, 0, 0
+    while at < end:
+        here, opcode, immediate = at, data[at] & 0xf0, data[at] & 0xf
+        at += 1
+        count = skip = 0
+        if opcode == 0x10:
+            ordinal, ordinal_at = immediate, here
+        elif opcode == 0x20:
+            ordinal_at = here
+            ordinal, at = macho.leb(data, at)
+        elif opcode == 0x30:  # special: 0, -1 or -2 in four bits
+            ordinal, ordinal_at = immediate - 16 if immediate else 0, here
+        elif opcode == 0x40:
+            name, weak, name_at = image.text(at), bool(immediate & WEAK_IMPORT), here
+            at += len(name) + 1
+        elif opcode == 0x70:  # segment and offset
+            offset, at = macho.leb(data, at)
+            address = segments[immediate].address + offset
+        elif opcode == 0x80:
+            skip, at = macho.leb(data, at)
+            address += skip
+        elif opcode == 0x90:
+            count = 1
+        elif opcode == 0xa0:
+            count = 1
+            skip, at = macho.leb(data, at)
+        elif opcode == 0xb0:
+            count, skip = 1, immediate * pointer
+        elif opcode == 0xc0:
+            count, at = macho.leb(data, at)
+            skip, at = macho.leb(data, at)
+        elif opcode not in (0x00, 0x50):
+            raise macho.Malformed(f'a bind opcode {opcode:#x}')
+        for _ in range(count):
+            yield Binding(address, name, weak, ordinal, ordinal_at, name_at)
+            address += pointer + skip
