@@ -4,26 +4,28 @@
     imports      exactly what platform/imports.txt names, apart from the runtimes
     libraries    only the libraries that those imports come from
     weak         whatever a release may lack is linked weakly, and nothing else
-    initialisers no slice, linked or not, runs anything when it is loaded
+    initialisers no slice runs anything when it is loaded
     interface    the Objective-C metadata is tests/device/interface.txt (--write writes it anew)
-    strings      every string of tests/device/strings.txt stands in the library once
-    form         install name, oldest release, signature, size
-    package      the packages' files and control fields
+    strings      every string of tests/device/strings.txt stands in every slice once
+    form         processor, install name, oldest release, size
+    package      the packages' files and control fields, and the slices that they promise
 """
 import glob
 import os
 import re
 import subprocess
 import sys
+import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path += [HERE, os.path.join(HERE, '../package')]
+import image  # noqa: E402
 import metadata  # noqa: E402
 import symbols  # noqa: E402
 
 os.chdir(os.path.join(HERE, '../..'))
-LINKED = ('arm64', 'x86_64')
-COMPILED = ('arm64', 'armv7', 'armv7s', 'x86_64')
+DEVICE = ('armv7', 'armv7s', 'arm64')
+SLICES = (*DEVICE, 'x86_64')
 INSTALL_NAME = '/Library/MobileSubstrate/DynamicLibraries/libveltro.dylib'
 failures = []
 
@@ -52,8 +54,9 @@ def objects(slice_name):
     return sorted(glob.glob(f'build/ios/{slice_name}/CMakeFiles/objects.dir/**/*.o*', recursive=True))
 
 
-RUNTIME = re.compile(r'^(_objc_|__objc_empty_|___gxx_personality_v0$|__Unwind_Resume$|'
-                     r'___CFConstantStringClassReference$|dyld_stub_binder$)')
+# What compiled code asks of the runtimes, on 32-bit ARM with exceptions by setjmp and longjmp.
+RUNTIME = re.compile(r'^(_objc_|__objc_empty_|___gxx_personality_(v0|sj0)$|__Unwind_(SjLj_)?(Resume|Register|Unregister)$|'
+                     r'___CFConstantStringClassReference$|dyld_stub_binder$|_memset$)')
 
 
 def named(names):
@@ -68,13 +71,13 @@ def named(names):
 
 
 def check_exports():
-    for name in LINKED:
+    for name in SLICES:
         found = run('llvm-nm-19', '-g', '-j', '--defined-only', library(name)).split()
         expect_same(f'{name} exports', named(found), symbols.listed('platform/exports.txt'))
 
 
 def check_imports():
-    for name in LINKED:
+    for name in SLICES:
         found = run('llvm-nm-19', '-u', '-j', library(name)).split()
         expect_same(f'{name} imports', named(found), symbols.listed('platform/imports.txt'))
 
@@ -86,7 +89,7 @@ def check_libraries():
         'BackBoardServices', 'ChatKit')}
     allowed |= {'/usr/lib/libMobileGestalt.dylib', '/usr/lib/libSystem.B.dylib',
                 '/usr/lib/libobjc.A.dylib', '/usr/lib/libc++.1.dylib'}
-    for name in LINKED:
+    for name in SLICES:
         lines = run('llvm-objdump-19', '--macho', '--dylibs-used', library(name)).splitlines()[1:]
         used = {line.split()[0]: line for line in lines}
         expect_same(f'{name} libraries', set(used), allowed | {INSTALL_NAME})
@@ -98,7 +101,7 @@ def check_libraries():
 def check_weak():
     private = {'_AudioServicesPlaySystemSoundWithVibration', '_CKFrameworkBundle', '_FigVibratorInitialize',
                '_FigVibratorPlayVibrationWithDictionary', '_MGCopyAnswer', '_OBJC_CLASS_$_BKSProcessAssertion'}
-    for name in LINKED:
+    for name in SLICES:
         lines = run('llvm-nm-19', '-m', '-u', library(name)).splitlines()
         weak = {line.split()[-3] for line in lines if ' weak external ' in line}
         expect_same(f'{name} weak imports', weak, private)
@@ -107,9 +110,9 @@ def check_weak():
 def check_initialisers():
     sections = re.compile(r'sectname (__mod_init_func|__mod_term_func|__init_offsets|__objc_nlclslist|'
                           r'__objc_nlcatlist)\b')
-    for name in COMPILED:
+    for name in SLICES:
         expect(objects(name), f'{name}: nothing was compiled')
-        for path in objects(name) + ([library(name)] if name in LINKED else []):
+        for path in [*objects(name), library(name)]:
             headers = run('llvm-objdump-19', '--macho', '--private-headers', path)
             for section in sections.findall(headers):
                 failures.append(f'{path} has {section}')
@@ -119,18 +122,20 @@ def check_initialisers():
 
 def check_interface():
     path = 'tests/device/interface.txt'
-    wide = metadata.of(library('arm64'))
-    table = metadata.table(wide, metadata.of(*objects('armv7')))
+    entries = {name: metadata.of(image.Image(library(name))) for name in SLICES}
+    for name in SLICES:
+        for entry in entries[name].values():
+            failures.extend(f'{name}: {fault}' for fault in entry.faults)
+    table = metadata.table(entries['arm64'], entries['armv7'])
     if '--write' in sys.argv:
         with open(path, 'w', encoding='utf-8') as file:
             file.write(table)
         return
     with open(path, encoding='utf-8') as file:
         expect_same('interface', set(numbered(table)), set(numbered(file.read())))
-    for same in (metadata.table(metadata.of(library('x86_64')), metadata.of(*objects('armv7s'))),):
-        for line in set(numbered(table)) ^ set(numbered(same)):
-            # A character is signed on the simulator's processor too, but BOOL is one there.
-            expect(re.search(r'[Bc]', line), f'slices differ: {line}')
+    for line in set(numbered(table)) ^ set(numbered(metadata.table(entries['x86_64'], entries['armv7s']))):
+        # A character is signed on the simulator's processor too, but BOOL is one there.
+        expect(re.search(r'[Bc]', line), f'slices differ: {line}')
 
 
 def numbered(table):
@@ -144,29 +149,55 @@ def numbered(table):
 def check_strings():
     with open('tests/device/strings.txt', encoding='utf-8') as file:
         fixed = [line.rstrip('\n') for line in file if line.strip() and not line.startswith('# ')]
-    listing = run('llvm-objdump-19', '--macho', '--section=__TEXT,__cstring', library('arm64'))
-    found = [line.split('  ', 1)[1] for line in listing.splitlines() if re.match(r'^[0-9a-f]{16}  ', line)]
-    for text in fixed:
-        expect(found.count(text) == 1, f'"{text}" stands in the library {found.count(text)} times')
+    for name in SLICES:
+        slice_image = image.Image(library(name))
+        strings = slice_image.section('__cstring')
+        found = slice_image.data[strings.offset:strings.offset + strings.size].decode().split('\0')
+        for text in fixed:
+            expect(found.count(text) == 1, f'{name}: "{text}" stands in the library {found.count(text)} times')
 
 
 def check_form():
-    for name, command in (('arm64', 'LC_VERSION_MIN_IPHONEOS'), ('x86_64', 'LC_VERSION_MIN_IPHONEOS')):
+    processors = {'armv7': (12, 9), 'armv7s': (12, 11), 'arm64': (0x100000c, 0), 'x86_64': (0x1000007, 3)}
+    for name, processor in processors.items():
         headers = run('llvm-objdump-19', '--macho', '--private-headers', library(name))
+        oldest = '6.0' if name.startswith('armv7') else '7.0'
         expect(f'name {INSTALL_NAME} ' in headers, f'{name}: another install name')
-        expect(re.search(command + r'\n +cmdsize \d+\n +version 7\.0\n', headers), f'{name}: another oldest release')
-        size = os.path.getsize(library(name))
-        expect(size < 128 * 1024, f'{name}: {size} bytes')
-    for name in set(COMPILED) - set(LINKED):
-        # What comes before the line's total: code, data and the rest of each object.
-        size = sum(int(field) for line in run('llvm-size-19', *objects(name)).splitlines()[1:]
-                   for field in line.split()[:4])
-        expect(0 < size < 128 * 1024, f'{name}: {size} bytes in the objects')
-    expect('LC_CODE_SIGNATURE' in run('llvm-objdump-19', '--macho', '--private-headers', library('arm64')),
-           'arm64: not signed')
+        expect(re.search(rf'LC_VERSION_MIN_IPHONEOS\n +cmdsize \d+\n +version {oldest}\n', headers),
+               f'{name}: another oldest release')
+        slice_image = image.Image(library(name))
+        expect((slice_image.word(4), slice_image.word(8)) == processor, f'{name}: for another processor')
+        expect(len(slice_image.data) < 128 * 1024, f'{name}: {len(slice_image.data)} bytes')
+        info = slice_image.section('__objc_imageinfo')
+        expect(info and slice_image.read(info.address, info.size) == bytes([0, 0, 0, 0, 0x40, 0, 0, 0]),
+               f'{name}: other image info')
+
+
+def check_joined(path, what):
+    """That a library holds the device's slices, byte for byte, and is said to."""
+    for name in DEVICE:
+        part = f'{path}.{name}'
+        run('llvm-lipo-19', path, '-thin', name, '-output', part)
+        with open(part, 'rb') as ours, open(library(name), 'rb') as theirs:
+            expect(ours.read() == theirs.read(), f'{what}: {name} is not what was linked')
+        os.remove(part)
+    slices = run('llvm-lipo-19', '-archs', path).split()
+    expect(slices == list(DEVICE), f'{what}: holds {", ".join(slices)}')
+
+
+def check_stub(path):
+    """That what add-ons are linked against promises the slices, the place and the symbols there are."""
+    with open(path, encoding='utf-8') as file:
+        fields = dict(re.findall(r'^ *(?:- )?([a-z-]+): +(.+)$', file.read(), re.M))
+    lists = {key: set(re.findall(r'[\w-]+', value)) for key, value in fields.items()}
+    expect_same(f'{path}: targets', lists['targets'], {f'{name}-ios' for name in DEVICE})
+    expect(fields['install-name'] == f"'{INSTALL_NAME}'", f'{path}: install name {fields["install-name"]}')
+    promised = {'class ' + name for name in lists['objc-classes']} | named(lists['symbols'])
+    expect_same(f'{path}: symbols', promised, symbols.listed('platform/exports.txt'))
 
 
 def check_package():
+    check_joined('build/ios/libveltro.dylib', 'libveltro.dylib')
     packages = sorted(glob.glob('build/ios/*.deb'))
     expect(len(packages) == 2, f'packages: {", ".join(packages)}')
     for path in packages:
@@ -178,9 +209,15 @@ def check_package():
         if fields.get('Package') == 'com.norvane.libveltro':
             expect(fields.get('Depends') == 'firmware (>= 6.0)', f'{path}: Depends')
             expect(f'.{INSTALL_NAME}\n' in files, f'{path}: no library at its path')
+            with tempfile.TemporaryDirectory() as folder:
+                run('dpkg-deb', '-x', path, folder)
+                check_joined(folder + INSTALL_NAME, path)
         else:
             for name in ('usr/include/veltro/veltro.h', 'usr/include/veltro/module.modulemap', 'usr/lib/libveltro.tbd'):
                 expect(f'./{name}\n' in files, f'{path}: no {name}')
+            with tempfile.TemporaryDirectory() as folder:
+                run('dpkg-deb', '-x', path, folder)
+                check_stub(f'{folder}/usr/lib/libveltro.tbd')
 
 
 def main():
