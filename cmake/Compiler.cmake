@@ -14,7 +14,7 @@ find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 
 # GCC keeps its Objective-C headers in its own folder, which clang does not search.
-file(GLOB gcc_include_dirs /usr/lib/gcc/${CMAKE_LIBRARY_ARCHITECTURE}/*/include)
+file(GLOB gcc_include_dirs ${CMAKE_SYSROOT}/usr/lib/gcc/${CMAKE_LIBRARY_ARCHITECTURE}/*/include)
 find_path(VELTRO_GCC_OBJC_INCLUDE objc/objc.h PATHS ${gcc_include_dirs} NO_DEFAULT_PATH REQUIRED)
 find_path(VELTRO_GNUSTEP_INCLUDE Foundation/Foundation.h PATHS /usr/include/GNUstep REQUIRED)
 
