@@ -35,6 +35,35 @@ NSData *bytes(const char *text) {
   return [NSData dataWithBytes:text length:strlen(text)];
 }
 
+// Every six bits once, in their order.
+constexpr unsigned char every_value[] = {
+    0x00, 0x10, 0x83, 0x10, 0x51, 0x87, 0x20, 0x92, 0x8b, 0x30, 0xd3, 0x8f, 0x41, 0x14, 0x93, 0x51,
+    0x55, 0x97, 0x61, 0x96, 0x9b, 0x71, 0xd7, 0x9f, 0x82, 0x18, 0xa3, 0x92, 0x59, 0xa7, 0xa2, 0x9a,
+    0xab, 0xb2, 0xdb, 0xaf, 0xc3, 0x1c, 0xb3, 0xd3, 0x5d, 0xb7, 0xe3, 0x9e, 0xbb, 0xf3, 0xdf, 0xbf};
+NSString *const every_character =
+    @"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// As a whole, and a group at a time: long texts and short ones go different ways.
+void expect_alphabet(SEL encode, SEL decode) {
+  NSData *const data = [NSData dataWithBytes:every_value length:sizeof every_value];
+  EXPECT_TRUE([[ZLTUtils performSelector:encode withObject:data] isEqualToString:every_character]);
+  EXPECT_TRUE([[ZLTUtils performSelector:decode withObject:every_character] isEqual:data]);
+  for (NSUInteger group = 0; group < 16; ++group) {
+    NSData *const three = [data subdataWithRange:NSMakeRange(3 * group, 3)];
+    NSString *const four = [every_character substringWithRange:NSMakeRange(4 * group, 4)];
+    EXPECT_TRUE([[ZLTUtils performSelector:encode withObject:three] isEqualToString:four]);
+    EXPECT_TRUE([[ZLTUtils performSelector:decode withObject:four] isEqual:three]);
+  }
+}
+
+TEST(FirstCodec, HasTheStandardAlphabet) {
+  expect_alphabet(@selector(encodeBase64WithData:), @selector(decodeBase64WithString:));
+}
+
+TEST(SecondCodec, HasTheStandardAlphabet) {
+  expect_alphabet(@selector(base64EncodeData:), @selector(base64DecodeString:));
+}
+
 TEST(FirstCodec, Encodes) {
   EXPECT_TRUE([[ZLTUtils encodeBase64WithData:bytes("f")] isEqualToString:@"Zg=="]);
   EXPECT_TRUE([[ZLTUtils encodeBase64WithData:bytes("fo")] isEqualToString:@"Zm8="]);
