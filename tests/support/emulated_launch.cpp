@@ -1,0 +1,79 @@
+// Starting apps where the tests run in an emulator: QEMU knows no process that shares its parent's
+// memory and ends without a signal, which the platform's own launch starts. A program's own
+// definition comes first, so this takes its place. Unlike that one it sends this process a SIGCHLD.
+
+#include "machine/processes/launch.hpp"
+#include "machine/processes/running.hpp"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace veltro::host {
+namespace {
+
+/// How this process hears of the program: its process, and an errno made negative if it cannot be.
+struct Report {
+  int writing_end;
+  void send(int number) const { static_cast<void>(write(writing_end, &number, sizeof number)); }
+};
+
+[[noreturn]] void become(const char *executable, char *const *variables, Report report) {
+  setsid();
+  for (int number = 1; number < NSIG; ++number)
+    std::signal(number, SIG_DFL);
+  const int null = open("/dev/null", O_RDWR);
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    dup2(null, standard);
+  const Report kept{STDERR_FILENO + 1};
+  dup3(report.writing_end, kept.writing_end, O_CLOEXEC);
+  closefrom(kept.writing_end + 1);
+  sigset_t none;
+  sigemptyset(&none);
+  char *const arguments[]{const_cast<char *>(executable), nullptr};
+  if (chdir("/") == 0 && sigprocmask(SIG_SETMASK, &none, nullptr) == 0)
+    execve(executable, arguments, variables);
+  kept.send(-errno);
+  _exit(1);
+}
+
+} // namespace
+
+Launch launch(const std::string &executable, const std::vector<std::string> &environment) {
+  std::vector<char *> variables;
+  for (const std::string &variable : environment)
+    variables.push_back(const_cast<char *>(variable.c_str()));
+  variables.push_back(nullptr);
+
+  int pipe_ends[2];
+  if (pipe2(pipe_ends, O_CLOEXEC) != 0)
+    return {0, errno};
+  const pid_t middle = fork();
+  if (middle == 0) {
+    const Report report{pipe_ends[1]};
+    const pid_t program = fork();
+    if (program == 0)
+      become(executable.c_str(), variables.data(), report);
+    report.send(program > 0 ? program : -errno);
+    _exit(0);
+  }
+  close(pipe_ends[1]);
+  waitpid(middle, nullptr, 0);
+
+  Launch answer{0, middle < 0 ? EAGAIN : 0};
+  for (int number = 0; read(pipe_ends[0], &number, sizeof number) > 0;)
+    (number > 0 ? answer.process : answer.error) = std::abs(number);
+  close(pipe_ends[0]);
+  if (answer.error != 0)
+    return {0, answer.error};
+  // Until the process shows the program: it has its command line a little later.
+  constexpr int looks = 1000;
+  for (int look = 0; look < looks && !runs(answer.process, executable); ++look)
+    usleep(1000);
+  return answer;
+}
+
+} // namespace veltro::host
