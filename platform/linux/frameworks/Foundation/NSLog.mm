@@ -1,11 +1,12 @@
-// Where NSLog's lines go: VELTRO_LOG is `stderr` (also where it is unset or something else),
-// `syslog` or `off`, looked at for every line. The lines themselves are GNUstep's: on standard
-// error with its date and process before the text, in the system log, which has its own, without.
+// Where NSLog's lines go: VELTRO_LOG is `stderr`, `syslog` or `off`, looked at for every line. The
+// lines themselves are GNUstep's: on standard error with its date and process before the text, in
+// the system log, which has its own, without.
+
+#include "machine/log/log_sink.hpp"
 
 #import <Foundation/Foundation.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <syslog.h>
@@ -31,14 +32,14 @@ std::string_view text_of(std::string_view line) {
 }
 
 void print(NSString *message) {
-  const char *const chosen = std::getenv("VELTRO_LOG");
-  const std::string_view sink = chosen != nullptr ? chosen : "stderr";
-  if (sink == "off")
+  using veltro::host::LogSink;
+  const LogSink sink = veltro::host::log_sink();
+  if (sink == LogSink::nowhere)
     return;
   // Half a surrogate pair has no UTF-8: such a line is left out.
   const char *const characters = [message UTF8String];
   const std::string_view line = characters != nullptr ? characters : "";
-  if (sink == "syslog")
+  if (sink == LogSink::system_log)
     syslog(LOG_USER | LOG_NOTICE, "%s", std::string(text_of(line)).c_str());
   else
     write_line(line);

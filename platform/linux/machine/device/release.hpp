@@ -6,7 +6,8 @@
 
 namespace veltro::host {
 
-/// `VELTRO_SYSTEM_VERSION` as it stands at this moment, or 9.3.5 where it is unset or empty.
+/// `VELTRO_SYSTEM_VERSION` as it stands at this moment; 9.3.5 where it is unset or empty, and where
+/// it names no release, which is reported.
 std::string system_version();
 
 /// The Foundation version number of the newest known release that is not newer than `release`; the

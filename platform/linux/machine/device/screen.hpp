@@ -3,8 +3,8 @@
 
 namespace veltro::host {
 
-/// Pixels a point: `VELTRO_SCREEN_SCALE` as it stands at this moment where that is 1, 2 or 3,
-/// else 2.
+/// Pixels a point: `VELTRO_SCREEN_SCALE` as it stands at this moment, 1, 2 or 3; 2 where it is
+/// unset or empty, and where it is something else, which is reported.
 int screen_scale();
 
 } // namespace veltro::host

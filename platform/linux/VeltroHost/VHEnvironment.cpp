@@ -1,0 +1,32 @@
+#include <VeltroHost/VHEnvironment.h>
+
+#include "machine/device/environment.hpp"
+#include "machine/device/release.hpp"
+#include "machine/device/screen.hpp"
+#include "machine/log/early_log_line.hpp"
+#include "machine/log/log_line.hpp"
+#include "machine/log/log_sink.hpp"
+
+namespace {
+
+constinit bool started = false;
+
+/// Looks at the variables while the process starts: what is made of the release is fixed then, and
+/// a mistake is told where nothing asks for it again.
+[[maybe_unused]] const bool checked = [] {
+  using namespace veltro::host;
+  set_variable_reporter(VHReportEnvironment);
+  log_sink();
+  system_version();
+  screen_scale();
+  return started = true;
+}();
+
+} // namespace
+
+extern "C" void VHReportEnvironment(const char *problem) {
+  if (started)
+    veltro::host::log_line(problem);
+  else
+    veltro::host::early_log_line(problem);
+}
