@@ -3,13 +3,47 @@
 // "CET-1CEST,M3.5.0,M10.5.0/3".
 
 #include "frameworks/Foundation/replace_method.hpp"
-#include "frameworks/Foundation/time_zone_file.hpp"
+#include "frameworks/Foundation/time_zone_rules.hpp"
 #include "frameworks/Foundation/zone_rules.hpp"
 
 #import <Foundation/Foundation.h>
 
+#include <cmath>
 #include <cstdlib>
+#include <mutex>
 #include <span>
+
+@implementation VHRuleTimeZone
+
+- (instancetype)initWithRule:(NSString *)rule {
+  _rule = [rule copy];
+  return self;
+}
+
+- (void)dealloc {
+  [_rule release];
+  [super dealloc];
+}
+
+- (NSString *)name {
+  return _rule;
+}
+
+- (NSInteger)secondsFromGMTForDate:(NSDate *)date {
+  const auto time = static_cast<veltro::host::UnixTime>(std::floor([date timeIntervalSince1970]));
+  return veltro::host::rules_of(self, date)->offset_at(time);
+}
+
+- (BOOL)isDaylightSavingTimeForDate:(NSDate *)date {
+  return NO;
+}
+
+- (NSString *)abbreviationForDate:(NSDate *)date {
+  const NSInteger seconds = [self secondsFromGMTForDate:date];
+  return [[NSTimeZone timeZoneForSecondsFromGMT:seconds] abbreviationForDate:date];
+}
+
+@end
 
 namespace veltro::host {
 namespace {
@@ -17,21 +51,27 @@ namespace {
 using Method = NSTimeZone *(*)(Class, SEL);
 constinit Method gnustep_method = nullptr;
 
+std::mutex mutex;
+NSTimeZone *spelled_zone = nil; ///< the last one that TZ spelled
+
 /// Nil for a file that GNUstep would raise at.
-NSData *data_spelled_by(NSString *text) {
-  if ([text hasPrefix:@"/"]) {
-    NSData *const data = [NSData dataWithContentsOfFile:text];
-    const auto *const bytes = static_cast<const std::uint8_t *>([data bytes]);
-    return ZoneRules::parsed(std::span(bytes, [data length])) ? data : nil;
-  }
-  const auto file = time_zone_file([text UTF8String]);
-  return file ? [NSData dataWithBytes:file->data() length:file->size()] : nil;
+NSTimeZone *zone_of_file(NSString *path) {
+  NSData *const data = [NSData dataWithContentsOfFile:path];
+  const auto *const bytes = static_cast<const std::uint8_t *>([data bytes]);
+  if (!ZoneRules::parsed(std::span(bytes, [data length])))
+    return nil;
+  return [[[NSTimeZone alloc] initWithName:path data:data] autorelease];
 }
 
-/// GNUstep keeps the zone, and finds it by this name from then on.
-NSTimeZone *zone_spelled_by(NSString *text) {
-  NSData *const data = data_spelled_by(text);
-  return data != nil ? [[[NSTimeZone alloc] initWithName:text data:data] autorelease] : nil;
+NSTimeZone *zone_of_rule(NSString *rule) {
+  if (!ZoneRules::spelled([rule UTF8String]))
+    return nil;
+  const std::lock_guard lock(mutex);
+  if (![[spelled_zone name] isEqualToString:rule]) {
+    // The one before stays: who was given it does not own it.
+    spelled_zone = [[VHRuleTimeZone alloc] initWithRule:rule];
+  }
+  return spelled_zone;
 }
 
 NSTimeZone *system_time_zone(Class self, SEL selector) {
@@ -43,7 +83,7 @@ NSTimeZone *system_time_zone(Class self, SEL selector) {
   if ([text length] != 0) {
     zone = [NSTimeZone timeZoneWithName:text];
     if (zone == nil)
-      zone = zone_spelled_by(text);
+      zone = [text hasPrefix:@"/"] ? zone_of_file(text) : zone_of_rule(text);
   }
   return zone != nil ? zone : gnustep_method(self, selector);
 }

@@ -24,8 +24,12 @@ std::shared_ptr<const ZoneRules> rules_of(NSTimeZone *zone, NSDate *date) {
     return std::make_shared<const ZoneRules>(
         ZoneRules::fixed(static_cast<std::int32_t>([zone secondsFromGMTForDate:date])));
   };
-  if ([file length] == 0)
-    return fixed();
+  if ([file length] == 0) {
+    const auto spelled = [zone isKindOfClass:[VHRuleTimeZone class]]
+                             ? ZoneRules::spelled([[zone name] UTF8String])
+                             : std::nullopt;
+    return spelled ? std::make_shared<const ZoneRules>(*spelled) : fixed();
+  }
 
   const std::lock_guard lock(mutex);
   const char *name = [[zone name] UTF8String];

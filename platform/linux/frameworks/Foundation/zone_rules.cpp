@@ -3,6 +3,7 @@
 #include "frameworks/Foundation/civil_date.hpp"
 
 #include <algorithm>
+#include <string>
 
 namespace veltro::host {
 namespace {
@@ -242,6 +243,16 @@ std::optional<ZoneRules> ZoneRules::parsed(std::span<const std::uint8_t> file) {
     rules.rule_ = YearlyRule::parsed(footer.substr(0, footer.find('\n')));
   }
   return rules;
+}
+
+std::optional<ZoneRules> ZoneRules::spelled(std::string_view text) {
+  for (const char *const dates : {"", ",M3.2.0,M11.1.0"}) {
+    ZoneRules rules;
+    rules.rule_ = YearlyRule::parsed(std::string(text) + dates);
+    if (rules.rule_)
+      return rules;
+  }
+  return std::nullopt;
 }
 
 std::int32_t ZoneRules::offset_at(UnixTime time) const {

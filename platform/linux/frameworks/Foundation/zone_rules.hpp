@@ -26,9 +26,6 @@ public:
   static std::optional<YearlyRule> parsed(std::string_view text);
 
   [[nodiscard]] std::int32_t offset_at(UnixTime time) const;
-  [[nodiscard]] std::int32_t standard() const { return standard_; }
-  /// The offset of summer time; that of standard time where there is none.
-  [[nodiscard]] std::int32_t summer() const { return has_summer_ ? summer_ : standard_; }
   /// The transitions of year `year`, in order of time; none where the offset never changes.
   [[nodiscard]] std::vector<Transition> transitions_of(std::int64_t year) const;
 
@@ -60,6 +57,11 @@ public:
 
   /// The zone that the bytes of a time-zone file describe, or nothing where they are none.
   static std::optional<ZoneRules> parsed(std::span<const std::uint8_t> file);
+
+  /// The zone that a rule alone describes, as the C library understands one in TZ
+  /// ("CET-1CEST,M3.5.0,M10.5.0/3"): summer time without dates has those of the United States.
+  /// Nothing where `text` is no rule.
+  static std::optional<ZoneRules> spelled(std::string_view text);
 
   [[nodiscard]] std::int32_t offset_at(UnixTime time) const;
 

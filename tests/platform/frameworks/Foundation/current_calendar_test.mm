@@ -177,6 +177,9 @@ TEST(SystemTimeZone, IsTheOneThatTZSpells) {
     NSCalendar *const calendar = [NSCalendar currentCalendar];
     [calendar setTimeZone:zone];
     EXPECT_EQ([[calendar components:NSCalendarUnitHour fromDate:july] hour], 11) << text;
+    NSDate *const january = [NSDate dateWithTimeIntervalSince1970:1'704'103'200];
+    EXPECT_EQ([zone secondsFromGMTForDate:january], 3600) << text;
+    EXPECT_EQ([[calendar components:NSCalendarUnitHour fromDate:january] hour], 11) << text;
   }
   setenv("TZ", "UTC-3", 1);
   EXPECT_EQ([[NSTimeZone systemTimeZone] secondsFromGMTForDate:july], 10'800);

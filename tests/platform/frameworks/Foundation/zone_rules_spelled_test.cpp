@@ -1,5 +1,3 @@
-#include "frameworks/Foundation/time_zone_file.hpp"
-
 #include "frameworks/Foundation/civil_date.hpp"
 #include "frameworks/Foundation/zone_rules.hpp"
 
@@ -10,26 +8,21 @@ namespace {
 
 using namespace veltro::host;
 
-std::optional<ZoneRules> zone_of(const std::string &rule) {
-  const auto file = time_zone_file(rule);
-  return file ? ZoneRules::parsed(*file) : std::nullopt;
-}
-
 /// The offset at noon in Greenwich, in hours.
 double offset(const std::string &rule, int year, int month, int day = 1) {
-  const auto zone = zone_of(rule);
+  const auto zone = ZoneRules::spelled(rule);
   if (!zone)
     return -99;
   return zone->offset_at(days_from_civil(year, month, day) * kSecondsInDay + 43'200) / 3600.0;
 }
 
-TEST(TimeZoneFile, HoldsAnOffsetAlone) {
+TEST(SpelledZone, HasAnOffsetAlone) {
   EXPECT_EQ(offset("UTC-3", 2024, 7), 3);
   EXPECT_EQ(offset("<-0330>3:30", 1950, 7), -3.5);
   EXPECT_EQ(offset("XYZ0", 2100, 7), 0);
 }
 
-TEST(TimeZoneFile, HoldsSummerTimeInAndAfterTheTable) {
+TEST(SpelledZone, HasSummerTimeInEveryYear) {
   for (const int year : {1970, 1999, 2037, 2038, 2400}) {
     EXPECT_EQ(offset("CET-1CEST,M3.5.0,M10.5.0/3", year, 1), 1) << year;
     EXPECT_EQ(offset("CET-1CEST,M3.5.0,M10.5.0/3", year, 7), 2) << year;
@@ -38,22 +31,15 @@ TEST(TimeZoneFile, HoldsSummerTimeInAndAfterTheTable) {
   }
 }
 
-TEST(TimeZoneFile, TakesTheDatesOfTheUnitedStatesWhereThereAreNone) {
+TEST(SpelledZone, TakesTheDatesOfTheUnitedStatesWhereThereAreNone) {
   EXPECT_EQ(offset("CET-1CEST", 2024, 3, 9), 1);
   EXPECT_EQ(offset("CET-1CEST", 2024, 3, 11), 2);
   EXPECT_EQ(offset("CET-1CEST", 2024, 11, 4), 1);
 }
 
-TEST(TimeZoneFile, NamesBothTimes) {
-  const auto file = time_zone_file("CET-1<+02>,M3.5.0,M10.5.0/3");
-  ASSERT_TRUE(file);
-  const std::string bytes(file->begin(), file->end());
-  EXPECT_NE(bytes.find(std::string("CET\0+02\0", 8)), std::string::npos);
-}
-
-TEST(TimeZoneFile, IsNoneOfWhatIsNoRule) {
+TEST(SpelledZone, IsNoneOfWhatIsNoRule) {
   for (const char *text : {"", "bad", "Nowhere/At_All", "/path", "CET-1CEST,M3.5.0", "UTC-3x"})
-    EXPECT_FALSE(time_zone_file(text)) << text;
+    EXPECT_FALSE(ZoneRules::spelled(text)) << text;
 }
 
 } // namespace
