@@ -14,6 +14,8 @@ import patch_objects
 import stubs
 
 LINKER = 'ld64.lld.darwinold-13'
+# The linker leaves what it aligns functions with as it found the memory: glibc hands out zeros.
+ZEROED_MEMORY = {'MALLOC_PERTURB_': '255'}
 OLDEST, NEWEST = '6.0', '9.0'
 CPU_ARM, CPU_SUBTYPES = 12, {'armv7': 9, 'armv7s': 11}
 MH_DYLIB, MH_DYLDLINK, MH_TWOLEVEL = 6, 0x4, 0x80
@@ -77,7 +79,7 @@ def link(arch, install_name, imports, out, objects):
             [LINKER, '-arch', arch, '-ios_version_min', OLDEST, '-sdk_version', NEWEST, '-dylib',
              '-install_name', install_name, '-current_version', '1', '-compatibility_version', '1',
              '-o', f'{folder}/image', *inputs], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-            check=False)
+            check=False, env={**os.environ, **ZEROED_MEMORY})
         if result.returncode:
             sys.exit(result.stdout)
         image = read(f'{folder}/image')
@@ -88,6 +90,7 @@ def link(arch, install_name, imports, out, objects):
     patch_image.patch_lookups(image, looked_up & expected.imported)
     patch_image.patch_weak_imports(image, expected.weak | may_be_missing & expected.imported)
     patch_image.check_symbol_pointers(image)
+    patch_image.check_gaps(image, expected)
     patch_image.check_thumb_pointers(image)
     patch_image.check_protocols(image)
     write(out, image.data)

@@ -176,6 +176,8 @@ def leb(data, at):
     """An unsigned number of seven bits a byte, and where it ends."""
     value = shift = 0
     while True:
+        if at >= len(data):
+            raise Malformed('ends within a number')
         byte = data[at]
         at += 1
         value |= (byte & 0x7f) << shift

@@ -118,6 +118,17 @@ def patch_weak_imports(image, weak):
             image.put(at, macho.LC_LOAD_WEAK_DYLIB)
 
 
+def check_gaps(image, expected):
+    """That the linker was given zeroed memory: what is between two functions is zero in every build."""
+    text = section_named(image, '__text')
+    functions = sorted((symbol.value, symbol.name) for symbol in image.symbols() if symbol.thumb)
+    for (start, name), (following, _) in zip(functions, functions[1:]):
+        size = expected.function_sizes.get(name)
+        if size is not None and any(image.data[start + size - text.address + text.offset:
+                                               following - text.address + text.offset]):
+            raise macho.Malformed(f'what is behind {name} is not zero')
+
+
 def check_thumb_pointers(image):
     """That clear_thumb_addends was understood: pointers into the code lead to functions, with the Thumb bit."""
     text = section_named(image, '__text')

@@ -102,6 +102,7 @@ class Expectations:
         self.weak = set()  # symbols that may be missing
         self.imported = set()
         self.tail_calls = set()  # imported functions that are jumped to
+        self.function_sizes = {}  # by name; None where several have it
         self._defined = set()
         for obj in objects:
             self._take(obj)
@@ -113,7 +114,12 @@ class Expectations:
         self._defined |= {symbol.name for symbol in symbols if not symbol.undefined}
         self.weak |= {symbol.name for symbol in symbols
                       if symbol.undefined and symbol.description & macho.N_WEAK_REF}
-        for section in obj.sections():
+        for number, section in enumerate(obj.sections(), 1):
+            functions = sorted((symbol.value, symbol.name) for symbol in symbols
+                               if symbol.thumb and symbol.section == number)
+            ends = [value for value, _ in functions[1:]] + [section.address + section.size]
+            for (value, name), end in zip(functions, ends):
+                self.function_sizes[name] = None if name in self.function_sizes else end - value
             if section.name in RENAMED:
                 self.renamed.add(section.name)
             if section.name == '__objc_imageinfo':

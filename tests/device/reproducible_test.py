@@ -1,5 +1,5 @@
-"""reproducible_test.py FOLDER: the packages have the same bytes when a clone of the repository in another
-folder makes them. Works in FOLDER; files that are not committed yet are taken along."""
+"""reproducible_test.py FOLDER: slices, library and packages have the same bytes when a clone of the repository in
+another folder makes them. Works in FOLDER; files that are not committed yet are taken along."""
 import glob
 import os
 import shutil
@@ -15,11 +15,12 @@ def git(*arguments):
     return subprocess.run(['git', *arguments], check=True, capture_output=True, text=True).stdout
 
 
-def packages(root):
+def results(root):
     found = {}
-    for path in glob.glob(f'{root}/build/ios/*.deb'):
-        with open(path, 'rb') as file:
-            found[os.path.basename(path)] = file.read()
+    for pattern in ('*.deb', 'libveltro.dylib', '*/libveltro.dylib'):
+        for path in glob.glob(f'{root}/build/ios/{pattern}'):
+            with open(path, 'rb') as file:
+                found[os.path.relpath(path, root)] = file.read()
     return found
 
 
@@ -31,7 +32,7 @@ for path in git('ls-files', '-z', '--cached', '--others', '--exclude-standard').
         shutil.copy(path, f'{CLONE}/{path}')
 os.umask(0o077)  # as another user may have it
 subprocess.run([f'{CLONE}/scripts/ios'], check=True, stdout=subprocess.DEVNULL)
-ours, theirs = packages('.'), packages(CLONE)
+ours, theirs = results('.'), results(CLONE)
 different = [name for name in sorted(ours.keys() | theirs.keys()) if ours.get(name) != theirs.get(name)]
 shutil.rmtree(WORK)
-sys.exit(f'differ between folders: {", ".join(different)}' if different or len(ours) != 2 else 0)
+sys.exit(f'differ between folders: {", ".join(different)}' if different or len(ours) != 7 else 0)
