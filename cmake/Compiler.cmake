@@ -20,7 +20,7 @@ find_path(VELTRO_GNUSTEP_INCLUDE Foundation/Foundation.h PATHS /usr/include/GNUs
 
 set(VELTRO_OBJC_DEFINITIONS GNUSTEP GNUSTEP_BASE_LIBRARY=1 GNU_RUNTIME=1 _NATIVE_OBJC_EXCEPTIONS)
 set(VELTRO_OBJC_OPTIONS -fblocks -fobjc-runtime=gcc -fconstant-string-class=NSConstantString
-                        -fexceptions -fobjc-exceptions)
+                        -fexceptions)
 # The blocks runtime is veltro-host's own (platform/linux/frameworks/libSystem), which stands before GNUstep's.
 set(VELTRO_OBJC_LIBRARIES -lgnustep-base -lobjc)
 

@@ -11,6 +11,9 @@ install(DIRECTORY tools/veltro/Resources/ DESTINATION ${CMAKE_INSTALL_BINDIR}/Re
 install(DIRECTORY include/veltro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY platform/include/ platform/linux/objc-support/
         DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR})
+# GCC's headers of the runtime's interface, which lie in a folder of one release of GCC: what is installed
+# here outlives an upgrade of GCC.
+install(DIRECTORY ${VELTRO_GCC_OBJC_INCLUDE}/objc DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR}/gcc)
 set_target_properties(veltro-tool PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(veltro PROPERTIES INSTALL_RPATH "$ORIGIN")
 

@@ -1,27 +1,62 @@
 #!/bin/sh
 # install_test.sh BUILD CONSUMER COMPILER: installs the build into a scratch prefix and builds a small
-# outside program against it, through pkg-config and through the CMake package, and runs it.
+# outside program of all four languages against it, through pkg-config and through the CMake package,
+# with each compiler for its C and C++ files, and runs it.
 set -eu
 build=$1 consumer=$2 compiler=$3
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-cmake --install "$build" --prefix "$scratch/prefix" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
+prefix=$scratch/prefix
+cmake --install "$build" --prefix "$prefix" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
 export HOME="$scratch/home" VELTRO_ROOT="$scratch/root" VELTRO_SYSTEM_VERSION=8.4.1
+export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
 
 check() { [ "$1" = "$2" ] || { echo "$3 printed: $1"; exit 1; }; }
-expected="release 8.4.1, class ZLTUtils, blocks retain"
+expected="release 8.4.1, class ZLTUtils, blocks retain, notifications arrive, processes listed"
 
-flags=$(PKG_CONFIG_PATH="$scratch/prefix/lib/pkgconfig" pkg-config --cflags --libs veltro)
-# shellcheck disable=SC2086 # the flags are meant to be split
-"$compiler" -x objective-c++ -std=c++20 "$consumer/main.mm" -o "$scratch/by-pkg-config" $flags
-check "$("$scratch/by-pkg-config")" "$expected" "the program built through pkg-config"
+# by_pkg_config C CXX FLAGS: plain C and C++ are compiled with FLAGS, Objective-C with all of the package's.
+by_pkg_config() {
+  out=$scratch/by-$1
+  mkdir "$out"
+  for file in object.m main.mm; do
+    case $file in *.m) language=objective-c ;; *) language="objective-c++ -std=c++20" ;; esac
+    # shellcheck disable=SC2046,SC2086 # the flags are meant to be split
+    "$compiler" -x $language -Wall -Werror $(pkg-config --cflags veltro) -c "$consumer/$file" -o "$out/$file.o"
+  done
+  # shellcheck disable=SC2086
+  "$1" -Wall -Werror $3 -c "$consumer/plain.c" -o "$out/plain.c.o"
+  # shellcheck disable=SC2086
+  "$2" -std=c++20 -Wall -Werror $3 -c "$consumer/plain.cpp" -o "$out/plain.cpp.o"
+  # shellcheck disable=SC2046
+  "$2" "$out"/*.o $(pkg-config --libs veltro) -o "$out/consumer"
+  check "$("$out/consumer")" "$expected" "the program built through pkg-config with $2"
+}
+by_pkg_config clang-19 "$compiler" "$(pkg-config --cflags veltro)"
+by_pkg_config gcc g++ "$(pkg-config --cflags-only-I veltro)"
 
-cmake -G Ninja -S "$consumer" -B "$scratch/tree" -DCMAKE_PREFIX_PATH="$scratch/prefix" \
-  -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_OBJCXX_COMPILER="$compiler" >"$scratch/log" &&
-  cmake --build "$scratch/tree" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
-check "$("$scratch/tree/consumer")" "$expected" "the program built through the CMake package"
+# All of it in one command, as the README has it.
+# shellcheck disable=SC2046
+"$compiler" -x objective-c++ -std=c++20 "$consumer/main.mm" -x none "$scratch"/by-gcc/[op]*.o \
+  $(pkg-config --cflags --libs veltro) -o "$scratch/in-one"
+check "$("$scratch/in-one")" "$expected" "the program built in one command"
 
-check "$("$scratch/prefix/bin/veltro" info | head -n 1)" "release: 8.4.1" "the installed tool"
-[ -f "$scratch/prefix/bin/Resources/veltro/de.lproj/Localizable.strings" ] ||
+by_cmake() {
+  tree=$scratch/tree-$1
+  cmake -G Ninja -S "$consumer" -B "$tree" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$1" \
+    -DCMAKE_CXX_COMPILER="$2" -DCMAKE_OBJC_COMPILER="$compiler" -DCMAKE_OBJCXX_COMPILER="$compiler" >"$scratch/log" &&
+    cmake --build "$tree" >"$scratch/log" || { cat "$scratch/log"; exit 1; }
+  check "$("$tree/consumer")" "$expected" "the program built through the CMake package with $2"
+}
+by_cmake clang-19 "$compiler"
+by_cmake gcc g++
+
+# One release of GCC must not be named in what outlives it.
+if grep -rE '/gcc/[^/ ]+/[0-9]' "$prefix/lib/pkgconfig" "$prefix/lib/cmake"; then
+  echo "the lines above name a folder of one GCC"
+  exit 1
+fi
+
+check "$("$prefix/bin/veltro" info | head -n 1)" "release: 8.4.1" "the installed tool"
+[ -f "$prefix/bin/Resources/veltro/de.lproj/Localizable.strings" ] ||
   { echo "the installed tool lacks its tables"; exit 1; }

@@ -1,28 +1,28 @@
+#include "parts.h"
+
 #import <UIKit/UIKit.h>
 #import <veltro/veltro.h>
 
+#include <Block.h>
 #include <cstdio>
-
-extern "C" void *_Block_copy(const void *block);
-extern "C" void _Block_release(const void *block);
 
 /// Whether a block on the heap holds what it captures, whichever blocks runtimes are linked.
 bool blocks_retain() {
   NSObject *const object = [[[NSObject alloc] init] autorelease];
-  void *const block = _Block_copy((const void *)^{
+  void (^const block)() = Block_copy(^{
     [object self];
   });
   const bool retained = [object retainCount] == 2;
-  _Block_release(block);
+  Block_release(block);
   return retained && [object retainCount] == 1;
 }
 
 int main() {
   @autoreleasepool {
-    std::printf("release %s, class %s, blocks %s\n",
-                [[[UIDevice currentDevice] systemVersion] UTF8String],
-                [NSStringFromClass([ZLTUtils class]) UTF8String],
-                blocks_retain() ? "retain" : "do not retain");
+    std::printf("release %s, class %s, blocks %s, notifications %s, processes %s\n",
+                [[[UIDevice currentDevice] systemVersion] UTF8String], class_name(),
+                blocks_retain() ? "retain" : "do not retain",
+                notifications_arrive() ? "arrive" : "are lost", processes() ? "listed" : "missing");
   }
   return 0;
 }

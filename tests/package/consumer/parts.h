@@ -1,0 +1,19 @@
+// What the files of the consumer offer each other: one of every language.
+#pragma once
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Whether a notification of the platform reaches its observer; in C.
+int notifications_arrive(void);
+
+/// The number of processes in the platform's table; in C++.
+unsigned long processes(void);
+
+/// The name of the library's class, as long as the program runs; in Objective-C.
+const char *class_name(void);
+
+#ifdef __cplusplus
+}
+#endif
