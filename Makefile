@@ -38,8 +38,10 @@ lint:
 	@scripts/install-deps bench
 	@scripts/lint
 
+# With DEBUG=1 the debug information as well.
 install: build
 	@cmake --install build --prefix "$(PREFIX)"
+	@$(if $(DEBUG),cmake --install build --prefix "$(PREFIX)" --component debug)
 
 clean:
 	@rm -rf build

@@ -5,9 +5,27 @@ include(CMakePackageConfigHelpers)
 
 set(VELTRO_PLATFORM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/veltro-platform)
 
+# Stripped; the component `debug` lays the debug information beside what was installed before, where gdb looks for it.
+install(CODE "set(CMAKE_INSTALL_DO_STRIP TRUE)" ALL_COMPONENTS)
 install(TARGETS veltro veltro-host LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS veltro-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY tools/veltro/Resources/ DESTINATION ${CMAKE_INSTALL_BINDIR}/Resources/veltro)
+foreach(target veltro veltro-host veltro-tool)
+  set(folder ${CMAKE_INSTALL_LIBDIR})
+  if(target STREQUAL veltro-tool)
+    set(folder ${CMAKE_INSTALL_BINDIR})
+  endif()
+  install(CODE "
+    set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${folder}\")
+    set(information \"\${folder}/.debug/$<TARGET_FILE_NAME:${target}>.debug\")
+    message(STATUS \"Installing: \${information}\")
+    file(MAKE_DIRECTORY \"\${folder}/.debug\")
+    execute_process(COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> \"\${information}\"
+                    COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND ${CMAKE_OBJCOPY} \"--add-gnu-debuglink=\${information}\" \"\${folder}/$<TARGET_FILE_NAME:${target}>\"
+                    COMMAND_ERROR_IS_FATAL ANY)"
+    COMPONENT debug EXCLUDE_FROM_ALL)
+endforeach()
+install(DIRECTORY tools/veltro/Resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro)
 install(DIRECTORY include/veltro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY platform/include/ platform/linux/objc-support/
         DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR})

@@ -58,5 +58,25 @@ if grep -rE '/gcc/[^/ ]+/[0-9]' "$prefix/lib/pkgconfig" "$prefix/lib/cmake"; the
 fi
 
 check "$("$prefix/bin/veltro" info | head -n 1)" "release: 8.4.1" "the installed tool"
-[ -f "$prefix/bin/Resources/veltro/de.lproj/Localizable.strings" ] ||
-  { echo "the installed tool lacks its tables"; exit 1; }
+
+# The tool's own tables, which lie in share/veltro from its executable, in the build tree and where it is installed.
+for language in de fr; do
+  "$prefix/bin/veltro" view loading --language $language -o "$scratch/$language.png"
+done
+"$build/bin/veltro" view loading --language de -o "$scratch/built-de.png"
+cmp "$scratch/de.png" "$scratch/built-de.png"
+! cmp -s "$scratch/de.png" "$scratch/fr.png" || { echo "the installed tool lacks its tables"; exit 1; }
+
+# Stripped; the debug information lies beside on request, and gdb finds it.
+programs="lib/libveltro.so.0 lib/libveltro-host.so.0 bin/veltro"
+for program in $programs; do
+  ! readelf -S --wide "$prefix/$program" | grep -E ' \.(symtab|debug_info) ' || { echo "$program is not stripped"; exit 1; }
+done
+cmake --install "$build" --prefix "$prefix" --component debug >"$scratch/log" || { cat "$scratch/log"; exit 1; }
+for program in $programs; do
+  file=$(readlink -f "$prefix/$program")
+  readelf -S --wide "$(dirname "$file")/.debug/$(basename "$file").debug" 2>/dev/null | grep -q ' \.debug_info ' ||
+    { echo "$program has no debug information beside it"; exit 1; }
+  readelf -p .gnu_debuglink "$file" | grep -q "$(basename "$file").debug" || { echo "$program does not name it"; exit 1; }
+done
+"$prefix/bin/veltro" --help >/dev/null

@@ -7,7 +7,9 @@
 //  - a path answers the bundle at that path, where GNUstep answers an older one with the same
 //    identifier;
 //  - an identifier finds the system's frameworks too. It does not find apps that no bundle object
-//    of this process stands for, neither does the device.
+//    of this process stands for, neither does the device;
+//  - the main bundle of a program NAME without GNUstep's folder Resources/NAME beside it is
+//    ../share/NAME, where installed programs keep their files.
 // +allBundles lists GNUstep's own only.
 
 #import <Foundation/Foundation.h>
@@ -45,9 +47,18 @@ NSString *on_this_machine(NSString *path) {
   return is_folder(in_root) ? in_root : path;
 }
 
+/// ../share/NAME for a main bundle BIN/Resources/NAME that is not there, else `path`.
+NSString *shared_folder(NSString *path) {
+  NSString *bin = [[path stringByDeletingLastPathComponent] stringByDeletingLastPathComponent];
+  NSString *shared =
+      [[[bin stringByDeletingLastPathComponent] stringByAppendingPathComponent:@"share"]
+          stringByAppendingPathComponent:[path lastPathComponent]];
+  return !is_folder(path) && is_folder(shared) ? shared : path;
+}
+
 id init_with_path(NSBundle *self, SEL command, NSString *path) {
   if (making_main_bundle)
-    return gnustep_init(self, command, path);
+    return gnustep_init(self, command, shared_folder(path));
   NSString *place = on_this_machine(path);
   if (is_folder(place))
     return veltro::host::bundle_at(place, self);
