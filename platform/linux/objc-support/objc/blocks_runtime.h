@@ -1,3 +1,3 @@
-// GNUstep's headers ask for the blocks runtime by this name; on Linux it is BlocksRuntime's.
+// GNUstep's headers ask for the blocks runtime by this name.
 #pragma once
 #include <Block.h>
