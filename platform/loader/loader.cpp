@@ -1,0 +1,131 @@
+// The order of things: everything is read and checked before this process is changed, and what can
+// still be missing is looked for before the runtime is told of the first class, which it never
+// forgets.
+
+#include "VeltroLoader/VeltroLoader.h"
+#include "call_frames.hpp"
+#include "constant_strings.hpp"
+#include "exports.hpp"
+#include "memory.hpp"
+#include "objc_registration.hpp"
+#include "symbols.hpp"
+#include "unwind_info.hpp"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <memory>
+#include <mutex>
+#include <sys/stat.h>
+#include <unistd.h>
+
+extern "C" void __register_frame(void *frames);
+
+struct VLImage {
+  veltro::loader::Memory memory;
+  veltro::loader::Exports exports;
+  std::vector<uint8_t> frames; // the unwinder keeps reading them
+};
+
+namespace veltro::loader {
+namespace {
+
+/// Images that were loaded, which stay.
+struct Loaded {
+  std::mutex mutex;
+  std::vector<std::unique_ptr<VLImage>> images;
+};
+
+Loaded &loaded() {
+  // Not destroyed: code of the images may still run while the process ends.
+  static auto *const all = new Loaded;
+  return *all;
+}
+
+void *find_in(const VLImage &image, std::string_view name) {
+  const auto found = image.exports.find(name);
+  return found != image.exports.end() ? image.memory.at(found->second) : nullptr;
+}
+
+void *find_loaded(std::string_view name) {
+  for (const auto &image : loaded().images)
+    if (void *const found = find_in(*image, name))
+      return found;
+  return nullptr;
+}
+
+std::vector<uint8_t> read_file(const char *path) {
+  const int file = open(path, O_RDONLY | O_CLOEXEC);
+  if (file < 0)
+    throw Unloadable(std::strerror(errno));
+  struct stat status{};
+  std::vector<uint8_t> bytes;
+  ssize_t count = -1;
+  if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+    bytes.resize(size_t(status.st_size));
+    size_t have = 0;
+    while ((count = read(file, bytes.data() + have, bytes.size() - have)) > 0)
+      have += size_t(count);
+    bytes.resize(have);
+  }
+  const int error = errno;
+  close(file);
+  if (!S_ISREG(status.st_mode))
+    throw Unloadable("not a file");
+  if (count < 0)
+    throw Unloadable(std::strerror(error));
+  return bytes;
+}
+
+std::vector<uint8_t> call_frames(const std::vector<FrameEntry> &entries, const Memory &memory) {
+  CallFrameWriter writer(
+      kThisProcessor, [&](uint64_t address) { return uint64_t(memory.at(address)); },
+      [&](uint64_t address) { return uint64_t(memory.get<uintptr_t>(address)); });
+  for (const FrameEntry &entry : entries)
+    writer.add(entry);
+  return writer.finish();
+}
+
+VLImage *load(const char *path) {
+  const std::vector<uint8_t> file = read_file(path);
+  const std::scoped_lock lock(loaded().mutex);
+  const Image image(slice_for({file, "the file"}, kThisProcessor), kThisProcessor);
+  Exports exports = read_exports(image);
+  const objc::Metadata metadata = objc::read_metadata(image);
+  const std::vector<FrameEntry> frames = read_unwind_info(image);
+  objc::check_constant_strings(metadata, image);
+
+  const std::vector<void *> imports = resolve_imports(image.fixups().symbols, find_loaded);
+  objc::check_registration(metadata);
+  auto result = std::unique_ptr<VLImage>(new VLImage{Memory(image), std::move(exports), {}});
+  Memory &memory = result->memory;
+  memory.rebase(image.fixups().rebases);
+  for (const Bind &bind : image.fixups().binds) {
+    const auto target = reinterpret_cast<uintptr_t>(imports[bind.symbol]);
+    memory.put(bind.address, target != 0 ? target + uintptr_t(bind.addend) : 0);
+  }
+  result->frames = call_frames(frames, memory);
+
+  objc::register_metadata(metadata, memory);
+  memory.protect_constants(image.header());
+  __register_frame(result->frames.data());
+  memory.keep();
+  loaded().images.push_back(std::move(result));
+  return loaded().images.back().get();
+}
+
+} // namespace
+} // namespace veltro::loader
+
+VLImage *VLImageLoad(const char *path, char **error) {
+  try {
+    return veltro::loader::load(path);
+  } catch (const std::exception &reason) {
+    if (error)
+      *error = strdup((std::string(path) + ": " + reason.what()).c_str());
+    return nullptr;
+  }
+}
+
+void *VLImageFindSymbol(const VLImage *image, const char *name) {
+  return veltro::loader::find_in(*image, "_" + std::string(name));
+}
