@@ -2,6 +2,7 @@
 itself, and a -dev package to link against. The same inputs and the same EPOCH (the commit's time)
 make the same bytes."""
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -9,7 +10,8 @@ import sys
 version, epoch, out = sys.argv[1:]
 LIBRARY = 'Library/MobileSubstrate/DynamicLibraries/libveltro.dylib'
 TARGETS = '[ armv7-ios, armv7s-ios, arm64-ios ]'
-MAINTAINER = 'The libveltro developers <developers@veltro.invalid>'
+with open('CMakeLists.txt', encoding='utf-8') as project:
+    HOMEPAGE, MAINTAINER = re.search(r'HOMEPAGE_URL (\S+).*?VELTRO_MAINTAINER "(.*?)"', project.read(), re.DOTALL).groups()
 
 
 def exports():
@@ -40,11 +42,13 @@ def make(name, fill, **fields):
     shutil.rmtree(tree, ignore_errors=True)
     os.makedirs(f'{tree}/DEBIAN')
     fill(tree)
+    os.makedirs(f'{tree}/usr/share/doc/{name}')
+    shutil.copy('LICENSE', f'{tree}/usr/share/doc/{name}/copyright')
     paths = [os.path.join(folder, entry) for folder, folders, files in os.walk(tree)
              for entry in folders + files]
     size = sum(os.path.getsize(path) for path in paths if os.path.isfile(path))
     control = {'Package': name, 'Version': version, 'Architecture': 'iphoneos-arm',
-               'Maintainer': MAINTAINER, 'Author': MAINTAINER,
+               'Maintainer': MAINTAINER, 'Author': MAINTAINER, 'Homepage': HOMEPAGE,
                'Installed-Size': str(-(-size // 1024)), **fields}
     with open(f'{tree}/DEBIAN/control', 'w', encoding='utf-8') as file:
         file.write(''.join(f'{key.replace("_", "-")}: {value}\n' for key, value in control.items()))
@@ -73,7 +77,11 @@ make('com.norvane.libveltro', fill_library, Name='libveltro', Section='System',
      Depends='firmware (>= 6.0)',
      Description='Shared support library of a messaging add-on\n'
                  ' A request channel to the add-on\'s server, process control, a keychain store,\n'
-                 ' platform and date helpers, and a few views.')
+                 ' platform and date helpers, and a few views, for the components of the add-on. It\n'
+                 ' shows nothing by itself: packages whose components use it depend on it.')
 make('com.norvane.libveltro-dev', fill_development, Name='libveltro (development)',
      Section='Development', Depends=f'com.norvane.libveltro (= {version})',
-     Description='Headers and stub of libveltro\n What an add-on needs to be linked with -lveltro.')
+     Description='Headers and stub of libveltro\n'
+                 ' What a component is built with: unpack it, compile with -I usr/include and\n'
+                 ' #import <veltro/veltro.h> (or -fmodules and @import veltro), link with\n'
+                 ' -L usr/lib -lveltro.')

@@ -203,9 +203,12 @@ def check_package():
     for path in packages:
         fields = dict(line.split(': ', 1) for line in run('dpkg-deb', '-f', path).splitlines() if ': ' in line)
         expect(fields.get('Architecture') == 'iphoneos-arm', f'{path}: architecture')
-        for field in ('Package', 'Version', 'Maintainer', 'Section', 'Installed-Size', 'Depends', 'Description'):
+        for field in ('Package', 'Version', 'Section', 'Installed-Size', 'Depends', 'Description'):
             expect(fields.get(field), f'{path}: no {field}')
+        expect(fields.get('Homepage', '').startswith('https://'), f'{path}: Homepage')
+        expect(re.fullmatch(r'.+ <\S+@(?!.*\.(invalid|example)>)\S+>', fields.get('Maintainer', '')), f'{path}: Maintainer')
         files = run('dpkg-deb', '-c', path)
+        expect(f"./usr/share/doc/{fields.get('Package')}/copyright\n" in files, f'{path}: no licence')
         if fields.get('Package') == 'com.norvane.libveltro':
             expect(fields.get('Depends') == 'firmware (>= 6.0)', f'{path}: Depends')
             expect(f'.{INSTALL_NAME}\n' in files, f'{path}: no library at its path')
