@@ -88,7 +88,21 @@ class Send(Tool):
         self.assert_no(ended, b'empty reply: ')
 
     def test_a_file_that_cannot_be_read(self):
-        self.assert_no(self.veltro('send', '5', '--file', '/nowhere'), b'cannot read /nowhere')
+        self.assert_no(self.veltro('send', '5', '--file', '/nowhere'),
+                       rb'cannot read /nowhere: No such file or directory\Z')
+        self.assert_no(self.veltro('send', '5', '--file', '/'), rb'cannot read /: Is a directory\Z')
+
+    def test_a_timeout_ends_the_waiting(self):
+        with socket.create_server(('127.0.0.1', 0)) as server:
+            ended = self.veltro('send', '5', '--text', 'x', '--timeout', '0.2', '--port',
+                                str(server.getsockname()[1]))
+        self.assert_no(ended, rb'no reply within 0\.2 seconds\Z')
+        self.assertEqual(ended.stdout, b'')
+        self.assertEqual(self.output('send', '5', '--text', 'in time', '--timeout', '60'), b'in time')
+
+    def test_quiet_leaves_the_log_out(self):
+        ended = self.veltro('send', '-q', '5', '--text', 'x')
+        self.assertEqual((ended.returncode, ended.stdout, ended.stderr), (0, b'x', b''))
 
     def test_a_reply_that_cannot_be_written(self):
         with open('/dev/full', 'wb') as full:

@@ -1,6 +1,7 @@
 // veltro chat: the conversations of the reference messenger.
 
 #include "commands.hpp"
+#include "io/checks.hpp"
 #include "io/exit.hpp"
 #include "io/json.hpp"
 #include "io/messenger.hpp"
@@ -177,8 +178,10 @@ void add_chat(CLI::App &app, Action &run) {
   const auto options = std::make_shared<ChatOptions>();
   const auto add = [&](const char *name, const char *help, int (*action)(const ChatOptions &)) {
     CLI::App *command = chat->add_subcommand(name, help);
-    command->add_option("--port", options->port,
-                        "The messenger's port (else the one that is published)");
+    command
+        ->add_option("--port", options->port,
+                     "The messenger's port (else the one that is published)")
+        ->check(port_check());
     command->add_flag("--json", options->json, "Print one JSON object a line");
     command->callback(
         [options, action, &run] { run = [options, action] { return action(*options); }; });
@@ -193,8 +196,7 @@ void add_chat(CLI::App &app, Action &run) {
 
   add("chats", "List the chats, the one with the newest message first", print_chats);
   CLI::App *command = add_for_user("read", "Print the messages with a user, oldest first", read);
-  command->add_option("--last", options->last, "Only the newest so many")
-      ->check(CLI::NonNegativeNumber);
+  command->add_option("--last", options->last, "Only the newest so many")->check(count_check());
   command->add_option(
       "--since", options->since,
       "Only those since a time (seconds since 1970, or 2026-11-21[T10:00:00[.250]Z])");

@@ -1,6 +1,7 @@
 // veltro keep-alive: holds the process assertion on the messaging app.
 
 #include "commands.hpp"
+#include "io/checks.hpp"
 #include "io/exit.hpp"
 
 #import <VeltroHost/VeltroHost.h>
@@ -73,7 +74,7 @@ void add_keep_alive(CLI::App &app, Action &run) {
                     "suspended until Ctrl-C");
   const auto seconds = std::make_shared<std::optional<double>>();
   command->add_option("--for", *seconds, "Give up after so many seconds")
-      ->check(CLI::Range(0.0, 1e9));
+      ->check(seconds_check(0, kMostSeconds));
   command->callback([seconds, &run] { run = [seconds] { return keep_alive(*seconds); }; });
 }
 

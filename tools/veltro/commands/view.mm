@@ -1,6 +1,7 @@
 // veltro view: the library's views as pictures.
 
 #include "commands.hpp"
+#include "io/checks.hpp"
 #include "io/exit.hpp"
 #include "io/whole_file.hpp"
 #include "view/shown_view.hpp"
@@ -65,9 +66,7 @@ bool parse_size(const std::string &text, CGSize &size) {
 
 /// What is wrong with the options, or nothing; `size` becomes the view's.
 std::string problem_with(const ViewOptions &options, CGSize &size) {
-  if ((options.out.empty() ? 0 : 1) + (options.animation.empty() ? 0 : 1) +
-          (options.window ? 1 : 0) !=
-      1)
+  if (options.out.empty() && options.animation.empty() && !options.window)
     return "one of --out, --animate and --window is needed";
   if (options.animation.ends_with(".gif"))
     return "an animation is a PNG file";
@@ -115,13 +114,20 @@ void add_view(CLI::App &app, Action &run) {
   command->add_option("KIND", options->kind, "loading or alert")
       ->required()
       ->check(CLI::IsMember({"loading", "alert"}));
-  command->add_option("-o,--out", options->out, "Draw it to this PNG file (- for standard output)");
-  command->add_option("--animate", options->animation,
-                      "Draw the spinner's whole turn to this animated PNG file (APNG)");
+  CLI::Option *const out = command->add_option("-o,--out", options->out,
+                                               "Draw it to this PNG file (- for standard output)");
+  CLI::Option *const animation =
+      command
+          ->add_option("--animate", options->animation,
+                       "Draw the spinner's whole turn to this animated PNG file (APNG)")
+          ->excludes(out);
   CLI::Option *const window =
-      command->add_flag("--window", options->window,
-                        "Show it live in a window, until that is closed or a button is clicked, "
-                        "whose title is printed");
+      command
+          ->add_flag("--window", options->window,
+                     "Show it live in a window, until that is closed or a button is clicked, "
+                     "whose title is printed")
+          ->excludes(out)
+          ->excludes(animation);
   command->add_option("--size", options->size,
                       "WIDTHxHEIGHT of the loading view in points (default: 100x100)");
   command
@@ -136,7 +142,7 @@ void add_view(CLI::App &app, Action &run) {
   command->add_option("--at", options->at, "Seconds that the spinner has been turning")
       ->excludes(window)
       ->capture_default_str()
-      ->check(CLI::Range(0.0, 1e6));
+      ->check(seconds_check(0, 1e6));
   command->add_option("--title", options->title, "The title of the alert");
   command->add_option("--message", options->message, "The message of the alert");
   command
