@@ -15,6 +15,7 @@
 #import <objc/runtime.h>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -31,6 +32,8 @@ std::vector<std::uintptr_t> stack_depths;
 void (^assertion_handler)(BOOL);
 bool launch_raises;
 bool raised_is_freed;
+bool stops_while_dropped; ///< whether the assertion drops itself once more while it goes
+std::size_t lines_when_scheduled;
 
 void note(const std::string &call) {
   calls.push_back(call + ([NSThread isMainThread] ? "" : " elsewhere"));
@@ -49,6 +52,7 @@ void note_depth() {
 extern "C" {
 
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t delta) {
+  lines_when_scheduled = logged_lines().size();
   note("dispatch_time " + std::to_string(when) + ' ' + std::to_string(delta));
   return 4711;
 }
@@ -85,6 +89,8 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
 }
 - (void)dealloc {
   note("dealloc after " + std::to_string(logged_lines().size()) + " lines");
+  if (std::exchange(stops_while_dropped, false))
+    [ZLTUtils stopProcessAssertion];
   [super dealloc];
 }
 @end
@@ -196,7 +202,7 @@ TEST_F(ProcessControlContract, LaunchesAnyAppLater) {
 
 TEST_F(ProcessControlContract, LogsBeforeItSchedules) {
   [ZLTUtils launchApplication:@"org.example.other"];
-  EXPECT_EQ(logged_lines().size(), 1U);
+  EXPECT_EQ(lines_when_scheduled, 1U);
 }
 
 TEST_F(ProcessControlContract, LaunchesTheMessagingAppUnlessItRuns) {
@@ -306,6 +312,15 @@ TEST_F(ProcessControlContract, DropsAHeldAssertionOnce) {
   [ZLTUtils stopProcessAssertion];
   EXPECT_EQ(calls.size(), 2U);
   EXPECT_EQ(logged_lines().size(), 1U);
+}
+
+TEST_F(ProcessControlContract, HoldsNoneAnyMoreWhileTheDroppedOneGoes) {
+  [ZLTUtils startProcessAssertion];
+  calls.clear();
+  stops_while_dropped = true;
+  [ZLTUtils stopProcessAssertion];
+  EXPECT_THAT(calls, ElementsAre("invalidate", "dealloc after 0 lines"));
+  EXPECT_THAT(logged_lines(), ElementsAre(dropped));
 }
 
 TEST_F(ProcessControlContract, SaysNothingWhereNoneIsHeld) {

@@ -251,6 +251,37 @@ TEST_F(Messages, DaysBeforeNowAreSubtractedFromNow) {
   EXPECT_THAT(to_calendars(), ElementsAre("currentCalendar", "fresh add -3 options 0"));
 }
 
+NSDate *marked() {
+  return [NSDate distantFuture];
+}
+NSInteger given_days = 0;
+NSDate *given_date = nil;
+NSDate *marked_before_now(Class /*self*/, SEL /*selector*/, NSInteger days) {
+  given_days = days;
+  return marked();
+}
+NSDate *marked_subtraction(NSDate *self, SEL /*selector*/, NSInteger days) {
+  given_date = self;
+  given_days = days;
+  return marked();
+}
+
+TEST_F(Messages, YesterdayIsAskedForAsOneDayBeforeNow) {
+  const ReplacedMethod<decltype(&marked_before_now)> replaced(
+      object_getClass([NSDate class]), @selector(veltro_dateWithDaysBeforeNow:),
+      &marked_before_now);
+  EXPECT_EQ([NSDate veltro_dateYesterday], marked());
+  EXPECT_EQ(given_days, 1);
+}
+
+TEST_F(Messages, DaysBeforeNowAreAskedOfNow) {
+  const ReplacedMethod<decltype(&marked_subtraction)> replaced(
+      [NSDate class], @selector(veltro_dateBySubtractingDays:), &marked_subtraction);
+  EXPECT_EQ([NSDate veltro_dateWithDaysBeforeNow:3], marked());
+  EXPECT_EQ(given_days, 3);
+  EXPECT_EQ([given_date timeIntervalSince1970], 1'400'000'000);
+}
+
 TEST_F(Messages, LastWeekIsCountedInSeconds) {
   [date_ veltro_isLastWeek];
   EXPECT_EQ(messages.front(), "date");

@@ -545,6 +545,16 @@ id answer_main_bundle(id /*self*/, SEL /*selector*/) {
   return main_bundle;
 }
 
+bool error_was_made = false;
+NSDictionary *given_information = nil;
+
+id error_made(Class /*self*/, SEL /*selector*/, NSString *domain, NSInteger code,
+              NSDictionary *information) {
+  error_was_made = true;
+  given_information = information;
+  return [[[NSError alloc] initWithDomain:domain code:code userInfo:information] autorelease];
+}
+
 TEST(ErrorWithCode, LooksItsTextUpInTheMainBundlesTable) {
   main_bundle = [NSBundle bundleWithPath:@"/"];
   ASSERT_NE(main_bundle, nil);
@@ -563,8 +573,14 @@ TEST(ErrorWithCode, LooksItsTextUpInTheMainBundlesTable) {
   EXPECT_TRUE([[error userInfo]
       isEqual:dictionary(@[ NSLocalizedDescriptionKey ], @[ @"Nothing there." ])]);
   translation = nil;
-  error = [ZLTKeyChainQuery errorWithCode:errSecItemNotFound];
-  EXPECT_EQ([[error userInfo] count], 0U);
+  {
+    const ReplacedMethod recorded(
+        class_getClassMethod([NSError class], @selector(errorWithDomain:code:userInfo:)),
+        error_made);
+    error = [ZLTKeyChainQuery errorWithCode:errSecItemNotFound];
+  }
+  ASSERT_TRUE(error_was_made);
+  EXPECT_EQ(given_information, nil) << "none, where an empty one would do";
   EXPECT_EQ([error code], errSecItemNotFound);
 }
 

@@ -22,6 +22,10 @@ using Frame = CGRect (*)(id, SEL);
 
 Setter add_subview;
 Setter set_text;
+Setter set_background;
+void (*set_radius)(id, SEL, CGFloat);
+void (*set_masks)(id, SEL, BOOL);
+void (*set_autoresizing)(id, SEL, NSUInteger);
 Getter start_animating;
 Getter get_layer;
 Localize localize;
@@ -57,6 +61,26 @@ void recorded_add(id self, SEL selector, id view) {
 void recorded_text(id self, SEL selector, id text) {
   messages.emplace_back("setText:");
   set_text(self, selector, text);
+}
+
+void recorded_background(id self, SEL selector, id color) {
+  messages.push_back(std::string("setBackgroundColor: of ") + class_getName(object_getClass(self)));
+  set_background(self, selector, color);
+}
+
+void recorded_radius(id self, SEL selector, CGFloat radius) {
+  messages.push_back("setCornerRadius: " + std::to_string(radius));
+  set_radius(self, selector, radius);
+}
+
+void recorded_masks(id self, SEL selector, BOOL masks) {
+  messages.push_back(std::string("setMasksToBounds: ") + (masks == YES ? "YES" : "NO"));
+  set_masks(self, selector, masks);
+}
+
+void recorded_autoresizing(id self, SEL selector, NSUInteger mask) {
+  messages.emplace_back("setAutoresizingMask:");
+  set_autoresizing(self, selector, mask);
 }
 
 id recorded_start(id self, SEL selector) {
@@ -111,6 +135,10 @@ protected:
     messages.clear();
     add_subview = swap([UIView class], "addSubview:", &recorded_add);
     set_text = swap([UILabel class], "setText:", &recorded_text);
+    set_background = swap([UIView class], "setBackgroundColor:", &recorded_background);
+    set_radius = swap([CALayer class], "setCornerRadius:", &recorded_radius);
+    set_masks = swap([CALayer class], "setMasksToBounds:", &recorded_masks);
+    set_autoresizing = swap([UIView class], "setAutoresizingMask:", &recorded_autoresizing);
     start_animating = swap([UIActivityIndicatorView class], "startAnimating", &recorded_start);
     get_layer = swap([UIView class], "layer", &recorded_layer);
     localize = swap([NSBundle class], "localizedStringForKey:value:table:", &recorded_localize);
@@ -122,6 +150,10 @@ protected:
   void TearDown() override {
     swap([UIView class], "addSubview:", add_subview);
     swap([UILabel class], "setText:", set_text);
+    swap([UIView class], "setBackgroundColor:", set_background);
+    swap([CALayer class], "setCornerRadius:", set_radius);
+    swap([CALayer class], "setMasksToBounds:", set_masks);
+    swap([UIView class], "setAutoresizingMask:", set_autoresizing);
     swap([UIActivityIndicatorView class], "startAnimating", start_animating);
     swap([UIView class], "layer", get_layer);
     swap([NSBundle class], "localizedStringForKey:value:table:", localize);
@@ -135,8 +167,11 @@ protected:
 TEST_F(LoadingViewContract, BuildsInOrder) {
   ZLTLoadingView *const view =
       [[[ZLTLoadingView alloc] initWithFrame:CGRectMake(0, 0, 80, 80)] autorelease];
-  const std::vector<std::string> expected{"layer",
+  const std::vector<std::string> expected{"setBackgroundColor: of ZLTLoadingView",
                                           "layer",
+                                          "setCornerRadius: 5.000000",
+                                          "layer",
+                                          "setMasksToBounds: YES",
                                           "addSubview: UIActivityIndicatorView",
                                           "frame",
                                           "frame",

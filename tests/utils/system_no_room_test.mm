@@ -18,6 +18,8 @@ void *given;                 ///< what was handed out for `reported` bytes
 void *const none = nullptr;  ///< handed out where there is no memory
 void *const *handed = &none; ///< what to hand out
 
+char leftover[] = "leftover"; ///< what an earlier user left in the memory that is handed out
+
 /// A page without any rights.
 void *forbidden() {
   static void *const page = mmap(nullptr, static_cast<size_t>(sysconf(_SC_PAGESIZE)), PROT_NONE,
@@ -49,7 +51,7 @@ void *malloc(size_t size) {
 }
 
 void free(void *block) {
-  if (block != forbidden())
+  if (block != forbidden() && block != leftover)
     __libc_free(block);
 }
 #endif
@@ -84,6 +86,16 @@ TEST_F(NoRoom, NothingIsWrittenWithoutMemory) {
   reported = 4711;
   EXPECT_STREQ([[ZLTUtils platform] UTF8String], "");
   EXPECT_EQ(given, nullptr);
+}
+
+TEST_F(NoRoom, WhatCannotBeReadIsNotWhatStoodInTheMemory) {
+  void *const block = leftover;
+  handed = &block;
+  answered = false;
+  reported = sizeof leftover;
+  EXPECT_STREQ([[ZLTUtils platform] UTF8String], "");
+  EXPECT_EQ(given, block);
+  handed = &none;
 }
 
 } // namespace

@@ -1,6 +1,9 @@
 #import <UIKit/UIKit.h>
 #import <veltro/veltro.h>
 
+#include "support/replaced_method.hpp"
+#include "support/scratch.hpp"
+
 #include <array>
 #include <clocale>
 #include <cstdlib>
@@ -19,13 +22,20 @@ struct Answers {
 
 class Releases : public testing::TestWithParam<Answers> {};
 
+NSString *release;
+
+NSString *played_release(id /*self*/, SEL /*selector*/) {
+  return release;
+}
+
 TEST_P(Releases, AreToldApart) {
   const Answers expected = GetParam();
-  setenv("VELTRO_SYSTEM_VERSION", expected.release, 1);
+  release = [NSString stringWithUTF8String:expected.release];
+  const veltro::test::ReplacedMethod replaced(
+      class_getInstanceMethod([UIDevice class], @selector(systemVersion)), played_release);
   EXPECT_EQ([ZLTUtils isIOS8], expected.ios8 ? YES : NO);
   EXPECT_EQ([ZLTUtils isIOS8_2], expected.ios8_2 ? YES : NO);
   EXPECT_EQ([ZLTUtils isIOS9], expected.ios9 ? YES : NO);
-  unsetenv("VELTRO_SYSTEM_VERSION");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -50,15 +60,25 @@ TEST(System, AsksThePlatformEachTime) {
   unsetenv("VELTRO_SYSTEM_VERSION");
 }
 
-TEST(System, FloatValueIsSinglePrecisionInEveryLocale) {
+TEST(System, ReadsReleasesAlikeWhereADecimalCommaIsWritten) {
+  const veltro::test::ScratchFolder folder;
+  const std::string compile =
+      "localedef -i de_DE -f UTF-8 '" + folder.path().string() + "/de_DE.UTF-8'";
+  ASSERT_EQ(std::system(compile.c_str()), 0);
+  setenv("LOCPATH", folder.path().c_str(), 1);
   for (const char *locale : {"C", "de_DE.UTF-8"}) {
-    std::setlocale(LC_ALL, locale);
+    ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << locale;
+    setenv("VELTRO_SYSTEM_VERSION", "8.2", 1);
+    EXPECT_EQ([ZLTUtils isIOS8_2], YES) << locale;
     EXPECT_EQ([@"8.2" floatValue], 8.2F) << locale;
     EXPECT_EQ([@"8.10" floatValue], 8.1F) << locale;
     EXPECT_EQ([@"8,9" floatValue], 8.0F) << locale;
     EXPECT_EQ([@"" floatValue], 0.0F) << locale;
   }
+  EXPECT_STREQ(std::localeconv()->decimal_point, ",");
   std::setlocale(LC_ALL, "C.UTF-8");
+  unsetenv("LOCPATH");
+  unsetenv("VELTRO_SYSTEM_VERSION");
 }
 
 TEST(System, NamesTheModelOfThisMachine) {
