@@ -9,11 +9,11 @@
 
 namespace {
 
-NSString *const messaging_app = @"net.whatsapp.WhatsApp";
-constexpr int64_t launch_delay = 100'000'000; // nanoseconds
+NSString *const kMessagingApp = @"net.whatsapp.WhatsApp";
+constexpr int64_t kLaunchDelay = 100'000'000; // nanoseconds
 
-constexpr unsigned assertion_flags = 15;
-constexpr unsigned assertion_reason = 7;
+constexpr unsigned kAssertionFlags = 15;
+constexpr unsigned kAssertionReason = 7;
 
 BKSProcessAssertion *held_assertion = nil;
 
@@ -27,24 +27,24 @@ void launch_in_background(NSString *identifier) {
 
 + (void)launchApplication:(NSString *)identifier {
   NSLog(@"Trying to launch Whatsapp...");
-  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, launch_delay), dispatch_get_main_queue(), ^{
+  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, kLaunchDelay), dispatch_get_main_queue(), ^{
     launch_in_background(identifier);
   });
 }
 
 + (void)launchWhatsApp {
   if (![self isWhatsAppRunning])
-    [self launchApplication:messaging_app];
+    [self launchApplication:kMessagingApp];
 }
 
 + (void)launchWhatsAppOnMainThread {
   if ([self isWhatsAppRunning])
     return;
   if ([NSThread isMainThread])
-    launch_in_background(messaging_app);
+    launch_in_background(kMessagingApp);
   else
     dispatch_sync(dispatch_get_main_queue(), ^{
-      launch_in_background(messaging_app);
+      launch_in_background(kMessagingApp);
     });
 }
 
@@ -63,10 +63,10 @@ void launch_in_background(NSString *identifier) {
   }
   [self stopProcessAssertion];
   held_assertion = [[BKSProcessAssertion alloc]
-      initWithBundleIdentifier:messaging_app
-                         flags:assertion_flags
-                        reason:assertion_reason
-                          name:messaging_app
+      initWithBundleIdentifier:kMessagingApp
+                         flags:kAssertionFlags
+                        reason:kAssertionReason
+                          name:kMessagingApp
                    withHandler:^(BOOL /*acquired*/) {
                      NSLog(@"************** Assertion started for WhatsApp ***************");
                    }];

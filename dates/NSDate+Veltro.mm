@@ -7,10 +7,12 @@
 namespace veltro {
 namespace {
 
-// Year, month, day, hour, minute, second, the older week unit (256), weekday and weekday ordinal.
-// The era is left out on purpose, and the week is read back through the older unit on purpose.
-constexpr NSUInteger kDayAndWeekUnits = 2044;
-constexpr NSUInteger kDayUnit = 16;
+// The era is left out on purpose, and the week is read back through the older unit on purpose:
+// callers have come to rely on both.
+constexpr NSUInteger kDayAndWeekUnits =
+    NSCalendarUnitYear | NSCalendarUnitMonth | NSCalendarUnitDay | NSCalendarUnitHour |
+    NSCalendarUnitMinute | NSCalendarUnitSecond | NSUInteger{NSWeekCalendarUnit} |
+    NSCalendarUnitWeekday | NSCalendarUnitWeekdayOrdinal;
 constexpr NSTimeInterval kSecondsInWeek = 604800.0;
 
 constinit std::atomic<void *> cached_calendar{nullptr}; // an NSCalendar, owned
@@ -99,7 +101,7 @@ NSDateComponents *components_of(NSDate *date) {
 - (BOOL)veltro__occuredDaysBeforeToday:(NSInteger)days {
   NSDate *now = [NSDate date];
   NSDate *today = nil;
-  [[NSCalendar currentCalendar] rangeOfUnit:veltro::kDayUnit
+  [[NSCalendar currentCalendar] rangeOfUnit:NSCalendarUnitDay
                                   startDate:&today
                                    interval:nullptr
                                     forDate:now];

@@ -3,7 +3,8 @@
 namespace {
 
 // Year, month, day, hour and minute; the era is left out on purpose.
-constexpr NSUInteger kMinuteUnits = 124;
+constexpr NSUInteger kMinuteUnits = NSCalendarUnitYear | NSCalendarUnitMonth | NSCalendarUnitDay |
+                                    NSCalendarUnitHour | NSCalendarUnitMinute;
 
 } // namespace
 

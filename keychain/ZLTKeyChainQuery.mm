@@ -1,3 +1,4 @@
+#import <Foundation/NSFoundationVersionNumber.h>
 #import <veltro/ZLTKeyChain.h>
 #import <veltro/ZLTKeyChainQuery.h>
 
@@ -7,12 +8,10 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <Security/Security.h>
 
-extern "C" double NSFoundationVersionNumber;
-
 namespace {
 
 // The Foundation of iOS 6.1, the last release without synchronised items, is 993 with any fraction.
-constexpr double first_foundation_with_synchronization = 994.0;
+constexpr double kFirstFoundationWithSynchronization = 994.0;
 
 /// The attribute's value for a mode; nil for one that is none.
 id synchronizable(ZLTKeyChainQuerySynchronizationMode mode) {
@@ -39,7 +38,7 @@ BOOL succeeded(ZLTKeyChainQuery *query, OSStatus status, NSError **error) {
 @implementation ZLTKeyChainQuery
 
 + (BOOL)isSynchronizationAvailable {
-  return NSFoundationVersionNumber >= first_foundation_with_synchronization;
+  return NSFoundationVersionNumber >= kFirstFoundationWithSynchronization;
 }
 
 + (NSError *)errorWithCode:(OSStatus)code {

@@ -10,7 +10,7 @@ struct ErrorText {
   const char *key;
 };
 
-inline constexpr ErrorText error_texts[] = {
+inline constexpr ErrorText kErrorTexts[] = {
     {-4, "errSecUnimplemented"},
     {-50, "errSecParam"},
     {-108, "errSecAllocate"},
@@ -25,7 +25,7 @@ inline constexpr ErrorText error_texts[] = {
 
 /// The key for a status that is an error; one and the same for all that have no text of their own.
 constexpr const char *error_text_key(int32_t status) {
-  for (const ErrorText &text : error_texts)
+  for (const ErrorText &text : kErrorTexts)
     if (text.status == status)
       return text.key;
   return "errSecDefault";

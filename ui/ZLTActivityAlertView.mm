@@ -1,9 +1,8 @@
+#import <Foundation/NSFoundationVersionNumber.h>
 #import <veltro/ZLTActivityAlertView.h>
 
 #include "ui/alert_layout.hpp"
 #include "utils/owned.hpp"
-
-extern "C" double NSFoundationVersionNumber;
 
 @interface UIAlertView (AccessoryView)
 /// Private, and there from iOS 7 on: to be sent only after a respondsToSelector: test.

@@ -19,15 +19,15 @@ bool runs_at_least(float threshold) {
 @implementation ZLTUtils (System)
 
 + (BOOL)isIOS8 {
-  return runs_at_least(veltro::release::ios8) ? YES : NO;
+  return runs_at_least(veltro::release::kIOS8) ? YES : NO;
 }
 
 + (BOOL)isIOS8_2 {
-  return runs_at_least(veltro::release::ios8_2) ? YES : NO;
+  return runs_at_least(veltro::release::kIOS8_2) ? YES : NO;
 }
 
 + (BOOL)isIOS9 {
-  return runs_at_least(veltro::release::ios9) ? YES : NO;
+  return runs_at_least(veltro::release::kIOS9) ? YES : NO;
 }
 
 + (NSString *)platform {

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr SystemSoundID vibrate_sound = 4095;
-constexpr int64_t restore_delay = 300'000'000; // nanoseconds
+constexpr SystemSoundID kVibrateSound = 4095;
+constexpr int64_t kRestoreDelay = 300'000'000; // nanoseconds
 
 NSString *const springboard = @"com.apple.springboard";
 NSString *const ring_vibrate = @"ring-vibrate";
@@ -68,13 +68,13 @@ void write_settings(NSUserDefaults *defaults, NSMutableDictionary *settings, BOO
   const BOOL silent = [[settings objectForKey:silent_vibrate] boolValue];
   // On purpose whatever the other setting says: with the ringer on, only this one counts.
   if (ring) {
-    AudioServicesPlaySystemSoundWithVibration(vibrate_sound, nil, vibration);
+    AudioServicesPlaySystemSoundWithVibration(kVibrateSound, nil, vibration);
     return;
   }
   write_settings(defaults, settings, YES, YES);
-  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, restore_delay), dispatch_get_main_queue(), ^{
+  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, kRestoreDelay), dispatch_get_main_queue(), ^{
     // The vibration plays while the settings still allow it.
-    AudioServicesPlaySystemSoundWithVibration(vibrate_sound, nil, vibration);
+    AudioServicesPlaySystemSoundWithVibration(kVibrateSound, nil, vibration);
     write_settings(defaults, settings, ring, silent);
   });
 }

@@ -4,11 +4,11 @@
 
 namespace veltro::release {
 
-inline constexpr float ios8 = 8.0F;
-inline constexpr float ios8_2 = 8.2F;
-inline constexpr float ios9 = 9.0F;
+inline constexpr float kIOS8 = 8.0F;
+inline constexpr float kIOS8_2 = 8.2F;
+inline constexpr float kIOS9 = 9.0F;
 
-static_assert(static_cast<double>(ios8_2) == 8.19999980926513671875);
+static_assert(static_cast<double>(kIOS8_2) == 8.19999980926513671875);
 
 constexpr bool is_at_least(float release, float threshold) {
   return release >= threshold;

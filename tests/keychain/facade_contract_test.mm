@@ -3,12 +3,11 @@
 #include "keychain/recorded_calls.hpp"
 #include "support/replaced_method.hpp"
 
+#import <Foundation/NSFoundationVersionNumber.h>
 #import <veltro/veltro.h>
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-
-extern "C" double NSFoundationVersionNumber;
 
 namespace {
 

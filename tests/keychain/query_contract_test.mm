@@ -3,13 +3,12 @@
 #include "keychain/recorded_calls.hpp"
 #include "support/replaced_method.hpp"
 
+#import <Foundation/NSFoundationVersionNumber.h>
 #import <veltro/veltro.h>
 
 #include <cmath>
 #include <gtest/gtest.h>
 #include <initializer_list>
-
-extern "C" double NSFoundationVersionNumber;
 
 namespace veltro::test {
 namespace {

@@ -1,6 +1,7 @@
 // The messages that the activity alert sends to the platform, in order, and who owns what after
 // them.
 
+#import <Foundation/NSFoundationVersionNumber.h>
 #import <veltro/ZLTActivityAlertView.h>
 
 #include <cmath>
@@ -8,8 +9,6 @@
 #include <objc/runtime.h>
 #include <string>
 #include <vector>
-
-extern "C" double NSFoundationVersionNumber;
 
 namespace {
 

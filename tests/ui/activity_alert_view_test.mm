@@ -1,3 +1,4 @@
+#import <Foundation/NSFoundationVersionNumber.h>
 #import <veltro/ZLTActivityAlertView.h>
 
 #include <cmath>
@@ -5,8 +6,6 @@
 #include <gtest/gtest.h>
 #include <objc/runtime.h>
 #include <string>
-
-extern "C" double NSFoundationVersionNumber;
 
 namespace {
 
