@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <Foundation/Foundation.h>
 
 /// Calendar questions about a date, and dates a number of calendar days away.
@@ -55,3 +59,5 @@
 - (BOOL)veltro_dayOccuredDuringLast7Days;
 
 @end
+
+#endif

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <Foundation/Foundation.h>
 
 /// Dates by the calendar minute, in a fresh current calendar and its time zone. Every method may be
@@ -16,3 +20,5 @@
 - (BOOL)zlt_isEqualIgnoringTimeInSecond:(NSDate *)date;
 
 @end
+
+#endif

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <UIKit/UIKit.h>
 
 /// The device's identifiers and its process table. Send these to `[UIDevice currentDevice]`.
@@ -31,3 +35,5 @@
 - (BOOL)__zltIsProcessRunning:(NSString *)name;
 
 @end
+
+#endif

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <UIKit/UIKit.h>
 #import <veltro/ZLTExport.h>
 
@@ -19,3 +23,5 @@ VELTRO_EXPORT
 - (void)close;
 
 @end
+
+#endif

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #include <CoreFoundation/CoreFoundation.h>
 
 #import <Foundation/Foundation.h>
@@ -77,3 +81,5 @@ VELTRO_EXPORT
 + (void)setAccessibilityType:(CFTypeRef)accessibilityType;
 
 @end
+
+#endif

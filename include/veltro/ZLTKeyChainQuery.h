@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <Foundation/Foundation.h>
 #include <MacTypes.h>
 #import <veltro/ZLTExport.h>
@@ -88,3 +92,5 @@ VELTRO_EXPORT
 - (NSArray *)fetchAll:(NSError **)error;
 
 @end
+
+#endif

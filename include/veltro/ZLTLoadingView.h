@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <UIKit/UIKit.h>
 #import <veltro/ZLTExport.h>
 
@@ -15,3 +19,5 @@ VELTRO_EXPORT
 - (id)initWithFrame:(CGRect)frame;
 
 @end
+
+#endif

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <Foundation/Foundation.h>
 #import <veltro/ZLTExport.h>
 
@@ -16,3 +20,5 @@ VELTRO_EXPORT
 + (void)setSocketPort:(NSInteger)port;
 
 @end
+
+#endif

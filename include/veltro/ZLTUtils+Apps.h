@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <veltro/ZLTUtils.h>
 
 /// Where installed apps lie, and labels out of other bundles. Nothing here keeps state but
@@ -51,3 +55,5 @@
 + (int)idetifierIndex:(NSArray *)entries identifier:(NSString *)identifier;
 
 @end
+
+#endif

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <veltro/ZLTUtils.h>
 
 /// Two Base64 codecs. Both use the standard alphabet with "=" padding and never break lines; they
@@ -30,3 +34,5 @@
 + (NSData *)base64DecodeString:(NSString *)string;
 
 @end
+
+#endif

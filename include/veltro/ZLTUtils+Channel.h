@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <veltro/ZLTUtils.h>
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -34,3 +38,5 @@
 + (NSData *)sendMessage:(char)messageId messageData:(NSData *)messageData;
 
 @end
+
+#endif

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <UIKit/UIImage.h>
 #import <veltro/ZLTUtils.h>
 
@@ -20,3 +24,5 @@
 + (UIImage *)roundedImage:(UIImage *)image width:(float)width height:(float)height;
 
 @end
+
+#endif

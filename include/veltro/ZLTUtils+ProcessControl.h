@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <veltro/ZLTUtils.h>
 
 /// The messaging app's process, controlled from outside: launched in the background and kept from
@@ -34,3 +38,5 @@
 + (void)stopProcessAssertion;
 
 @end
+
+#endif

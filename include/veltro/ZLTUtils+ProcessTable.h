@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <veltro/ZLTUtils.h>
 
 @interface ZLTUtils (ProcessTable)
@@ -10,3 +14,5 @@
 + (BOOL)isWhatsAppRunning;
 
 @end
+
+#endif

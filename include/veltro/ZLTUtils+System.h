@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <veltro/ZLTUtils.h>
 
 /// Which release the device runs and which model it is. Nothing is cached: each call asks the
@@ -23,3 +27,5 @@
 + (NSString *)platform;
 
 @end
+
+#endif

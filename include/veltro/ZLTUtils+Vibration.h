@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <veltro/ZLTUtils.h>
 
 @interface ZLTUtils (Vibration)
@@ -21,3 +25,5 @@
 + (void)vibrateDevice;
 
 @end
+
+#endif

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <Foundation/Foundation.h>
 #import <veltro/ZLTExport.h>
 
@@ -9,3 +13,5 @@
 VELTRO_EXPORT
 @interface ZLTUtils : NSObject
 @end
+
+#endif

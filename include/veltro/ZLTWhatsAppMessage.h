@@ -1,5 +1,9 @@
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <Foundation/Foundation.h>
 #import <veltro/ZLTExport.h>
 
@@ -42,3 +46,5 @@ VELTRO_EXPORT
 + (BOOL)supportsSecureCoding;
 
 @end
+
+#endif

@@ -1,6 +1,10 @@
 // libveltro: everything that the library offers.
 #pragma once
 
+#include <veltro/ZLTLanguage.h>
+
+#ifdef VELTRO_LANGUAGE
+
 #import <veltro/NSDate+Veltro.h>
 #import <veltro/NSDate+ZLT.h>
 #import <veltro/UIDevice+ZLT.h>
@@ -19,3 +23,5 @@
 #import <veltro/ZLTUtils+Vibration.h>
 #import <veltro/ZLTUtils.h>
 #import <veltro/ZLTWhatsAppMessage.h>
+
+#endif

@@ -13,16 +13,16 @@ export HOME="$scratch/home" VELTRO_ROOT="$scratch/root" VELTRO_SYSTEM_VERSION=8.
 export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
 
 check() { [ "$1" = "$2" ] || { echo "$3 printed: $1"; exit 1; }; }
-expected="release 8.4.1, class ZLTUtils, blocks retain, notifications arrive, processes listed"
+expected="release 8.4.1, class ZLTUtils, blocks retain, notifications arrive, processes listed, 2 freed"
 
 # by_pkg_config C CXX FLAGS: plain C and C++ are compiled with FLAGS, Objective-C with all of the package's.
 by_pkg_config() {
   out=$scratch/by-$1
   mkdir "$out"
-  for file in object.m main.mm; do
+  for file in object.m ownership.m main.mm; do
     case $file in *.m) language=objective-c ;; *) language="objective-c++ -std=c++20" ;; esac
     # shellcheck disable=SC2046,SC2086 # the flags are meant to be split
-    "$compiler" -x $language -Wall -Werror $(pkg-config --cflags veltro) -c "$consumer/$file" -o "$out/$file.o"
+    "$compiler" -x $language -Wall -Werror -I "$consumer/../../../examples/component" $(pkg-config --cflags veltro) -c "$consumer/$file" -o "$out/$file.o"
   done
   # shellcheck disable=SC2086
   "$1" -Wall -Werror $3 -c "$consumer/plain.c" -o "$out/plain.c.o"

@@ -19,10 +19,11 @@ bool blocks_retain() {
 
 int main() {
   @autoreleasepool {
-    std::printf("release %s, class %s, blocks %s, notifications %s, processes %s\n",
+    std::printf("release %s, class %s, blocks %s, notifications %s, processes %s, %d freed\n",
                 [[[UIDevice currentDevice] systemVersion] UTF8String], class_name(),
                 blocks_retain() ? "retain" : "do not retain",
-                notifications_arrive() ? "arrive" : "are lost", processes() ? "listed" : "missing");
+                notifications_arrive() ? "arrive" : "are lost", processes() ? "listed" : "missing",
+                keepers_freed());
   }
   return 0;
 }

@@ -14,6 +14,10 @@ unsigned long processes(void);
 /// The name of the library's class, as long as the program runs; in Objective-C.
 const char *class_name(void);
 
+/// How many of two objects whose ownership is written out are freed in the end; in Objective-C, for
+/// both ways to manage memory.
+int keepers_freed(void);
+
 #ifdef __cplusplus
 }
 #endif

@@ -11,8 +11,13 @@ typedef signed char BOOL;
 
 #define YES __objc_yes
 #define NO __objc_no
+#ifdef __cplusplus
 #define nil nullptr
 #define Nil nullptr
+#else
+#define nil ((void *)0)
+#define Nil ((void *)0)
+#endif
 
 typedef struct objc_class *Class;
 typedef struct objc_object {
