@@ -11,10 +11,10 @@ import unittest
 from client import (BUILD, CHATS, SEND, Case, archive, binary, die_with_parent, exactly, main, struct)
 
 
-def veltro(root, *arguments, stdin=b'', stdout=subprocess.PIPE):
+def veltro(root, *arguments, stdin=b'', stdout=subprocess.PIPE, zone='UTC'):
     return subprocess.run([os.path.join(BUILD, 'bin/veltro'), *arguments], input=stdin, stdout=stdout,
-                          stderr=subprocess.PIPE, env={**os.environ, 'VELTRO_ROOT': root}, check=False, timeout=120,
-                          preexec_fn=die_with_parent)
+                          stderr=subprocess.PIPE, env={**os.environ, 'VELTRO_ROOT': root, 'TZ': zone}, check=False,
+                          timeout=120, preexec_fn=die_with_parent)
 
 
 class Tool(Case):
@@ -155,13 +155,21 @@ class Chat(Tool):
             self.messenger.ask(SEND, archive(text=str(number), time=7e8 + number + 0.25))
         self.assertEqual([each['time'] for each in self.records('read', 'anna')],
                          ['2023-03-08T20:26:40.250Z', '2023-03-08T20:26:41.250Z', '2023-03-08T20:26:42.250Z'])
+        def read(since, zone):
+            ended = self.veltro('chat', 'read', 'anna', '--json', f'--since={since}', zone=zone)
+            self.assertEqual(ended.returncode, 0, ended.stderr)
+            return [json.loads(line)['text'] for line in ended.stdout.splitlines()]
+
         for since, texts in (('2023-03-08', '012'), ('2023-03-09', ''), ('2023-03-08T20:26:41Z', '12'),
                              ('2023-03-08T20:26:41.250Z', '12'), ('2023-03-08T20:26:41.251Z', '2'),
-                             ('1678307202', '2'), ('1678307202.25', '2'), ('0', '012'), ('-1', '012')):
-            self.assertEqual([each['text'] for each in self.records('read', 'anna', f'--since={since}')], list(texts),
-                             since)
-        for since in ('', 'yesterday', '2023-03-08T20:26', '2023-03-08T20:26:41', '2023-03-08T20:26:41.xZ',
-                      '2023-03-08T20:26:41Zx', '2023-03-08 20:26:41Z', 'nan', '1e400', '2023-13-01'):
+                             ('@1678307202', '2'), ('@1678307202.25', '2'), ('@0', '012'), ('@-1', '012'),
+                             ('now', ''), ('2023-03-08T20:26', '012'), ('2023-03-08 20:26:42', '2'),
+                             ('2023-03-08T22:26:42+02:00', '2'), ('2023-03-08T15:26:41-0500', '12')):
+            self.assertEqual(read(since, 'UTC'), list(texts), since)
+        self.assertEqual(read('2023-03-08T15:26:42', 'America/New_York'), ['2'])
+        self.assertEqual(read('2023-03-09', 'America/New_York'), [])
+        for since in ('', 'yesterday', '2023-03-08T20', '2023-03-08T20:26:41.xZ', '2023-03-08T20:26:41Zx', 'nan',
+                      '1e400', '2023-13-01', '2024-02-30', '2023-02-29'):
             self.assert_usage('chat', 'read', 'anna', f'--since={since}')
 
     def test_far_times_are_printed(self):

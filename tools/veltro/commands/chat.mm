@@ -5,7 +5,7 @@
 #include "io/exit.hpp"
 #include "io/json.hpp"
 #include "io/messenger.hpp"
-#include "io/when.hpp"
+#include "io/moment.hpp"
 
 #import <veltro/ZLTWhatsAppMessage.h>
 
@@ -47,7 +47,7 @@ std::string number_of(NSDictionary *record, NSString *key) {
 }
 
 std::string time_of(ZLTWhatsAppMessage *message) {
-  return time_text([[message timestamp] timeIntervalSince1970]);
+  return utc_text([message timestamp]);
 }
 
 /// A text for the terminal: further lines indented, no other control characters.
@@ -128,10 +128,10 @@ int read(const ChatOptions &options) {
   if (options.last)
     [arguments setObject:[NSNumber numberWithLongLong:*options.last] forKey:@"Last"];
   if (options.since) {
-    const std::optional<double> since = parse_time(*options.since);
-    if (!since)
-      return usage_error("--since: '" + *options.since + "' is no time");
-    [arguments setObject:[NSDate dateWithTimeIntervalSince1970:*since] forKey:@"Since"];
+    NSDate *const since = moment_from(*options.since);
+    if (since == nil)
+      return usage_error("--since: no date: " + *options.since);
+    [arguments setObject:since forKey:@"Since"];
   }
   return ask(kReadChat, list_of(arguments), options, [&](NSArray *messages) {
     for (ZLTWhatsAppMessage *message in messages)
@@ -199,7 +199,8 @@ void add_chat(CLI::App &app, Action &run) {
   command->add_option("--last", options->last, "Only the newest so many")->check(count_check());
   command->add_option(
       "--since", options->since,
-      "Only those since a time (seconds since 1970, or 2026-11-21[T10:00:00[.250]Z])");
+      "Only those since a date: now, @SECONDS since 1970, or ISO 8601 such as 2024-03-13, "
+      "2024-03-13T15:30 or 2024-03-13T15:30:45.25-04:00, in TZ's zone where it names none");
   command = add_for_user("say", "Send a message to a user", say);
   command->add_option("TEXT", options->text, "What to say (else standard input)");
   command->add_flag("--received", options->received, "Play the user, and be the one who sends");

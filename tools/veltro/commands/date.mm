@@ -3,7 +3,7 @@
 #include "commands.hpp"
 #include "io/exit.hpp"
 #include "io/json.hpp"
-#include "io/local_time.hpp"
+#include "io/moment.hpp"
 
 #import <veltro/veltro.h>
 

@@ -1,5 +1,5 @@
-// Moments on the command line as ISO 8601, in the time zone of the environment where they name
-// none.
+// The one reader of dates on the command line, and the writers of them: ISO 8601, in the time zone
+// of the environment where a text names none.
 #pragma once
 
 #import <Foundation/Foundation.h>
@@ -17,5 +17,9 @@ NSDate *moment_from(const std::string &text);
 /// `date` in local time with its offset, "2024-03-13T15:30:45.250-04:00"; the fraction only where
 /// there is one, to the millisecond. Years that do not fit four digits have a sign.
 std::string local_text(NSDate *date);
+
+/// `date` in UTC, "2024-03-13T19:30:45.250Z", always to the millisecond; the nearest one of the
+/// years 1 to 9999.
+std::string utc_text(NSDate *date);
 
 } // namespace veltro::tool

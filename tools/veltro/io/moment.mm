@@ -1,17 +1,20 @@
-#include "local_time.hpp"
+#include "moment.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <optional>
 #include <string_view>
 
 namespace veltro::tool {
 namespace {
 
-constexpr NSUInteger kDateUnits = 28;
-constexpr NSUInteger kAllUnits = 2 | 252;
+constexpr NSUInteger kDateUnits = NSCalendarUnitYear | NSCalendarUnitMonth | NSCalendarUnitDay;
+constexpr NSUInteger kAllUnits = NSCalendarUnitEra | kDateUnits | NSCalendarUnitHour |
+                                 NSCalendarUnitMinute | NSCalendarUnitSecond;
 
 /// Reads from left to right; after a mistake nothing more is good.
 class Reader {
@@ -169,6 +172,22 @@ std::string local_text(NSDate *date) {
     result.append(text.data(), static_cast<std::size_t>(length));
   }
   return result;
+}
+
+std::string utc_text(NSDate *date) {
+  constexpr double kYear1 = -62135596800;
+  constexpr double kLastOf9999 = 253402300799.999;
+  const double milliseconds =
+      std::round(std::clamp([date timeIntervalSince1970], kYear1, kLastOf9999) * 1000);
+  const double whole = std::floor(milliseconds / 1000);
+  const auto seconds = static_cast<time_t>(whole);
+  tm parts{};
+  gmtime_r(&seconds, &parts);
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ",
+                parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min,
+                parts.tm_sec, static_cast<int>(milliseconds - whole * 1000));
+  return text.data();
 }
 
 } // namespace veltro::tool
