@@ -3,6 +3,7 @@
 #include "frameworks/CoreGraphics/image.hpp"
 #include "frameworks/UIKit/image_orientation.hpp"
 #include "machine/images/image_reading.hpp"
+#include "machine/text/utf8.hpp"
 
 namespace {
 
@@ -12,7 +13,7 @@ std::span<const std::uint8_t> bytes_of(NSData *data) {
 
 void tell(NSString **problem, const std::string &text) {
   if (problem != nullptr && !text.empty())
-    *problem = [NSString stringWithUTF8String:text.c_str()];
+    *problem = veltro::host::string_of(text);
 }
 
 } // namespace

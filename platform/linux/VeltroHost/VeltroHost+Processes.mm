@@ -2,32 +2,24 @@
 
 #include "frameworks/BackBoardServices/assertions.hpp"
 #include "machine/apps/app_process.hpp"
-
-namespace {
-
-std::string text_of(NSString *string) {
-  const char *const text = [string UTF8String];
-  return text != nullptr ? text : "";
-}
-
-} // namespace
+#include "machine/text/utf8.hpp"
 
 extern "C" {
 
 NSArray *VHProcessesOfApp(NSString *identifier) {
   NSMutableArray *const processes = [NSMutableArray array];
-  for (const pid_t process : veltro::host::app_processes(text_of(identifier)))
+  for (const pid_t process : veltro::host::app_processes(veltro::host::utf8_of(identifier)))
     [processes addObject:[NSNumber numberWithInt:process]];
   return processes;
 }
 
 NSString *VHLaunchObstacle(NSString *identifier) {
-  const std::string obstacle = veltro::host::launch_obstacle(text_of(identifier));
-  return obstacle.empty() ? nil : [NSString stringWithUTF8String:obstacle.c_str()];
+  const std::string obstacle = veltro::host::launch_obstacle(veltro::host::utf8_of(identifier));
+  return obstacle.empty() ? nil : veltro::host::string_of(obstacle);
 }
 
 BOOL VHIsKeptAlive(NSString *identifier) {
-  return veltro::host::is_kept_alive(text_of(identifier)) ? YES : NO;
+  return veltro::host::is_kept_alive(veltro::host::utf8_of(identifier)) ? YES : NO;
 }
 
 } // extern "C"

@@ -2,9 +2,10 @@
 
 #include "frameworks/UIKit/animation_clock.hpp"
 #include "machine/root/device_root.hpp"
+#include "machine/text/utf8.hpp"
 
 extern "C" NSString *VHDeviceRoot(void) {
-  return [NSString stringWithUTF8String:veltro::host::device_root().c_str()];
+  return veltro::host::string_of(veltro::host::device_root());
 }
 
 extern "C" void VHSetAnimationTime(double seconds) {

@@ -7,6 +7,7 @@
 
 #include "frameworks/BackBoardServices/assertions.hpp"
 #include "frameworks/libSystem/blocks.hpp"
+#include "machine/text/utf8.hpp"
 
 namespace {
 
@@ -38,8 +39,8 @@ veltro::host::Assertion *held(void *assertion) {
                    withHandler:(void (^)(BOOL acquired))handler {
   self = [super init];
   if (self != nil) {
-    const char *const text = [bundleIdentifier UTF8String];
-    _assertion = new veltro::host::Assertion(text != nullptr ? text : "", call_of(handler));
+    _assertion =
+        new veltro::host::Assertion(veltro::host::utf8_of(bundleIdentifier), call_of(handler));
   }
   return self;
 }

@@ -5,10 +5,11 @@
 
 #include "machine/root/device_root.hpp"
 #include "machine/root/system_files.hpp"
+#include "machine/text/utf8.hpp"
 
 extern "C" NSBundle *CKFrameworkBundle(void) {
   constexpr const char *framework = "/System/Library/PrivateFrameworks/ChatKit.framework";
   veltro::host::provide_system_folder(framework);
-  NSString *path = [NSString stringWithUTF8String:veltro::host::on_this_machine(framework).c_str()];
+  NSString *path = veltro::host::string_of(veltro::host::on_this_machine(framework));
   return [[[NSBundle alloc] initWithPath:path] autorelease];
 }

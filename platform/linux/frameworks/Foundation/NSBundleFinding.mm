@@ -18,6 +18,7 @@
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/root/device_root.hpp"
 #include "machine/root/system_files.hpp"
+#include "machine/text/utf8.hpp"
 
 #include <sys/stat.h>
 
@@ -42,8 +43,7 @@ bool is_folder(NSString *path) {
 NSString *on_this_machine(NSString *path) {
   if (![path isAbsolutePath])
     return path;
-  NSString *in_root =
-      [NSString stringWithUTF8String:veltro::host::on_this_machine([path UTF8String]).c_str()];
+  NSString *in_root = veltro::host::string_of(veltro::host::on_this_machine([path UTF8String]));
   return is_folder(in_root) ? in_root : path;
 }
 
@@ -81,7 +81,7 @@ id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
     return nil;
   const std::string framework = veltro::host::system_framework(wanted);
   if (!framework.empty())
-    return [NSBundle bundleWithPath:[NSString stringWithUTF8String:framework.c_str()]];
+    return [NSBundle bundleWithPath:veltro::host::string_of(framework)];
   if (NSBundle *known = veltro::host::bundle_identified(identifier); known != nil)
     return known;
   return gnustep_bundle_with_identifier(self, command, identifier);

@@ -11,6 +11,7 @@
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/files/watched_path.hpp"
 #include "machine/property_lists/property_list.hpp"
+#include "machine/text/utf8.hpp"
 
 #include <algorithm>
 #include <filesystem>
@@ -21,23 +22,16 @@
 namespace {
 
 using veltro::host::replace_method;
+using veltro::host::string_of;
+using veltro::host::utf8_of;
 using veltro::host::WatchedPath;
 
 namespace fs = std::filesystem;
 
-NSString *text(const std::string &string) {
-  return [NSString stringWithUTF8String:string.c_str()];
-}
-
-std::string text(NSString *string) {
-  const char *characters = [string UTF8String];
-  return characters != nullptr ? characters : "";
-}
-
 /// The folders that hold a bundle's resources: its own and, where it has one, Resources.
 std::vector<std::string> resource_folders(NSBundle *bundle) {
-  std::vector<std::string> folders{text([bundle bundlePath])};
-  if (std::string resources = text([bundle resourcePath]); resources != folders.front())
+  std::vector<std::string> folders{utf8_of([bundle bundlePath])};
+  if (std::string resources = utf8_of([bundle resourcePath]); resources != folders.front())
     folders.push_back(std::move(resources));
   return folders;
 }
@@ -60,7 +54,7 @@ std::vector<std::string> preferred_in(NSBundle *bundle, const std::vector<std::s
   std::vector<std::string> wanted = veltro::host::user_languages();
   id region = [[bundle infoDictionary] objectForKey:@"CFBundleDevelopmentRegion"];
   if ([region isKindOfClass:[NSString class]])
-    wanted.push_back(text(region));
+    wanted.push_back(utf8_of(region));
   for (const char *last : {"en", "Base"})
     wanted.emplace_back(last);
   return veltro::host::matching_localizations(available, wanted);
@@ -112,7 +106,7 @@ NSDictionary *table_at(const std::string &path) {
     known.erase(found);
   }
   WatchedPath file(path);
-  NSDictionary *strings = parse_table([NSData dataWithContentsOfFile:text(path)]);
+  NSDictionary *strings = parse_table([NSData dataWithContentsOfFile:string_of(path)]);
   known.emplace(path, Table{std::move(file), [strings retain]});
   return strings;
 }
@@ -137,7 +131,7 @@ NSString *localized_string(NSBundle *self, SEL /*command*/, NSString *key, NSStr
   if (key == nil)
     return value != nil ? value : @"";
   id string =
-      [table_named(self, [table length] != 0 ? text(table) : "Localizable") objectForKey:key];
+      [table_named(self, [table length] != 0 ? utf8_of(table) : "Localizable") objectForKey:key];
   if ([string isKindOfClass:[NSString class]])
     return string;
   return [value length] != 0 ? value : key;
@@ -146,7 +140,7 @@ NSString *localized_string(NSBundle *self, SEL /*command*/, NSString *key, NSStr
 NSArray *names(const std::vector<std::string> &list) {
   NSMutableArray *array = [NSMutableArray array];
   for (const std::string &name : list)
-    [array addObject:text(name)];
+    [array addObject:string_of(name)];
   return array;
 }
 

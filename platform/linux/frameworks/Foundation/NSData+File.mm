@@ -4,42 +4,21 @@
 #import <Foundation/Foundation.h>
 
 #include "frameworks/Foundation/replace_method.hpp"
+#include "machine/files/file.hpp"
 
-#include <array>
-#include <cerrno>
-#include <fcntl.h>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
-std::optional<std::string> read_rest(int file) {
-  std::string text;
-  std::array<char, 1 << 14> part;
-  while (true) {
-    const ssize_t count = read(file, part.data(), part.size());
-    if (count == 0)
-      return text;
-    if (count > 0)
-      text.append(part.data(), static_cast<std::size_t>(count));
-    else if (errno != EINTR)
-      return std::nullopt;
-  }
-}
-
 std::optional<std::string> contents_of(const char *path) {
   // Opening a pipe without a writer would wait.
-  const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (file < 0)
-    return std::nullopt;
+  const veltro::host::File file(path, O_RDONLY | O_NONBLOCK);
   struct stat status{};
-  std::optional<std::string> text;
-  if (fstat(file, &status) == 0 && S_ISREG(status.st_mode))
-    text = read_rest(file);
-  close(file);
-  return text;
+  if (!file || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))
+    return std::nullopt;
+  return veltro::host::read_all(file.number());
 }
 
 id init_with_contents_of_file(NSData *self, SEL /*command*/, NSString *path) {

@@ -2,27 +2,17 @@
 // lines themselves are GNUstep's: on standard error with its date and process before the text, in
 // the system log, which has its own, without.
 
+#include "machine/files/file.hpp"
 #include "machine/log/log_sink.hpp"
 
 #import <Foundation/Foundation.h>
 
-#include <cerrno>
 #include <string>
 #include <string_view>
 #include <syslog.h>
 #include <unistd.h>
 
 namespace {
-
-void write_line(std::string_view line) {
-  while (!line.empty()) {
-    const ssize_t count = write(_NSLogDescriptor, line.data(), line.size());
-    if (count > 0)
-      line.remove_prefix(static_cast<std::size_t>(count));
-    else if (count == 0 || errno != EINTR)
-      return;
-  }
-}
 
 /// The text of a line that GNUstep begins with the date, the process and "[process id:thread] ".
 std::string_view text_of(std::string_view line) {
@@ -42,7 +32,7 @@ void print(NSString *message) {
   if (sink == LogSink::system_log)
     syslog(LOG_USER | LOG_NOTICE, "%s", std::string(text_of(line)).c_str());
   else
-    write_line(line);
+    veltro::host::write_all(_NSLogDescriptor, line);
 }
 
 // A plain pointer that GNUstep fills in itself where nothing else did: no message is sent here.

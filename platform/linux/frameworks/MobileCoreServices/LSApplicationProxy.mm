@@ -5,6 +5,7 @@
 #import <MobileCoreServices/LSApplicationProxy.h>
 
 #include "machine/apps/app_registry.hpp"
+#include "machine/text/utf8.hpp"
 
 #include <utility>
 
@@ -14,12 +15,12 @@ struct LSApplicationRecord {
 
 namespace {
 
-NSString *text(const std::string &string) {
-  return string.empty() ? nil : [NSString stringWithUTF8String:string.c_str()];
+NSString *text_or_nil(const std::string &string) {
+  return string.empty() ? nil : veltro::host::string_of(string);
 }
 
 NSURL *folder(const std::string &path) {
-  return path.empty() ? nil : [NSURL fileURLWithPath:text(path) isDirectory:YES];
+  return path.empty() ? nil : [NSURL fileURLWithPath:text_or_nil(path) isDirectory:YES];
 }
 
 } // namespace
@@ -48,7 +49,7 @@ NSURL *folder(const std::string &path) {
 }
 
 - (NSString *)applicationIdentifier {
-  return text([self app].identifier);
+  return text_or_nil([self app].identifier);
 }
 
 - (NSString *)applicationType {
@@ -70,19 +71,19 @@ NSURL *folder(const std::string &path) {
 }
 
 - (NSString *)bundleExecutable {
-  return text([self app].executable);
+  return text_or_nil([self app].executable);
 }
 
 - (NSString *)canonicalExecutablePath {
-  return text([self app].executable_path());
+  return text_or_nil([self app].executable_path());
 }
 
 - (NSString *)localizedName {
-  return text([self app].name);
+  return text_or_nil([self app].name);
 }
 
 - (NSString *)shortVersionString {
-  return text([self app].version);
+  return text_or_nil([self app].version);
 }
 
 @end

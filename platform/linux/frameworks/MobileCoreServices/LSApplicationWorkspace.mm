@@ -6,19 +6,14 @@
 
 #include "machine/apps/app_installer.hpp"
 #include "machine/apps/app_registry.hpp"
+#include "machine/text/utf8.hpp"
 
 NSString *const LSApplicationWorkspaceErrorDomain = @"LSApplicationWorkspaceErrorDomain";
 
 namespace {
 
-NSString *text(const std::string &string) {
-  return [NSString stringWithUTF8String:string.c_str()];
-}
-
-std::string text(NSString *string) {
-  const char *characters = [string UTF8String];
-  return characters != nullptr ? characters : "";
-}
+using veltro::host::string_of;
+using veltro::host::utf8_of;
 
 /// Whether there was no problem; where there was, and the caller wants to know, tells him.
 BOOL answer(const std::string &problem, NSError **error) {
@@ -26,7 +21,7 @@ BOOL answer(const std::string &problem, NSError **error) {
     *error =
         [NSError errorWithDomain:LSApplicationWorkspaceErrorDomain
                             code:1
-                        userInfo:[NSDictionary dictionaryWithObject:text(problem)
+                        userInfo:[NSDictionary dictionaryWithObject:string_of(problem)
                                                              forKey:NSLocalizedDescriptionKey]];
   return problem.empty() ? YES : NO;
 }
@@ -44,7 +39,7 @@ BOOL answer(const std::string &problem, NSError **error) {
   NSMutableArray *proxies = [NSMutableArray array];
   for (const veltro::host::AppRecord &app : veltro::host::installed_apps()) {
     LSApplicationProxy *proxy =
-        [LSApplicationProxy applicationProxyForIdentifier:text(app->identifier)];
+        [LSApplicationProxy applicationProxyForIdentifier:string_of(app->identifier)];
     if (proxy != nil)
       [proxies addObject:proxy];
   }
@@ -55,7 +50,7 @@ BOOL answer(const std::string &problem, NSError **error) {
                withOptions:(NSDictionary *)options
                      error:(NSError **)error {
   (void)options;
-  return answer([bundle isFileURL] ? veltro::host::install_app(text([bundle path]))
+  return answer([bundle isFileURL] ? veltro::host::install_app(utf8_of([bundle path]))
                                    : "not a file URL",
                 error);
 }
@@ -68,7 +63,7 @@ BOOL answer(const std::string &problem, NSError **error) {
                  withOptions:(NSDictionary *)options
                        error:(NSError **)error {
   (void)options;
-  return answer(veltro::host::remove_app(text(identifier)), error);
+  return answer(veltro::host::remove_app(utf8_of(identifier)), error);
 }
 
 - (BOOL)uninstallApplication:(NSString *)identifier withOptions:(NSDictionary *)options {

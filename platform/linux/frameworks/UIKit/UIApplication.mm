@@ -7,6 +7,7 @@
 
 #include "machine/apps/app_process.hpp"
 #include "machine/log/log_line.hpp"
+#include "machine/text/utf8.hpp"
 
 @implementation UIApplication
 
@@ -16,8 +17,7 @@
 }
 
 - (BOOL)launchApplicationWithIdentifier:(NSString *)identifier suspended:(BOOL)suspended {
-  const char *const text = [identifier UTF8String];
-  const std::string name = text != nullptr ? text : "";
+  const std::string name = veltro::host::utf8_of(identifier);
   const std::string problem = veltro::host::start_app(name);
   if (!problem.empty())
     veltro::host::log_line("App not launched: " + name + ": " + problem);

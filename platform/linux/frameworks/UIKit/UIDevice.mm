@@ -4,6 +4,7 @@
 #import <UIKit/UIDevice.h>
 
 #include "machine/device/release.hpp"
+#include "machine/text/utf8.hpp"
 
 @implementation UIDevice
 
@@ -13,7 +14,7 @@
 }
 
 - (NSString *)systemVersion {
-  return [NSString stringWithUTF8String:veltro::host::system_version().c_str()];
+  return veltro::host::string_of(veltro::host::system_version());
 }
 
 @end

@@ -1,6 +1,7 @@
 #include "machine/apps/app_installer.hpp"
 
 #include "machine/apps/app_registry.hpp"
+#include "machine/files/file_lock.hpp"
 #include "machine/property_lists/plist_strings.hpp"
 
 #include <array>
@@ -8,10 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,25 +24,6 @@ constexpr const char *in_progress = ".installing-";
 std::string last_error() {
   return std::strerror(errno);
 }
-
-/// The installers' lock: held from construction until the object goes away, or the process.
-class InstallerLock {
-public:
-  explicit InstallerLock(const std::string &folder)
-      : descriptor_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    while (descriptor_ >= 0 && flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
-    }
-  }
-  ~InstallerLock() {
-    if (descriptor_ >= 0)
-      close(descriptor_);
-  }
-  InstallerLock(const InstallerLock &) = delete;
-  InstallerLock &operator=(const InstallerLock &) = delete;
-
-private:
-  int descriptor_;
-};
 
 /// A hidden folder in `parent` that goes away with the object, unless it has been moved.
 class Staging {
@@ -177,7 +157,7 @@ std::string install(const fs::path &bundle, const std::string &identifier) {
   const std::string containers = bundle_containers_folder();
   if (std::string problem = create_folders(containers); !problem.empty())
     return problem;
-  const InstallerLock lock(containers);
+  const FileLock lock(containers);
   clear_leftovers(containers);
   const AppRecord installed = installed_app(identifier);
   if (installed != nullptr && installed->type == AppType::system)
@@ -222,7 +202,7 @@ std::string install_app(const std::string &bundle_path) {
 
 std::string remove_app(const std::string &identifier) {
   const std::string containers = bundle_containers_folder();
-  const InstallerLock lock(containers);
+  const FileLock lock(containers);
   const AppRecord app = installed_app(identifier);
   if (app == nullptr)
     return "no app is installed with the identifier " + identifier;

@@ -1,33 +1,17 @@
 #include "machine/apps/app_process.hpp"
 
+#include "machine/files/file_lock.hpp"
 #include "machine/processes/launch.hpp"
 #include "machine/processes/running.hpp"
 #include "machine/root/device_root.hpp"
 
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <unistd.h>
 
 namespace veltro::host {
 namespace {
-
-/// Held by whoever looks for an app's process and starts one, across processes.
-class BundleLock {
-public:
-  explicit BundleLock(const std::string &bundle)
-      : folder_(open(bundle.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    flock(folder_, LOCK_EX);
-  }
-  ~BundleLock() { close(folder_); }
-  BundleLock(const BundleLock &) = delete;
-  BundleLock &operator=(const BundleLock &) = delete;
-
-private:
-  int folder_;
-};
 
 std::string obstacle(const AppRecord &app) {
   if (app == nullptr)
@@ -61,7 +45,10 @@ std::string start_app(const std::string &identifier) {
   const AppRecord app = installed_app(identifier);
   if (std::string problem = obstacle(app); !problem.empty())
     return problem;
-  const BundleLock lock(app->bundle_path);
+  // Held by whoever looks for an app's process and starts one, across processes.
+  const FileLock lock(app->bundle_path);
+  if (!lock)
+    return std::strerror(lock.error());
   if (!processes_running(app->executable_path()).empty())
     return {};
   const Launch answer =

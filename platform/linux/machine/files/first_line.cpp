@@ -1,19 +1,16 @@
 #include "machine/files/first_line.hpp"
 
+#include "machine/files/file.hpp"
+
 #include <array>
-#include <fcntl.h>
 #include <string_view>
-#include <unistd.h>
 
 namespace veltro::host {
 
 std::string first_line(const char *path) {
-  const int file = open(path, O_RDONLY | O_CLOEXEC);
-  if (file < 0)
-    return {};
+  const File file(path, O_RDONLY);
   std::array<char, 255> bytes{};
-  const ssize_t count = read(file, bytes.data(), bytes.size());
-  close(file);
+  const ssize_t count = read(file.number(), bytes.data(), bytes.size());
 
   constexpr std::string_view blanks(" \t\r\0", 4);
   std::string_view line(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);

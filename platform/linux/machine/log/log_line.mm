@@ -1,12 +1,12 @@
 #include "machine/log/log_line.hpp"
 
-#import <Foundation/Foundation.h>
+#include "machine/text/utf8.hpp"
 
 namespace veltro::host {
 
 void log_line(const std::string &line) {
   @autoreleasepool {
-    NSLog(@"%@", [NSString stringWithUTF8String:line.c_str()]);
+    NSLog(@"%@", string_of(line));
   }
 }
 

@@ -4,6 +4,8 @@
 
 #include "machine/processes/launch.hpp"
 
+#include "machine/files/file.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -74,10 +76,8 @@ struct Request {
 bool has_command_line(pid_t process) {
   const std::string path = "/proc/" + std::to_string(process) + "/cmdline";
   char first = 0;
-  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  const bool found = read(file, &first, 1) == 1;
-  close(file);
-  return found;
+  const File file(path, O_RDONLY);
+  return read(file.number(), &first, 1) == 1;
 }
 
 /// Whether the process still has a program: one that has ended has none.

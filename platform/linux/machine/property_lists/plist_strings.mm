@@ -3,6 +3,7 @@
 #import <Foundation/Foundation.h>
 
 #include "machine/property_lists/property_list.hpp"
+#include "machine/text/utf8.hpp"
 
 #include <cerrno>
 #include <cstring>
@@ -12,10 +13,6 @@ namespace veltro::host {
 namespace {
 
 constexpr off_t size_limit = off_t{16} << 20;
-
-NSString *string_of(const std::string &text) {
-  return [NSString stringWithUTF8String:text.c_str()];
-}
 
 std::string why_unreadable(const std::string &path) {
   struct stat status{};

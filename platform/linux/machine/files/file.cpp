@@ -1,0 +1,33 @@
+#include "machine/files/file.hpp"
+
+#include <array>
+#include <cerrno>
+
+namespace veltro::host {
+
+bool write_all(int file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = write(file, bytes.data(), bytes.size());
+    if (count >= 0)
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    else if (errno != EINTR)
+      return false;
+  }
+  return true;
+}
+
+std::optional<std::string> read_all(int file) {
+  std::string bytes;
+  std::array<char, 1 << 14> part;
+  while (true) {
+    const ssize_t count = read(file, part.data(), part.size());
+    if (count == 0)
+      return bytes;
+    if (count > 0)
+      bytes.append(part.data(), static_cast<std::size_t>(count));
+    else if (errno != EINTR)
+      return std::nullopt;
+  }
+}
+
+} // namespace veltro::host

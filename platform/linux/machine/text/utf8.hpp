@@ -1,0 +1,21 @@
+// Text between Foundation and plain C++, which has it in UTF-8.
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <string>
+
+namespace veltro::host {
+
+/// The text of `string`; empty for nil, and for what has no UTF-8 (half a surrogate pair).
+inline std::string utf8_of(NSString *string) {
+  const char *const text = [string UTF8String];
+  return text != nullptr ? text : "";
+}
+
+/// The string of `text` (autoreleased); nil where it is no UTF-8.
+inline NSString *string_of(const std::string &text) {
+  return [NSString stringWithUTF8String:text.c_str()];
+}
+
+} // namespace veltro::host
