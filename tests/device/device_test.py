@@ -2,7 +2,7 @@
 
     exports      exactly the classes and constants of platform/exports.txt
     imports      exactly what platform/imports.txt names, apart from the runtimes
-    libraries    only the libraries that those imports come from
+    libraries    only the libraries that those imports come from, and every import from its own
     weak         whatever a release may lack is linked weakly, and nothing else
     initialisers no slice runs anything when it is loaded
     interface    the Objective-C metadata is tests/device/interface.txt (--write writes it anew)
@@ -96,6 +96,27 @@ def check_libraries():
         for path, line in used.items():
             if 'PrivateFrameworks' in path or 'MobileGestalt' in path:
                 expect(', weak)' in line, f'{name}: {path} is linked strongly, and no release must lack it')
+        check_sources(name)
+
+
+def check_sources(name):
+    """That every import is bound to the library that the list has it in, and what may be in one of two to none."""
+    with open('platform/imports.txt', encoding='utf-8') as file:
+        groups = re.findall(r'^\[(.+)\]\n([^\[]*)', file.read(), re.M)
+    libraries = {'MobileGestalt': 'libMobileGestalt'}
+    expected = {symbol: libraries.get(group, group) for group, text in groups
+                for symbol in text.split('\n') if symbol and not symbol.startswith('#')}
+    for symbol, library_name in expected.items():
+        if symbol.startswith('class ') and library_name == 'Foundation':
+            expected[symbol] = 'dynamically looked up'
+    # As the symbols say, and as dyld is told.
+    found = {tuple(re.match(r'.* (\S+) \((?:from )?(.*)\)$', line).groups())
+             for line in run('llvm-nm-19', '-m', '-u', library(name)).splitlines()}
+    found |= {(binding.name, binding.library.replace('flat-namespace', 'dynamically looked up'))
+              for binding in image.Image(library(name)).bindings}
+    for symbol, source in sorted(found):
+        for wanted in named([symbol]):
+            expect(expected.get(wanted) == source, f'{name}: {wanted} is taken from {source}')
 
 
 def check_weak():
@@ -105,6 +126,9 @@ def check_weak():
         lines = run('llvm-nm-19', '-m', '-u', library(name)).splitlines()
         weak = {line.split()[-3] for line in lines if ' weak external ' in line}
         expect_same(f'{name} weak imports', weak, private)
+        bindings = [binding for binding in image.Image(library(name)).bindings if not binding.lazy]
+        expect_same(f'{name} weak bindings', {binding.name for binding in bindings if binding.weak},
+                    {binding.name for binding in bindings} & private)
 
 
 def check_initialisers():

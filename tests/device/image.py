@@ -7,6 +7,7 @@ import subprocess
 
 Section = collections.namedtuple(
     'Section', 'segment name address size offset align relocations relocation_count flags reserved')
+Binding = collections.namedtuple('Binding', 'address library name lazy weak')  # weak is not listed of lazy ones
 Symbol = collections.namedtuple('Symbol', 'name type section description value')
 
 
@@ -80,21 +81,29 @@ class Image:
         return self._text(section.offset + address - section.address)
 
     @functools.cached_property
-    def bound(self):
-        """Address -> name of what dyld puts there, at once or when it is first called."""
-        found = {}
-        for line in self._listing('--bind', '--lazy-bind'):
-            fields = [field for field in line.split() if field != '(weak_import)']
-            found[int(fields[2], 16)] = fields[-1]
+    def bindings(self):
+        """What dyld puts into the image, at once or when it is first called."""
+        found = []
+        for option, library_field in (('--bind', 5), ('--lazy-bind', 3)):
+            for line in self._listing(option):
+                fields = line.split()
+                weak = fields[-1] == '(weak_import)'
+                found.append(Binding(int(fields[2], 16), fields[library_field], fields[-2 if weak else -1],
+                                     option == '--lazy-bind', weak))
         return found
+
+    @functools.cached_property
+    def bound(self):
+        """Address -> name of what dyld puts there."""
+        return {binding.address: binding.name for binding in self.bindings}
 
     @functools.cached_property
     def moved(self):
         """Addresses of the pointers that move with the image."""
         return {int(line.split()[2], 16) for line in self._listing('--rebase')}
 
-    def _listing(self, *options):
-        text = subprocess.run(['llvm-objdump-19', '--macho', *options, self.path], check=True, capture_output=True,
+    def _listing(self, option):
+        text = subprocess.run(['llvm-objdump-19', '--macho', option, self.path], check=True, capture_output=True,
                               text=True).stdout
         return [line for line in text.splitlines() if line.startswith('__') and ' 0x' in line]
 
