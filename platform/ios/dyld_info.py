@@ -19,21 +19,31 @@ class Binding:
 
 
 def _extent(image, field):
-    return image.unpack('II', image.command(macho.LC_DYLD_INFO_ONLY) + field)
+    at, size = image.unpack('II', image.command(macho.LC_DYLD_INFO_ONLY) + field)
+    if at + size > len(image.data):
+        raise macho.Malformed('ends before what dyld is told')
+    return at, at + size
+
+
+def _place(image, segment, offset):
+    segments = list(image.segments())
+    if segment >= len(segments):
+        raise macho.Malformed(f'what dyld is told names segment {segment}')
+    return segments[segment].address + offset
 
 
 def rebased(image):
     """The addresses of all pointers into the image."""
-    data, segments, pointer = image.data, list(image.segments()), 8 if image.wide else 4
-    at, size = _extent(image, REBASE)
-    end, address = at + size, 0
+    data, pointer = image.data, 8 if image.wide else 4
+    at, end = _extent(image, REBASE)
+    address = 0
     while at < end:
         opcode, immediate = data[at] & 0xf0, data[at] & 0xf
         at += 1
         count = skip = 0
         if opcode == 0x20:  # segment and offset
             offset, at = macho.leb(data, at)
-            address = segments[immediate].address + offset
+            address = _place(image, immediate, offset)
         elif opcode == 0x30:
             skip, at = macho.leb(data, at)
             address += skip
@@ -58,9 +68,9 @@ def rebased(image):
 
 def bindings(image, field):
     """The slots that BIND or LAZY_BIND fills."""
-    data, segments, pointer = image.data, list(image.segments()), 8 if image.wide else 4
-    at, size = _extent(image, field)
-    end, address = at + size, 0
+    data, pointer = image.data, 8 if image.wide else 4
+    at, end = _extent(image, field)
+    address = 0
     name, weak, ordinal, ordinal_at, name_at = '', False, 0, 0, 0
     while at < end:
         here, opcode, immediate = at, data[at] & 0xf0, data[at] & 0xf
@@ -78,7 +88,7 @@ def bindings(image, field):
             at += len(name) + 1
         elif opcode == 0x70:  # segment and offset
             offset, at = macho.leb(data, at)
-            address = segments[immediate].address + offset
+            address = _place(image, immediate, offset)
         elif opcode == 0x80:
             skip, at = macho.leb(data, at)
             address += skip

@@ -2,7 +2,9 @@
 former Mach-O linker of LLVM 13, Debian's only linker for 32-bit ARM. Its faults are patched in the objects
 before (patch_objects) and in the image after (patch_image). It reads no text-based stubs for these
 processors: stub libraries of what IMPORTS names are written in the binary form."""
+import contextlib
 import os
+import shutil
 import struct
 import subprocess
 import sys
@@ -53,12 +55,24 @@ def read(path):
         return macho.MachO(file.read())
 
 
-def patched(path):
-    obj = read(path)
-    patch_objects.rename_sections(obj)
-    patch_objects.relocate_symbol_pointers(obj)
-    patch_objects.clear_thumb_addends(obj)
-    patch_objects.order_private_symbols(obj)
+@contextlib.contextmanager
+def blame(name):
+    """Has what goes wrong say whose fault it is."""
+    try:
+        yield
+    except macho.Malformed as error:
+        raise macho.Malformed(f'{name}: {error}') from None
+
+
+def patched(path, expected):
+    """The bytes of an object as the linker takes it; notes what its image has to hold."""
+    with blame(path):
+        obj = read(path)
+        expected.take(obj)
+        patch_objects.rename_sections(obj)
+        patch_objects.relocate_symbol_pointers(obj)
+        patch_objects.clear_thumb_addends(obj)
+        patch_objects.order_private_symbols(obj)
     return obj.data
 
 
@@ -67,23 +81,29 @@ def link(arch, install_name, imports, out, objects):
     looked_up = {symbol for library in libraries for symbol in class_symbols(library.looked_up)}
     may_be_missing = {symbol for library in libraries if library.may_be_missing
                       for symbol in library.symbols + class_symbols(library.classes)}
-    expected = patch_objects.Expectations(map(read, objects))
+    expected = patch_objects.Expectations()
     with tempfile.TemporaryDirectory() as folder:
         inputs = []
         for i, library in enumerate(libraries):
             symbols = library.symbols + class_symbols(library.classes)
             inputs.append(write(f'{folder}/{i:02}.dylib', stub_library(arch, library.install_name, symbols)))
         inputs.append(write(f'{folder}/looked-up.dylib', stub_library(arch, patch_image.PLACEHOLDER, looked_up)))
-        inputs += [write(f'{folder}/{i:02}.o', patched(path)) for i, path in enumerate(objects)]
+        inputs += [write(f'{folder}/{i:02}.o', patched(path, expected)) for i, path in enumerate(objects)]
         result = subprocess.run(
             [LINKER, '-arch', arch, '-ios_version_min', OLDEST, '-sdk_version', NEWEST, '-dylib',
              '-install_name', install_name, '-current_version', '1', '-compatibility_version', '1',
              '-o', f'{folder}/image', *inputs], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
             check=False, env={**os.environ, **ZEROED_MEMORY})
         if result.returncode:
-            sys.exit(result.stdout)
-        image = read(f'{folder}/image')
+            raise macho.Malformed(f'{LINKER} failed: {result.stdout.strip()}')
+        with blame(LINKER):
+            image = read(f'{folder}/image')
+            patch(image, expected, looked_up, may_be_missing)
+    write(out, image.data)
+    os.chmod(out, 0o755)
 
+
+def patch(image, expected, looked_up, may_be_missing):
     patch_image.patch_section_names(image, expected)
     patch_image.patch_image_info(image, expected)
     patch_image.patch_thumb_shims(image, expected)
@@ -93,16 +113,16 @@ def link(arch, install_name, imports, out, objects):
     patch_image.check_gaps(image, expected)
     patch_image.check_thumb_pointers(image)
     patch_image.check_protocols(image)
-    write(out, image.data)
-    os.chmod(out, 0o755)
 
 
 def main():
     arch, install_name, imports, out, *objects = sys.argv[1:]
+    if not shutil.which(LINKER):
+        sys.exit(f'{LINKER} is not installed; it comes with lld-13')
     try:
         link(arch, install_name, imports, out, objects)
     except macho.Malformed as error:
-        sys.exit(f'{out}: {LINKER}: {error}')
+        sys.exit(f'{out}: {error}')
 
 
 if __name__ == '__main__':

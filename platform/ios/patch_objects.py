@@ -93,24 +93,24 @@ def relocations(obj, section):
 
 
 class Expectations:
-    """What the image of the objects, as they were before any patch, has to hold for the patches of
-    patch_image."""
+    """What an image has to hold for the patches of patch_image, by its objects as they were before any
+    patch."""
 
-    def __init__(self, objects):
+    def __init__(self):
         self.renamed = set()  # sections that carry other names
         self.image_info = []  # of every object that has some
         self.weak = set()  # symbols that may be missing
-        self.imported = set()
         self.tail_calls = set()  # imported functions that are jumped to
         self.function_sizes = {}  # by name; None where several have it
-        self._defined = set()
-        for obj in objects:
-            self._take(obj)
-        self.imported -= self._defined
+        self._undefined, self._defined = set(), set()
 
-    def _take(self, obj):
+    @property
+    def imported(self):
+        return self._undefined - self._defined
+
+    def take(self, obj):
         symbols = list(obj.symbols())
-        self.imported |= {symbol.name for symbol in symbols if symbol.undefined}
+        self._undefined |= {symbol.name for symbol in symbols if symbol.undefined}
         self._defined |= {symbol.name for symbol in symbols if not symbol.undefined}
         self.weak |= {symbol.name for symbol in symbols
                       if symbol.undefined and symbol.description & macho.N_WEAK_REF}
