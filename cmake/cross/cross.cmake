@@ -6,7 +6,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 string(REGEX REPLACE "-.*" "" CMAKE_SYSTEM_PROCESSOR ${VELTRO_CROSS_TRIPLE})
 set(CMAKE_SYSROOT ${root}/build/sysroot/${VELTRO_CROSS_DEBIAN})
 
-foreach(language C CXX OBJCXX)
+foreach(language C CXX OBJCXX ASM)
   set(CMAKE_${language}_COMPILER_TARGET ${VELTRO_CROSS_TRIPLE})
   # As on the device, where a plain char is signed.
   set(CMAKE_${language}_FLAGS_INIT -fsigned-char)

@@ -10,6 +10,7 @@
 #include "objc_registration.hpp"
 #include "symbols.hpp"
 #include "unwind_info.hpp"
+#include "variadic_calls.hpp"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -93,6 +94,7 @@ VLImage *load(const char *path) {
   const objc::Metadata metadata = objc::read_metadata(image);
   const std::vector<FrameEntry> frames = read_unwind_info(image);
   objc::check_constant_strings(metadata, image);
+  objc::check_variadic_calls(image.fixups().symbols, metadata);
 
   const std::vector<void *> imports = resolve_imports(image.fixups().symbols, find_loaded);
   objc::check_registration(metadata);

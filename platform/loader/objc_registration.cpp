@@ -1,9 +1,11 @@
 #include "objc_registration.hpp"
 
 #include "constant_strings.hpp"
+#include "entry_stubs.hpp"
 #include "gcc_protocols.hpp"
 #include "symbols.hpp"
 #include "types.hpp"
+#include "variadic_calls.hpp"
 
 #include <unordered_map>
 extern "C" {
@@ -27,11 +29,11 @@ namespace {
 class Registration {
 public:
   Registration(const Metadata &metadata, const Memory &memory)
-      : metadata_(metadata), memory_(memory), protocols_(metadata) {}
+      : metadata_(metadata), memory_(memory), stubs_(metadata, memory), protocols_(metadata) {}
 
   void run() {
     for (const Selector &selector : metadata_.selectors)
-      memory_.put_pointer(selector.slot, sel_registerName(std::string(selector.name).c_str()));
+      memory_.put_pointer(selector.slot, selector_to_send(std::string(selector.name).c_str()));
     register_constant_strings(metadata_.strings, memory_);
     for (const Class &found : metadata_.classes)
       add_class(found);
@@ -93,7 +95,7 @@ private:
     for (const Method &method : methods) {
       const std::string types = types_for_gcc(method.types);
       const SEL selector = sel_registerTypedName(std::string(method.name).c_str(), types.c_str());
-      const auto code = reinterpret_cast<IMP>(memory_.at(method.code));
+      const auto code = reinterpret_cast<IMP>(stubs_.entry(method));
       // A category's method takes the place of one that the class itself has.
       if (!class_addMethod(to, selector, code, types.c_str()))
         method_setImplementation(class_getInstanceMethod(to, selector), code);
@@ -107,6 +109,7 @@ private:
 
   const Metadata &metadata_;
   const Memory &memory_;
+  EntryStubs stubs_;
   GccProtocols protocols_;
   // The image's structures and what stands for them.
   std::unordered_map<uint64_t, ::Class> registered_;

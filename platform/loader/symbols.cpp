@@ -1,5 +1,7 @@
 #include "symbols.hpp"
 
+#include "variadic_calls.hpp"
+
 #include <dlfcn.h>
 extern "C" {
 #include <objc/runtime.h>
@@ -18,6 +20,8 @@ void *find_class(const ClassSymbol &symbol) {
 void *find(std::string_view symbol, FindLoaded find_loaded) {
   if (const ClassSymbol class_of = class_symbol(symbol); !class_of.name.empty())
     return find_class(class_of);
+  if (void *const entry = objc::variadic_function(symbol))
+    return entry;
   if (void *const ours = runtime_symbol(symbol))
     return ours;
   if (!symbol.starts_with('_'))
