@@ -149,6 +149,23 @@ class Chat(Tool):
         self.assertEqual(self.records('read', 'anna', '--last', '2'), read[2:])
         self.assertEqual(self.records('read', 'nobody'), [])
 
+    def test_a_text_from_a_pipe_loses_one_line_end(self):
+        for number, (stdin, text) in enumerate(((b'printed\n', 'printed'), (b'two\n\n', 'two\n'), (b'none', 'none'),
+                                                (b'other\r\n', 'other'), (b'kept\r', 'kept\r')), 1):
+            self.output('chat', 'say', 'anna', stdin=stdin)
+            self.assertEqual(self.records('read', 'anna')[number - 1]['text'], text)
+
+    def test_an_empty_input_is_refused(self):
+        for stdin in (b'', b'\n'):
+            ended = self.veltro('chat', 'say', 'anna', stdin=stdin)
+            self.assertEqual((ended.returncode, ended.stdout), (2, b''))
+            self.assertEqual(ended.stderr,
+                             b'veltro: there is no text on standard input; --empty sends an empty one\n')
+        self.assertEqual(self.records('read', 'anna'), [])
+        self.output('chat', 'say', 'anna', '--empty', stdin=b'')
+        self.output('chat', 'say', 'anna', '--empty', stdin=b'full')
+        self.assertEqual([each['text'] for each in self.records('read', 'anna')], ['', 'full'])
+
     def test_times(self):
         # 700000000.25 s after the beginning of 2001.
         for number in range(3):
@@ -225,6 +242,8 @@ class Chat(Tool):
                           ('read', 'anna', '--last', 'x'), ('say', 'anna', b'\xff'), ('read', b'\xff'),
                           ('say', b'\xff', 'text')):
             self.assert_usage('chat', *arguments)
+        ended = self.veltro('chat', 'say', 'anna', stdin=b'\xff')
+        self.assertEqual((ended.returncode, ended.stderr), (2, b'veltro: the text on standard input is not UTF-8\n'))
 
     def test_help(self):
         self.assertIn(b'mark-read', self.output('chat', '--help'))

@@ -59,7 +59,13 @@ TEST_F(KeychainTool, StoresPrintsAndDeletes) {
   EXPECT_EQ(keychain({"rm", "mail", "ann"}).status, 0);
   expect_no(keychain({"get", "mail", "ann"}), "errSecItemNotFound");
   expect_no(keychain({"rm", "mail", "ann"}), "errSecItemNotFound");
-  expect_no(keychain({"list"}), "errSecItemNotFound");
+  const ToolResult none = keychain({"list"});
+  EXPECT_EQ(none.status, 0);
+  EXPECT_EQ(none.out, "service  account  label  group  sync  accessible  created  modified\n");
+  EXPECT_EQ(none.error, "");
+  const ToolResult json = keychain({"list", "--json"});
+  EXPECT_EQ(json.status, 0);
+  EXPECT_EQ(json.out + json.error, "");
 }
 
 TEST_F(KeychainTool, KeepsEveryByteButOneLineEnd) {
@@ -124,6 +130,17 @@ TEST_F(KeychainTool, LinesUpWhatIsNotPlainLetters) {
   EXPECT_THAT(table, HasSubstr("\np\u00f6st     \u00e4nn             default"));
 }
 
+TEST_F(KeychainTool, LinesUpWideAndCombiningCharacters) {
+  ASSERT_EQ(keychain({"set", "\u90f5\u4fbf\u5c40", "a"}, "x").status, 0); // three of two columns
+  ASSERT_EQ(keychain({"set", "e\u0301a", "b"}, "x").status, 0);           // a and e with an accent
+  ASSERT_EQ(keychain({"set", "\U0001f98a", "c"}, "x").status, 0);         // one of two columns
+  const std::string table = keychain({"list"}).out;
+  EXPECT_THAT(table, HasSubstr("service  account"));
+  EXPECT_THAT(table, HasSubstr("\n\u90f5\u4fbf\u5c40   a        "));
+  EXPECT_THAT(table, HasSubstr("\ne\u0301a       b        "));
+  EXPECT_THAT(table, HasSubstr("\n\U0001f98a       c        "));
+}
+
 TEST_F(KeychainTool, TakesNoSecretFromTheCommandLine) {
   EXPECT_EQ(keychain({"set", "mail", "ann", "secret"}).status, 2);
   EXPECT_EQ(keychain({"set", "mail", "ann", "--password", "secret"}).status, 2);
@@ -162,7 +179,8 @@ TEST_F(KeychainTool, Lists) {
   EXPECT_EQ(std::ranges::count(keychain({"list", "--sync", "no", "--json"}).out, '\n'), 2);
   EXPECT_EQ(std::ranges::count(keychain({"list", "--sync", "yes", "--json"}).out, '\n'), 1);
   EXPECT_EQ(std::ranges::count(keychain({"list", "--group", "team", "--json"}).out, '\n'), 1);
-  expect_no(keychain({"list", "none"}), "errSecItemNotFound");
+  EXPECT_EQ(keychain({"list", "none"}).status, 0);
+  EXPECT_EQ(keychain({"list", "none", "--json"}).out, "");
 }
 
 TEST_F(KeychainTool, TellsTheItemsOfOneNameApart) {

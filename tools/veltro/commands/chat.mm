@@ -6,12 +6,15 @@
 #include "io/json.hpp"
 #include "io/messenger.hpp"
 #include "io/moment.hpp"
+#include "io/whole_file.hpp"
 
 #import <veltro/ZLTWhatsAppMessage.h>
 
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <limits>
 #include <memory>
+#include <vector>
 
 namespace veltro::tool {
 namespace {
@@ -28,6 +31,7 @@ struct ChatOptions {
   std::optional<std::string> since;
   std::optional<long> port;
   bool received = false;
+  bool empty = false;
   bool json = false;
 };
 
@@ -139,14 +143,31 @@ int read(const ChatOptions &options) {
   });
 }
 
+/// The text on standard input without the line end that it was typed or printed with; what went
+/// wrong, or nothing.
+std::string read_text(std::string &text) {
+  std::vector<std::uint8_t> bytes;
+  if (std::string problem =
+          read_whole_file("-", {std::numeric_limits<std::size_t>::max(), ""}, bytes);
+      !problem.empty())
+    return "standard input: " + problem;
+  text.assign(bytes.begin(), bytes.end());
+  if (text.ends_with('\n'))
+    text.pop_back();
+  if (text.ends_with('\r') && bytes.back() == '\n')
+    text.pop_back();
+  return "";
+}
+
 int say(const ChatOptions &options) {
-  NSString *text = nil;
-  if (options.text)
-    text = string(*options.text);
-  else
-    text = [[[NSString alloc]
-        initWithData:[[NSFileHandle fileHandleWithStandardInput] readDataToEndOfFile]
-            encoding:NSUTF8StringEncoding] autorelease];
+  std::string said = options.text.value_or("");
+  if (!options.text) {
+    if (const std::string problem = read_text(said); !problem.empty())
+      return answered_no(problem);
+    if (said.empty() && !options.empty)
+      return usage_error("there is no text on standard input; --empty sends an empty one");
+  }
+  NSString *const text = string(said);
   if (text == nil)
     return usage_error("the text on standard input is not UTF-8");
   ZLTWhatsAppMessage *message = [[[ZLTWhatsAppMessage alloc] init] autorelease];
@@ -202,7 +223,10 @@ void add_chat(CLI::App &app, Action &run) {
       "Only those since a date: now, @SECONDS since 1970, or ISO 8601 such as 2024-03-13, "
       "2024-03-13T15:30 or 2024-03-13T15:30:45.25-04:00, in TZ's zone where it names none");
   command = add_for_user("say", "Send a message to a user", say);
-  command->add_option("TEXT", options->text, "What to say (else standard input)");
+  command->add_option("TEXT", options->text,
+                      "What to say (else standard input, without one line end at its end)");
+  command->add_flag("--empty", options->empty,
+                    "Send an empty text where standard input holds none");
   command->add_flag("--received", options->received, "Play the user, and be the one who sends");
   add_for_user("mark-read", "Mark the messages with a user as read", mark_read);
 }

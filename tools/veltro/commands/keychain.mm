@@ -4,6 +4,7 @@
 #include "io/exit.hpp"
 #include "io/json.hpp"
 #include "io/secret_input.hpp"
+#include "io/table.hpp"
 #include "io/whole_file.hpp"
 
 #include <Security/Security.h>
@@ -173,63 +174,32 @@ std::string accessibility_name(NSString *value) {
   return text(value);
 }
 
-using Record = std::vector<std::pair<const char *, std::string>>;
+const std::vector<std::string> kColumns{"service", "account",    "label",   "group",
+                                        "sync",    "accessible", "created", "modified"};
+
+/// What is listed of an item, by kColumns.
+using Record = std::vector<std::string>;
 
 Record record_of(NSDictionary *item) {
   return {
-      {"service", text([item objectForKey:kZLTKeyChainWhereKey])},
-      {"account", text([item objectForKey:kZLTKeyChainAccountKey])},
-      {"label", text([item objectForKey:kZLTKeyChainLabelKey])},
-      {"group", text([item objectForKey:(id)kSecAttrAccessGroup])},
-      {"sync", [[item objectForKey:(id)kSecAttrSynchronizable] boolValue] ? "yes" : "no"},
-      {"accessible", accessibility_name([item objectForKey:(id)kSecAttrAccessible])},
-      {"created", moment([item objectForKey:kZLTKeyChainCreatedAtKey])},
-      {"modified", moment([item objectForKey:kZLTKeyChainLastModifiedKey])},
+      text([item objectForKey:kZLTKeyChainWhereKey]),
+      text([item objectForKey:kZLTKeyChainAccountKey]),
+      text([item objectForKey:kZLTKeyChainLabelKey]),
+      text([item objectForKey:(id)kSecAttrAccessGroup]),
+      [[item objectForKey:(id)kSecAttrSynchronizable] boolValue] ? "yes" : "no",
+      accessibility_name([item objectForKey:(id)kSecAttrAccessible]),
+      moment([item objectForKey:kZLTKeyChainCreatedAtKey]),
+      moment([item objectForKey:kZLTKeyChainLastModifiedKey]),
   };
 }
 
 void print_json(const std::vector<Record> &records) {
   for (const Record &record : records) {
     std::string line;
-    for (const auto &[name, value] : record)
-      line += (line.empty() ? "{" : ", ") + json_string(name) + ": " + json_string(value);
+    for (std::size_t at = 0; at < record.size(); ++at)
+      line += (at == 0 ? "{" : ", ") + json_string(kColumns[at]) + ": " + json_string(record[at]);
     std::cout << line << "}\n";
   }
-}
-
-/// `text` on one line of a table.
-std::string cell(std::string text) {
-  for (char &character : text)
-    if (static_cast<unsigned char>(character) < 0x20 || character == 0x7f)
-      character = ' ';
-  return text;
-}
-
-/// How many characters the UTF-8 of `text` stands for.
-std::size_t width_of(std::string_view text) {
-  return static_cast<std::size_t>(
-      std::ranges::count_if(text, [](char byte) { return (byte & 0xC0) != 0x80; }));
-}
-
-void print_table(const std::vector<Record> &records) {
-  std::vector<std::size_t> widths;
-  for (const auto &[name, value] : records.front())
-    widths.push_back(width_of(name));
-  for (const Record &record : records)
-    for (std::size_t at = 0; at < record.size(); ++at)
-      widths[at] = std::max(widths[at], width_of(record[at].second));
-  const auto print = [&](const Record &record, bool names) {
-    for (std::size_t at = 0; at < record.size(); ++at) {
-      const std::string shown = names ? record[at].first : cell(record[at].second);
-      if (at + 1 < record.size())
-        std::cout << shown << std::string(widths[at] + 2 - width_of(shown), ' ');
-      else
-        std::cout << shown << '\n';
-    }
-  };
-  print(records.front(), true);
-  for (const Record &record : records)
-    print(record, false);
 }
 
 int list(const Options &options) {
@@ -237,18 +207,18 @@ int list(const Options &options) {
   [query setAccount:nil];
   NSError *error = nil;
   NSArray *const items = [query fetchAll:&error];
-  if (items == nil)
+  // A list of none is a list.
+  if (items == nil && [error code] != errSecItemNotFound)
     return failed(error);
   std::vector<Record> records;
   for (NSDictionary *const item in items)
     records.push_back(record_of(item));
-  std::ranges::sort(records, {}, [](const Record &record) {
-    return std::pair(record[0].second, record[1].second);
-  });
+  std::ranges::sort(records, {},
+                    [](const Record &record) { return std::pair(record[0], record[1]); });
   if (options.json)
     print_json(records);
   else
-    print_table(records);
+    print_table(kColumns, records);
   return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
 }
 
