@@ -26,6 +26,7 @@ foreach(target veltro veltro-host veltro-tool)
     COMPONENT debug EXCLUDE_FROM_ALL)
 endforeach()
 install(DIRECTORY tools/veltro/Resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro)
+install(FILES platform/linux/lsan.supp DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro)
 install(DIRECTORY include/veltro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY platform/include/ platform/linux/objc-support/
         DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR})
@@ -35,6 +36,9 @@ install(DIRECTORY ${VELTRO_GCC_OBJC_INCLUDE}/objc DESTINATION ${VELTRO_PLATFORM_
 set_target_properties(veltro-tool PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(veltro PROPERTIES INSTALL_RPATH "$ORIGIN")
 
+# clang 19 loses what extern "C" blocks declare in a module that C++20 imports, and so all of GNUstep's headers; it
+# keeps them where C++'s own modules are off.
+set(VELTRO_MODULE_OPTIONS "-Xclang -fno-cxx-modules")
 list(JOIN VELTRO_OBJC_OPTIONS " " PC_OPTIONS)
 list(TRANSFORM VELTRO_OBJC_DEFINITIONS PREPEND "-D" OUTPUT_VARIABLE definitions)
 list(JOIN definitions " " PC_DEFINITIONS)

@@ -32,11 +32,6 @@ def stub(path):
         file.write(f"    objc-classes:    [ {', '.join(classes)} ]\n...\n")
 
 
-def module_map(path):
-    with open(path, 'w', encoding='utf-8') as file:
-        file.write('module veltro {\n  umbrella header "veltro.h"\n  export *\n  link "veltro"\n}\n')
-
-
 def make(name, fill, **fields):
     tree = f'{out}/{name}'
     shutil.rmtree(tree, ignore_errors=True)
@@ -70,7 +65,6 @@ def fill_development(tree):
     shutil.copytree('include/veltro', f'{tree}/usr/include/veltro')
     os.makedirs(f'{tree}/usr/lib')
     stub(f'{tree}/usr/lib/libveltro.tbd')
-    module_map(f'{tree}/usr/include/veltro/module.modulemap')
 
 
 make('com.norvane.libveltro', fill_library, Name='libveltro', Section='System',

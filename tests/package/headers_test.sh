@@ -1,6 +1,6 @@
 #!/bin/sh
-# headers_test.sh BUILD COMPILER: what the headers tell a file that cannot use them, and what it takes to write one
-# source for both ways to manage memory.
+# headers_test.sh BUILD COMPILER: what the headers tell a file that cannot use them, what it takes to write one source
+# for both ways to manage memory, and the headers as a module.
 set -eu
 build=$1 compiler=$2
 cd "$(dirname "$0")/../.."
@@ -53,4 +53,18 @@ for arc in -fobjc-arc -fno-objc-arc; do
       -fsyntax-only tests/package/consumer/ownership.m || fail "the source for both does not compile with $arc"
   done
 done
+
+# The module, by itself and with headers before and after it.
+module() {
+  { printf '%s\n' "$@" && echo 'BOOL imported(void) { return [[NSDate date] veltro_isToday] && [UIDevice currentDevice] != nil; }'; } \
+    >"$scratch/module.m"
+  for language in objective-c "objective-c++ -std=c++17" "objective-c++ -std=c++20"; do
+    # shellcheck disable=SC2086
+    "$compiler" -x $language $flags -Wall -Werror -fmodules -fcxx-modules -fmodules-cache-path="$scratch/modules" \
+      -fsyntax-only "$scratch/module.m" || fail "not imported as $language: $*"
+  done
+}
+module '@import veltro;'
+module '@import veltro;' '#import <veltro/ZLTKeyChain.h>' '#import <UIKit/UIKit.h>' '#import <Foundation/Foundation.h>'
+module '#import <Foundation/Foundation.h>' '@import veltro;'
 exit $failed

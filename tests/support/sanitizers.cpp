@@ -15,19 +15,12 @@ const char *__lsan_default_options() {
   return "print_suppressions=0";
 }
 
+#pragma clang diagnostic ignored "-Wc23-extensions"
 const char *__lsan_default_suppressions() {
-  return
-      // The runtime builds its trees of classes that await their +load while shared objects load.
-      "leak:__objc_exec_class\n"
-      // GNUstep copies method tables into its classes when they initialise; the Objective-C runtime
-      // keeps them until the process ends.
-      "leak:GSObjCAddMethods\n"
-      "leak:GSObjCAddClassBehavior\n"
-      "leak:class_copyMethodList\n"
-      // Fontconfig keeps patterns for the process's life behind references that are no pointers.
-      "leak:libfontconfig\n"
-      // What the sanitizer asks about a thread that is just starting while the process ends.
-      "leak:pthread_getattr_np\n";
+  static const char list[] = {
+#embed "../../platform/linux/lsan.supp" suffix(, 0)
+  };
+  return list;
 }
 
 } // extern "C"
