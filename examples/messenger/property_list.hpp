@@ -14,8 +14,7 @@ template <typename Class> Class *entry(NSDictionary *dictionary, NSString *key) 
   return kind<Class>([dictionary objectForKey:key]);
 }
 
-/// What a binary property list holds (autoreleased); nil where the bytes are none, or are a
-/// harmful one. May raise what Foundation raises.
+/// What a binary property list holds (autoreleased); nil where the bytes are none.
 id property_list(NSData *bytes);
 
 } // namespace veltro::messenger

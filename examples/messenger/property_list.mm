@@ -1,16 +1,14 @@
 #include "property_list.hpp"
 
-#include "property_list_guard.hpp"
-
 namespace veltro::messenger {
 
 id property_list(NSData *bytes) {
-  if (!is_harmless_property_list({static_cast<const std::byte *>([bytes bytes]), [bytes length]}))
-    return nil;
-  return [NSPropertyListSerialization propertyListWithData:bytes
-                                                   options:NSPropertyListImmutable
-                                                    format:nullptr
-                                                     error:nullptr];
+  NSPropertyListFormat format{};
+  id const list = [NSPropertyListSerialization propertyListWithData:bytes
+                                                            options:NSPropertyListImmutable
+                                                             format:&format
+                                                              error:nullptr];
+  return format == NSPropertyListBinaryFormat_v1_0 ? list : nil;
 }
 
 } // namespace veltro::messenger

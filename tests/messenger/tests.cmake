@@ -1,7 +1,6 @@
 # The example is not part of the library that every test links.
 target_link_libraries(messenger_server_test PRIVATE messenger-core)
 target_link_libraries(messenger_store_test PRIVATE messenger-core)
-target_link_libraries(messenger_property_list_guard_test PRIVATE messenger-core)
 
 # Tests of the program itself: one entry a class.
 function(messenger_process_test file)

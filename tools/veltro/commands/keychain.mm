@@ -88,14 +88,10 @@ int failed(NSError *error) {
 
 /// The object that the text of a property list describes; nil where it describes none.
 id object_of(NSData *source) {
-  @try {
-    return [NSPropertyListSerialization propertyListWithData:source
-                                                     options:NSPropertyListImmutable
-                                                      format:nullptr
-                                                       error:nullptr];
-  } @catch (NSException *) {
-    return nil;
-  }
+  return [NSPropertyListSerialization propertyListWithData:source
+                                                   options:NSPropertyListImmutable
+                                                    format:nullptr
+                                                     error:nullptr];
 }
 
 int set(const Options &options) {

@@ -9,6 +9,7 @@
 #import <Foundation/Foundation.h>
 
 #include "frameworks/Foundation/replace_method.hpp"
+#include "machine/property_lists/corrupt_file.hpp"
 #include "machine/property_lists/property_list.hpp"
 #include "machine/root/loadable_object.hpp"
 
@@ -20,23 +21,23 @@ NSDictionary *(*gnustep_info)(NSBundle *, SEL);
 NSString *(*gnustep_resource_path)(NSBundle *, SEL);
 BOOL (*gnustep_load)(NSBundle *, SEL);
 
-NSDictionary *flat_info(NSBundle *bundle) {
-  NSString *path = [[bundle bundlePath] stringByAppendingPathComponent:@"Info.plist"];
-  NSData *data = [NSData dataWithContentsOfFile:path];
-  // Binary or XML: GNUstep leaks what it reads of a text until it finds that it is no property
-  // list.
-  const char first = [data length] != 0 ? *static_cast<const char *>([data bytes]) : '\0';
-  if (first != 'b' && first != '<')
-    return nil;
-  return veltro::host::dictionary_in(data);
+NSString *flat_info_path(NSBundle *bundle) {
+  return [[bundle bundlePath] stringByAppendingPathComponent:@"Info.plist"];
 }
 
 NSDictionary *info_dictionary(NSBundle *self, SEL command) {
   @synchronized(self) {
     if (self->_infoDict == nil)
-      self->_infoDict = [flat_info(self) retain];
+      self->_infoDict =
+          [veltro::host::dictionary_in([NSData dataWithContentsOfFile:flat_info_path(self)])
+              retain];
   }
-  return self->_infoDict != nil ? self->_infoDict : gnustep_info(self, command);
+  if (self->_infoDict != nil)
+    return self->_infoDict;
+  NSDictionary *const info = gnustep_info(self, command);
+  if ([info count] == 0)
+    veltro::host::log_corrupt_file([flat_info_path(self) fileSystemRepresentation]);
+  return info;
 }
 
 NSString *resource_path(NSBundle *self, SEL command) {

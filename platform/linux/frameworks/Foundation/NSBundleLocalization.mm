@@ -10,6 +10,7 @@
 #include "frameworks/Foundation/languages.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/files/watched_path.hpp"
+#include "machine/property_lists/corrupt_file.hpp"
 #include "machine/property_lists/property_list.hpp"
 #include "machine/text/utf8.hpp"
 
@@ -60,17 +61,9 @@ std::vector<std::string> preferred_in(NSBundle *bundle, const std::vector<std::s
   return veltro::host::matching_localizations(available, wanted);
 }
 
-/// Whether a table is a property list, binary or XML. GNUstep would read text as one, too, and leak
-/// what it read until it finds that it is none.
-bool is_property_list(NSData *data) {
-  const std::string_view start(static_cast<const char *>([data bytes]),
-                               std::min<std::size_t>([data length], 6));
-  return start == "bplist" || start.starts_with("<") || start.starts_with("\xEF\xBB\xBF<");
-}
-
 /// A property list, or Foundation's old format of text in UTF-8 or UTF-16.
 NSDictionary *parse_table(NSData *data) {
-  if (is_property_list(data))
+  if (veltro::host::begins_as_property_list(data))
     return veltro::host::dictionary_in(data);
   const auto *bytes = static_cast<const unsigned char *>([data bytes]);
   const bool wide = [data length] >= 2 && ((bytes[0] == 0xFE && bytes[1] == 0xFF) ||
@@ -107,6 +100,8 @@ NSDictionary *table_at(const std::string &path) {
   }
   WatchedPath file(path);
   NSDictionary *strings = parse_table([NSData dataWithContentsOfFile:string_of(path)]);
+  if (strings == nil && status.st_size != 0)
+    veltro::host::log_corrupt_file(path);
   known.emplace(path, Table{std::move(file), [strings retain]});
   return strings;
 }

@@ -3,6 +3,7 @@
 // take minutes. What cannot be written, it still refuses itself, with its own error.
 
 #include "frameworks/Foundation/binary_property_list.hpp"
+#include "frameworks/Foundation/replace_method.hpp"
 
 #include <objc/runtime.h>
 
@@ -15,6 +16,8 @@ WithDescription with_description;
 WithError with_error;
 
 NSData *quickly(id list, NSPropertyListFormat format) {
+  // Initializes the class: a first message that finds a replaced method does not.
+  [NSPropertyListSerialization class];
   return format == NSPropertyListBinaryFormat_v1_0 ? veltro::host::binary_property_list(list) : nil;
 }
 
@@ -30,13 +33,6 @@ id data_with_error(id self, SEL selector, id list, NSPropertyListFormat format,
   return data != nil ? data : with_error(self, selector, list, format, options, error);
 }
 
-template <typename Function>
-void replace(SEL selector, Function *replacement, Function *&original) {
-  original = reinterpret_cast<Function *>(reinterpret_cast<void *>(method_setImplementation(
-      class_getClassMethod(objc_getClass("NSPropertyListSerialization"), selector),
-      reinterpret_cast<IMP>(reinterpret_cast<void *>(replacement)))));
-}
-
 } // namespace
 
 @interface VHBinaryPropertyLists : NSObject
@@ -45,9 +41,12 @@ void replace(SEL selector, Function *replacement, Function *&original) {
 @implementation VHBinaryPropertyLists
 
 + (void)load {
-  replace(@selector(dataFromPropertyList:format:errorDescription:), data_with_description,
-          with_description);
-  replace(@selector(dataWithPropertyList:format:options:error:), data_with_error, with_error);
+  using veltro::host::replace_class_method;
+  const Class serialization = objc_getClass("NSPropertyListSerialization");
+  with_description = replace_class_method(
+      serialization, "dataFromPropertyList:format:errorDescription:", data_with_description);
+  with_error = replace_class_method(serialization,
+                                    "dataWithPropertyList:format:options:error:", data_with_error);
 }
 
 @end

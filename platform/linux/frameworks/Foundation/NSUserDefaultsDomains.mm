@@ -6,15 +6,19 @@
 
 #import <Foundation/Foundation.h>
 
+#include "frameworks/Foundation/replace_method.hpp"
 #include "machine/files/atomic_file.hpp"
 #include "machine/log/log_line.hpp"
+#include "machine/property_lists/corrupt_file.hpp"
+#include "machine/property_lists/property_list.hpp"
 #include "machine/root/device_root.hpp"
 
 #include <filesystem>
-#import <objc/runtime.h>
 #include <unistd.h>
 
 namespace {
+
+using veltro::host::replace_method;
 
 using Read = NSDictionary *(*)(NSUserDefaults *, SEL, NSString *);
 using Write = void (*)(NSUserDefaults *, SEL, NSDictionary *, NSString *);
@@ -71,20 +75,27 @@ bool make_folder() {
   return fs::is_directory(folder(), error);
 }
 
+NSData *contents_of(const std::string &file) {
+  return [NSData dataWithContentsOfFile:[NSString stringWithUTF8String:file.c_str()]];
+}
+
 NSDictionary *read_domain(NSUserDefaults *self, SEL selector, NSString *domain) {
   if (is_gnustep_s(domain))
     return read_of_gnustep(self, selector, domain);
   const std::string file = file_of(domain);
-  NSData *const data =
-      file.empty() ? nil
-                   : [NSData dataWithContentsOfFile:[NSString stringWithUTF8String:file.c_str()]];
-  if (data == nil)
+  if (file.empty())
     return nil;
-  id const list = [NSPropertyListSerialization propertyListWithData:data
-                                                            options:NSPropertyListImmutable
-                                                             format:nullptr
-                                                              error:nullptr];
-  return [list isKindOfClass:[NSDictionary class]] ? list : nil;
+  NSDictionary *const settings = veltro::host::dictionary_in(contents_of(file));
+  if (settings == nil)
+    veltro::host::log_corrupt_file(file);
+  return settings;
+}
+
+/// Whether the file may be replaced: what does not read is kept under another name.
+bool make_way(const std::string &file) {
+  NSData *const old = contents_of(file);
+  return old == nil || veltro::host::dictionary_in(old) != nil ||
+         veltro::host::quarantine_file(file);
 }
 
 void write_domain(NSUserDefaults *self, SEL selector, NSDictionary *settings, NSString *domain) {
@@ -100,7 +111,7 @@ void write_domain(NSUserDefaults *self, SEL selector, NSDictionary *settings, NS
                                                       options:0
                                                         error:nullptr]
           : nil;
-  if (file.empty() || data == nil || !make_folder() ||
+  if (file.empty() || data == nil || !make_folder() || !make_way(file) ||
       !veltro::host::replace_file(
           file, {static_cast<const char *>([data bytes]), static_cast<std::size_t>([data length])}))
     veltro::host::log_line(std::string("Preferences not written: ") +
@@ -114,14 +125,6 @@ void remove_domain(NSUserDefaults *self, SEL selector, NSString *domain) {
     unlink(file_of(domain).c_str());
 }
 
-/// Exchanges the implementation of a method, whose type no IMP can name.
-template <typename Function> void replace(SEL selector, Function ours, Function &theirs) {
-  Method const method = class_getInstanceMethod(objc_getClass("NSUserDefaults"), selector);
-  void *const old = reinterpret_cast<void *>(
-      method_setImplementation(method, reinterpret_cast<IMP>(reinterpret_cast<void *>(ours))));
-  theirs = reinterpret_cast<Function>(old);
-}
-
 } // namespace
 
 /// Puts the device's way in place while the platform loads.
@@ -131,9 +134,10 @@ template <typename Function> void replace(SEL selector, Function ours, Function 
 @implementation VHUserDefaultsDomains
 
 + (void)load {
-  replace<Read>(@selector(persistentDomainForName:), read_domain, read_of_gnustep);
-  replace<Write>(@selector(setPersistentDomain:forName:), write_domain, write_of_gnustep);
-  replace<Remove>(@selector(removePersistentDomainForName:), remove_domain, remove_of_gnustep);
+  const Class defaults = objc_getClass("NSUserDefaults");
+  read_of_gnustep = replace_method(defaults, "persistentDomainForName:", read_domain);
+  write_of_gnustep = replace_method(defaults, "setPersistentDomain:forName:", write_domain);
+  remove_of_gnustep = replace_method(defaults, "removePersistentDomainForName:", remove_domain);
 }
 
 @end

@@ -10,6 +10,8 @@ namespace veltro::host {
 
 /// Replaces the method of `owner` itself (not one that it inherits); answers the one before. To be
 /// called from +load: earlier no message can be sent, later other code may have kept the old one.
+/// Where a replaced method is the first that a class is sent, the runtime calls it before it has
+/// initialized the class: a class method that stands for it first sends [self class].
 template <typename Function>
 Function replace_method(Class owner, const char *selector, Function replacement) {
   Method method = class_getInstanceMethod(owner, sel_registerName(selector));

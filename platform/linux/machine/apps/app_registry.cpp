@@ -2,6 +2,7 @@
 
 #include "machine/files/watched_path.hpp"
 #include "machine/log/log_line.hpp"
+#include "machine/property_lists/corrupt_file.hpp"
 #include "machine/property_lists/plist_strings.hpp"
 #include "machine/root/device_root.hpp"
 
@@ -175,6 +176,8 @@ private:
   static DataContainer read_data_container(const std::string &container) {
     WatchedPath metadata(container + '/' + container_metadata_file);
     const PlistStrings list = plist_strings(metadata.path(), {container_identifier_key});
+    if (!list.problem.empty())
+      log_corrupt_file(metadata.path());
     return {std::move(metadata), list.value(container_identifier_key)};
   }
 

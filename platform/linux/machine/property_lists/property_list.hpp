@@ -1,12 +1,16 @@
-// Reading property lists without exceptions.
+// Property lists that this platform reads itself.
 #pragma once
 
 @class NSData, NSDictionary;
 
 namespace veltro::host {
 
-/// The dictionary that the property list `data` holds, or nil where it holds none. GNUstep answers
-/// nil for some malformed lists and raises for others.
+/// Whether `data` begins as a binary or an XML property list does.
+bool begins_as_property_list(NSData *data);
+
+/// The dictionary that the property list `data`, binary or XML, holds; nil where it holds none.
+/// Never raises. The old text format is not taken: GNUstep leaks what it reads of a text until it
+/// finds that it is no property list.
 NSDictionary *dictionary_in(NSData *data);
 
 } // namespace veltro::host

@@ -11,6 +11,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+/// GNUstep's, with a file's path: the domains lie beside it.
+@interface NSUserDefaults (Folder)
+- (id)initWithContentsOfFile:(NSString *)path;
+@end
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -102,14 +107,69 @@ TEST_F(UserDefaultsDomains, AreReadInEveryFormat) {
   EXPECT_EQ(stored(), 7);
 }
 
-TEST_F(UserDefaultsDomains, AreMissingWhereTheFileIsBroken) {
+const std::string no_lists[] = {"",
+                                "bplist00 nonsense",
+                                "<plist><array/></plist>",
+                                "bplist00" + std::string(50, '\xff'),
+                                std::string(100, '\0'),
+                                std::string(100000, '(')};
+
+TEST_F(UserDefaultsDomains, AreMissingWhereTheFileIsCorrupt) {
   fs::create_directories(folder());
-  for (const char *text : {"", "bplist00 nonsense", "<plist><array/></plist>"}) {
+  for (const std::string &text : no_lists) {
+    veltro::test::clear_log();
+    fs::remove(file());
     std::ofstream(file()) << text;
     EXPECT_EQ([defaults() persistentDomainForName:name], nil) << text;
+    EXPECT_EQ([defaults() persistentDomainForName:name], nil) << text;
+    EXPECT_THAT(veltro::test::logged_lines(),
+                ElementsAre("Not a property list, counts as missing: " + file().string()))
+        << text;
   }
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder()), fs::directory_iterator()), 1)
+      << "reading leaves it where it is";
+}
+
+std::string contents(const fs::path &path) {
+  std::ifstream stream(path);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST_F(UserDefaultsDomains, KeepACorruptFileUnderAnotherName) {
+  fs::create_directories(folder());
+  std::ofstream(file()) << no_lists[1];
   [defaults() setPersistentDomain:number(3) forName:name];
   EXPECT_EQ(stored(), 3);
+  EXPECT_EQ(contents(file().string() + ".corrupt-1"), no_lists[1]);
+  std::ofstream(file()) << no_lists[3];
+  [defaults() setPersistentDomain:number(4) forName:name];
+  EXPECT_EQ(stored(), 4);
+  EXPECT_EQ(contents(file().string() + ".corrupt-1"), no_lists[1]) << "the first as it was";
+  EXPECT_EQ(contents(file().string() + ".corrupt-2"), no_lists[3]);
+  EXPECT_THAT(veltro::test::logged_lines(),
+              ElementsAre("Not a property list, kept as " + file().string() + ".corrupt-1",
+                          "Not a property list, kept as " + file().string() + ".corrupt-2"));
+}
+
+TEST_F(UserDefaultsDomains, KeepTheApplicationsOwnCorruptFileToo) {
+  const fs::path home = veltro::test::scratch() / "defaults";
+  fs::create_directories(home);
+  NSString *const beside = [NSString stringWithUTF8String:(home / "any").c_str()];
+  const fs::path own =
+      home / ([[[NSProcessInfo processInfo] processName] UTF8String] + std::string(".plist"));
+  for (const std::string &text : no_lists) {
+    fs::remove_all(own.string() + ".corrupt-1");
+    std::ofstream(own) << text;
+    NSUserDefaults *const mine =
+        [[[NSUserDefaults alloc] initWithContentsOfFile:beside] autorelease];
+    EXPECT_EQ([mine objectForKey:@"key"], nil);
+    [mine setObject:@"value" forKey:@"key"];
+    EXPECT_TRUE([mine synchronize]);
+    EXPECT_EQ(contents(own.string() + ".corrupt-1"), text);
+    EXPECT_TRUE(
+        [[[NSDictionary dictionaryWithContentsOfFile:[NSString stringWithUTF8String:own.c_str()]]
+            objectForKey:@"key"] isEqual:@"value"]);
+  }
 }
 
 TEST_F(UserDefaultsDomains, AreReplacedAsAWholeWhileOthersRead) {

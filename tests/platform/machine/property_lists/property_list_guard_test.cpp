@@ -1,4 +1,4 @@
-#include "examples/messenger/property_list_guard.hpp"
+#include "machine/property_lists/property_list_guard.hpp"
 
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 namespace {
 
-using veltro::messenger::is_harmless_property_list;
+using veltro::host::is_harmless_property_list;
 
 std::string big_endian(std::uint64_t number, std::size_t width) {
   std::string bytes;
@@ -70,7 +70,7 @@ TEST(PropertyListGuard, LetsEveryKindOfValuePass) {
 }
 
 TEST(PropertyListGuard, LetsContainersOfAllWidthsPass) {
-  for (const std::size_t width : {1U, 2U, 4U}) {
+  for (const std::size_t width : {1U, 2U, 3U, 4U}) {
     const std::string members = "\xA2" + big_endian(1, width) + big_endian(2, width);
     const std::string entries = "\xD1" + big_endian(2, width) + big_endian(2, width);
     EXPECT_TRUE(harmless(List{.objects = {members, entries, "\x51k"}, .reference_width = width}));
@@ -79,7 +79,6 @@ TEST(PropertyListGuard, LetsContainersOfAllWidthsPass) {
 }
 
 TEST(PropertyListGuard, RefusesWhatIsNone) {
-  EXPECT_FALSE(harmless(""));
   EXPECT_FALSE(harmless("bplist00"));
   EXPECT_FALSE(harmless(std::string(100, '\0')));
   EXPECT_FALSE(harmless("bplist01" + bytes_of({.objects = {"\x09"}}).substr(8)));
@@ -89,7 +88,7 @@ TEST(PropertyListGuard, RefusesWhatIsNone) {
 TEST(PropertyListGuard, RefusesEveryTruncation) {
   const std::string whole = bytes_of({.objects = {"\xA2\x01\x02", "\x51k", "\x10\x07"}});
   ASSERT_TRUE(harmless(whole));
-  for (std::size_t length = 0; length < whole.size(); ++length)
+  for (std::size_t length = 6; length < whole.size(); ++length) // shorter is text
     EXPECT_FALSE(harmless(whole.substr(0, length))) << length;
 }
 
@@ -109,15 +108,15 @@ TEST(PropertyListGuard, RefusesRings) {
 }
 
 TEST(PropertyListGuard, RefusesDeepNesting) {
-  const auto nested = [](int levels) {
-    List list;
-    for (int level = 1; level <= levels; ++level)
-      list.objects.push_back(std::string("\xA1") + static_cast<char>(level));
+  const auto nested = [](std::uint64_t levels) {
+    List list{.objects = {}, .reference_width = 2};
+    for (std::uint64_t level = 1; level <= levels; ++level)
+      list.objects.push_back("\xA1" + big_endian(level, 2));
     list.objects.emplace_back("\x09");
     return list;
   };
-  EXPECT_TRUE(harmless(nested(16)));
-  EXPECT_FALSE(harmless(nested(17)));
+  EXPECT_TRUE(harmless(nested(512)));
+  EXPECT_FALSE(harmless(nested(513)));
 }
 
 TEST(PropertyListGuard, CountsAnObjectAsOftenAsItIsReferredTo) {
@@ -128,20 +127,22 @@ TEST(PropertyListGuard, CountsAnObjectAsOftenAsItIsReferredTo) {
     list.objects.emplace_back("\x09");
     return list;
   };
-  EXPECT_TRUE(harmless(doubled(11)));
-  EXPECT_FALSE(harmless(doubled(12)));
+  // 63 objects of 72 bytes, 127 of 77.
+  EXPECT_TRUE(harmless(doubled(5)));
+  EXPECT_FALSE(harmless(doubled(6)));
+  EXPECT_FALSE(harmless(doubled(60)));
 }
 
 TEST(PropertyListGuard, CountsTheBytesOfAStringAsOftenAsItIsReferredTo) {
   const auto repeated = [](char times) {
-    const std::string string = "\x5F\x12" + big_endian(1 << 20, 4) + std::string(1 << 20, 's');
+    const std::string string = "\x5F\x12" + big_endian(8 << 20, 4) + std::string(8 << 20, 's');
     return List{.objects = {"\xAF\x10" + std::string(1, times) +
                                 std::string(static_cast<std::size_t>(times), '\x01'),
                             string},
                 .offset_width = 4};
   };
-  EXPECT_TRUE(harmless(repeated(4)));
-  EXPECT_FALSE(harmless(repeated(5)));
+  EXPECT_TRUE(harmless(repeated(32)));
+  EXPECT_FALSE(harmless(repeated(33)));
 }
 
 TEST(PropertyListGuard, RefusesLengthsBeyondTheData) {
@@ -157,7 +158,7 @@ TEST(PropertyListGuard, RefusesTrailersThatLie) {
   const std::string body = "bplist00\x09\x08";
   ASSERT_TRUE(harmless(body + trailer(1, 1, 1, 0, 9)));
   EXPECT_FALSE(harmless(body + trailer(0, 1, 1, 0, 9)));
-  EXPECT_FALSE(harmless(body + trailer(3, 1, 1, 0, 9)));
+  EXPECT_FALSE(harmless(body + trailer(5, 1, 1, 0, 9)));
   EXPECT_FALSE(harmless(body + trailer(1, 0, 1, 0, 9)));
   EXPECT_FALSE(harmless(body + trailer(1, 8, 1, 0, 9)));
   EXPECT_FALSE(harmless(body + trailer(1, 1, 2, 0, 9)));
@@ -169,6 +170,59 @@ TEST(PropertyListGuard, RefusesTrailersThatLie) {
   // Offsets into the header and into the table.
   EXPECT_FALSE(harmless("bplist00\x09\x07" + trailer(1, 1, 1, 0, 9)));
   EXPECT_FALSE(harmless("bplist00\x09\x09" + trailer(1, 1, 1, 0, 9)));
+}
+
+std::string repeated(const std::string &text, int times) {
+  std::string all;
+  for (int time = 0; time < times; ++time)
+    all += text;
+  return all;
+}
+
+constexpr const char *declaration = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
+
+std::string xml(const std::string &text) {
+  return declaration + text + "</plist>";
+}
+
+TEST(PropertyListGuard, LetsTextPassThatNestsReasonably) {
+  EXPECT_TRUE(harmless(""));
+  EXPECT_TRUE(harmless("{ a = (b, \"c\"); }"));
+  EXPECT_TRUE(harmless("no property list"));
+  EXPECT_TRUE(harmless(repeated("(", 512) + repeated(")", 512)));
+  EXPECT_TRUE(harmless("(" + repeated("(), {},", 1000) + ")"));
+  EXPECT_TRUE(harmless("(\"" + repeated("(", 1000) + R"(\")" + repeated("(", 1000) + "\")"));
+  EXPECT_TRUE(harmless(xml(repeated("<dict><array>", 256))));
+  EXPECT_TRUE(harmless(xml("<array>" + repeated("<array/><dict></dict>", 1000) + "</array>")));
+  EXPECT_TRUE(harmless(xml("<string>" + repeated("({", 1000) + "</string>")));
+  EXPECT_TRUE(harmless("\xEF\xBB\xBF \n" + xml("<string>" + repeated("({", 1000) + "</string>")));
+}
+
+TEST(PropertyListGuard, RefusesTextThatNestsDeeply) {
+  EXPECT_FALSE(harmless(repeated("(", 513)));
+  EXPECT_FALSE(harmless(repeated("{a=", 513)));
+  EXPECT_FALSE(harmless("\"a\" = " + repeated("(", 513)));
+  EXPECT_FALSE(harmless(xml(repeated("<array>", 513))));
+  EXPECT_FALSE(harmless(xml(repeated("<dict><key>k</key>", 513))));
+  EXPECT_FALSE(harmless(repeated("(", 513) + xml(""))) << "text, for all that comes later";
+}
+
+TEST(PropertyListGuard, IsNotMisledByCommentsAndQuotes) {
+  EXPECT_FALSE(harmless(repeated("(/*)*/", 513)));
+  EXPECT_FALSE(harmless(repeated("(//)\n", 513)));
+  EXPECT_FALSE(harmless(repeated("(\")\",", 513)));
+  EXPECT_FALSE(harmless("(a//," + repeated("(", 513))) << "a word, and no comment";
+  EXPECT_FALSE(harmless(")))" + repeated("(", 513)));
+  EXPECT_FALSE(harmless(xml(repeated("<array><!--</array>-->", 513))));
+  EXPECT_FALSE(harmless(xml(repeated("<array><![CDATA[</array>]]>", 513))));
+  EXPECT_FALSE(harmless(xml(repeated("<array a=\"</array>\">", 513))));
+  EXPECT_FALSE(harmless(xml("</array>" + repeated("<array>", 513))));
+  EXPECT_FALSE(harmless(declaration + ("<!--" + repeated("<array>", 513))));
+}
+
+TEST(PropertyListGuard, RefusesZeros) {
+  EXPECT_FALSE(harmless(std::string(100, '\0')));
+  EXPECT_FALSE(harmless(std::string("(a)\0", 4)));
 }
 
 } // namespace

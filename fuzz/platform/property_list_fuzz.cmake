@@ -1,0 +1,1 @@
+set(options IGNORE_LEAKS)

@@ -1,0 +1,140 @@
+// Reading property lists, and with them keyed archives, preferences and tables of strings. For a
+// damaged list the device returns nil and an error; GNUstep does so for some, raises for others,
+// and for a list that nests deeply or refers to itself runs into the end of the stack. Its readers
+// get only what they can read. Follows Apple's NSPropertyListSerialization and NSString references.
+//
+// -initWithContentsOfFile: and -initWithContentsOfURL: of NSDictionary and NSArray read binary
+// lists too, which GNUstep takes for text.
+
+#import <Foundation/Foundation.h>
+
+#include "frameworks/Foundation/replace_method.hpp"
+#include "machine/property_lists/property_list_guard.hpp"
+
+#include <objc/runtime.h>
+#include <string_view>
+
+namespace {
+
+using veltro::host::replace_class_method;
+using veltro::host::replace_method;
+
+constexpr NSInteger kReadCorrupt = 3840; // Foundation's NSPropertyListReadCorruptError
+
+using WithData = id (*)(id, SEL, NSData *, NSPropertyListReadOptions, NSPropertyListFormat *,
+                        NSError **);
+using FromString = id (*)(NSString *, SEL);
+
+WithData gnustep_list;
+FromString gnustep_list_of_text;
+FromString gnustep_strings_of_text;
+
+bool is_harmless(NSData *data) {
+  return data != nil && veltro::host::is_harmless_property_list(
+                            {static_cast<const std::byte *>([data bytes]), [data length]});
+}
+
+NSError *corrupt(NSString *reason) {
+  NSDictionary *const info = [NSDictionary dictionaryWithObject:reason
+                                                         forKey:NSLocalizedDescriptionKey];
+  return [NSError errorWithDomain:NSCocoaErrorDomain code:kReadCorrupt userInfo:info];
+}
+
+id list_with_data(id self, SEL selector, NSData *data, NSPropertyListReadOptions options,
+                  NSPropertyListFormat *format, NSError **error) {
+  // Initializes the class: a first message that finds a replaced method does not.
+  [self class];
+  NSString *reason = @"not a property list";
+  @try {
+    if (data == nil || is_harmless(data))
+      return gnustep_list(self, selector, data, options, format, error);
+  } @catch (NSException *exception) {
+    if ([[exception reason] length] != 0)
+      reason = [exception reason];
+  }
+  if (error != nullptr)
+    *error = corrupt(reason);
+  return nil;
+}
+
+id read_text(NSString *text, SEL selector, FromString original) {
+  if (!is_harmless([text dataUsingEncoding:NSUTF8StringEncoding]))
+    [NSException raise:NSParseErrorException format:@"not a property list"];
+  return original(text, selector);
+}
+
+id list_of_text(NSString *self, SEL selector) {
+  return read_text(self, selector, gnustep_list_of_text);
+}
+
+id strings_of_text(NSString *self, SEL selector) {
+  return read_text(self, selector, gnustep_strings_of_text);
+}
+
+bool is_binary(NSData *data) {
+  constexpr std::string_view magic = "bplist";
+  return [data length] >= magic.size() &&
+         std::string_view(static_cast<const char *>([data bytes]), magic.size()) == magic;
+}
+
+/// Fills a collection from a binary list; what is none, GNUstep reads. A file that does not hold
+/// the collection gives nil, as on the device.
+template <typename Collection> struct Reading {
+  using Init = id (*)(Collection *, SEL, id);
+  static inline Init gnustep_from_file;
+  static inline Init gnustep_from_url;
+  static inline id (*fill)(Collection *, id);
+
+  static id from(Collection *self, SEL selector, NSData *data, id source, Init original) {
+    if (!is_binary(data))
+      return original(self, selector, source);
+    id const list = [NSPropertyListSerialization propertyListWithData:data
+                                                              options:NSPropertyListImmutable
+                                                               format:nullptr
+                                                                error:nullptr];
+    if ([list isKindOfClass:[Collection class]])
+      return fill(self, list);
+    [self release];
+    return nil;
+  }
+
+  static id from_file(Collection *self, SEL selector, id path) {
+    return from(self, selector, [NSData dataWithContentsOfFile:path], path, gnustep_from_file);
+  }
+
+  static id from_url(Collection *self, SEL selector, id url) {
+    NSData *const data =
+        [url isFileURL] ? [NSData dataWithContentsOfFile:[static_cast<NSURL *>(url) path]] : nil;
+    return from(self, selector, data, url, gnustep_from_url);
+  }
+
+  static void patch(const char *collection) {
+    const Class owner = objc_getClass(collection);
+    gnustep_from_file = replace_method(owner, "initWithContentsOfFile:", from_file);
+    gnustep_from_url = replace_method(owner, "initWithContentsOfURL:", from_url);
+  }
+};
+
+} // namespace
+
+@interface VHReadingPropertyLists : NSObject
+@end
+
+@implementation VHReadingPropertyLists
+
++ (void)load {
+  gnustep_list = replace_class_method(objc_getClass("NSPropertyListSerialization"),
+                                      "propertyListWithData:options:format:error:", list_with_data);
+  const Class string = objc_getClass("NSString");
+  gnustep_list_of_text = replace_method(string, "propertyList", list_of_text);
+  gnustep_strings_of_text =
+      replace_method(string, "propertyListFromStringsFileFormat", strings_of_text);
+  Reading<NSDictionary>::patch("NSDictionary");
+  Reading<NSDictionary>::fill = [](NSDictionary *self, id list) -> id {
+    return [self initWithDictionary:list];
+  };
+  Reading<NSArray>::patch("NSArray");
+  Reading<NSArray>::fill = [](NSArray *self, id list) -> id { return [self initWithArray:list]; };
+}
+
+@end

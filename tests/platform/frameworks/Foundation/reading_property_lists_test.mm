@@ -1,0 +1,140 @@
+// Foundation's readers of property lists, given what is none.
+
+#import <Foundation/Foundation.h>
+
+#include "support/scratch.hpp"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+std::string repeated(const std::string &text, int times) {
+  std::string all;
+  for (int time = 0; time < times; ++time)
+    all += text;
+  return all;
+}
+
+const std::string xml_start = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
+
+struct Damaged {
+  const char *name;
+  std::string bytes;
+};
+
+void PrintTo(const Damaged &damaged, std::ostream *stream) {
+  *stream << damaged.name;
+}
+
+class DamagedList : public testing::TestWithParam<Damaged> {
+protected:
+  [[nodiscard]] static NSData *data() {
+    return [NSData dataWithBytes:GetParam().bytes.data() length:GetParam().bytes.size()];
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Lists, DamagedList,
+    testing::Values(Damaged{"Zeros", std::string(100, '\0')}, Damaged{"Magic", "bplist00"},
+                    Damaged{"MagicAndOnes", "bplist00" + std::string(50, '\xff')},
+                    Damaged{"Ring",
+                            std::string("bplist00\xA1\0\x08\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x01"
+                                        "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x0a",
+                                        43)},
+                    Damaged{"Text", ") nothing ("}, Damaged{"DeepText", repeated("(", 1 << 20)},
+                    Damaged{"DeepTextThatEnds", repeated("(", 100000) + repeated(")", 100000)},
+                    Damaged{"DeepStrings", "\"a\" = " + repeated("(", 1 << 20)},
+                    Damaged{"DeepXml", xml_start + repeated("<array>", 100000) +
+                                           repeated("</array>", 100000) + "</plist>"},
+                    Damaged{"TruncatedXml", xml_start + "<dict><key>a</key><str"}),
+    [](const testing::TestParamInfo<Damaged> &info) { return std::string(info.param.name); });
+
+TEST_P(DamagedList, IsNilAndAnError) {
+  NSError *error = nil;
+  EXPECT_EQ([NSPropertyListSerialization propertyListWithData:data()
+                                                      options:NSPropertyListImmutable
+                                                       format:nullptr
+                                                        error:&error],
+            nil);
+  EXPECT_NE([[error localizedDescription] length], 0U);
+  EXPECT_EQ([NSPropertyListSerialization propertyListWithData:data()
+                                                      options:NSPropertyListMutableContainers
+                                                       format:nullptr
+                                                        error:nullptr],
+            nil);
+  NSString *description = nil;
+  EXPECT_EQ([NSPropertyListSerialization propertyListFromData:data()
+                                             mutabilityOption:NSPropertyListImmutable
+                                                       format:nullptr
+                                             errorDescription:&description],
+            nil);
+  EXPECT_NE([description length], 0U);
+}
+
+TEST_P(DamagedList, IsNoCollectionOfAFile) {
+  const std::string file = veltro::test::scratch() / "damaged";
+  std::ofstream(file) << GetParam().bytes;
+  NSString *const path = [NSString stringWithUTF8String:file.c_str()];
+  EXPECT_EQ([NSDictionary dictionaryWithContentsOfFile:path], nil);
+  EXPECT_EQ([NSMutableArray arrayWithContentsOfFile:path], nil);
+  EXPECT_EQ([NSDictionary dictionaryWithContentsOfURL:[NSURL fileURLWithPath:path]], nil);
+}
+
+/// Whether `selector` raises for the bytes as text, in one byte a character.
+bool raises(NSData *data, SEL selector) {
+  NSString *const text = [[[NSString alloc] initWithData:data
+                                                encoding:NSISOLatin1StringEncoding] autorelease];
+  @try {
+    [text performSelector:selector];
+  } @catch (NSException *) {
+    return true;
+  }
+  return false;
+}
+
+TEST_P(DamagedList, IsAnExceptionAsText) {
+  EXPECT_TRUE(raises(data(), @selector(propertyList)));
+  EXPECT_TRUE(raises(data(), @selector(propertyListFromStringsFileFormat)));
+}
+
+TEST(ReadingPropertyLists, ReadsBinaryFilesIntoCollections) {
+  const std::string file = veltro::test::scratch() / "binary";
+  NSString *const path = [NSString stringWithUTF8String:file.c_str()];
+  NSURL *const url = [NSURL fileURLWithPath:path];
+  [[NSPropertyListSerialization dataWithPropertyList:@{@"key" : @"value"}
+                                              format:NSPropertyListBinaryFormat_v1_0
+                                             options:0
+                                               error:nullptr] writeToFile:path atomically:NO];
+  EXPECT_TRUE([[NSDictionary dictionaryWithContentsOfFile:path] isEqual:@{@"key" : @"value"}]);
+  NSMutableDictionary *const changed = [NSMutableDictionary dictionaryWithContentsOfURL:url];
+  [changed setObject:@"another" forKey:@"other"];
+  EXPECT_EQ([changed count], 2U);
+  EXPECT_EQ([NSArray arrayWithContentsOfFile:path], nil) << "a dictionary";
+  [[NSPropertyListSerialization dataWithPropertyList:@[ @1, @2 ]
+                                              format:NSPropertyListBinaryFormat_v1_0
+                                             options:0
+                                               error:nullptr] writeToFile:path atomically:NO];
+  EXPECT_TRUE([[NSArray arrayWithContentsOfFile:path] isEqual:(@[ @1, @2 ])]);
+  EXPECT_EQ([NSDictionary dictionaryWithContentsOfURL:url], nil) << "an array";
+}
+
+TEST(ReadingPropertyLists, ReadsTextAsBefore) {
+  EXPECT_TRUE([[@"{ a = (b, c); }" propertyList] isEqual:(@{@"a" : @[ @"b", @"c" ]})]);
+  EXPECT_TRUE([[@"\"a\" = \"b\";" propertyListFromStringsFileFormat] isEqual:@{@"a" : @"b"}]);
+  EXPECT_EQ([@"" propertyList], nil);
+}
+
+TEST(ReadingPropertyLists, ReadsWidthsOfThreeBytes) {
+  const char offsets[] = "bplist00\x51k\0\0\x08\0\0\0\0\0\0\x03\x01\0\0\0\0\0\0\0\x01"
+                         "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x0a";
+  EXPECT_TRUE([[NSPropertyListSerialization
+      propertyListWithData:[NSData dataWithBytes:offsets length:sizeof offsets - 1]
+                   options:NSPropertyListImmutable
+                    format:nullptr
+                     error:nullptr] isEqual:@"k"]);
+}
+
+} // namespace
