@@ -26,7 +26,7 @@ id read(NSData *data) {
 Bytes written(NSPropertyListFormat format) {
   NSDictionary *const list = @{
     @"texts" : @[ @"", @"a", @"fifteen letters", @"سلام" ],
-    @"numbers" : @[ @0, @-1, @70000, @2.5, @YES ],
+    @"numbers" : @[ @0, @-1, @70000, @2.5, [NSNumber numberWithBool:YES] ],
     @"data" : [NSData dataWithBytes:"\0\xff" length:2],
     @"nested" : @{@"date" : [NSDate dateWithTimeIntervalSinceReferenceDate:1], @"empty" : @[]}
   };
