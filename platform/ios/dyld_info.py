@@ -32,6 +32,13 @@ def _place(image, segment, offset):
     return segments[segment].address + offset
 
 
+def _slots(image, address, count, step):
+    """The addresses of `count` slots, which an image cannot have more of than bytes."""
+    if count > len(image.data):
+        raise macho.Malformed(f'dyld is told of {count} slots at once')
+    return [address + i * step for i in range(count)]
+
+
 def rebased(image):
     """The addresses of all pointers into the image."""
     data, pointer = image.data, 8 if image.wide else 4
@@ -61,9 +68,8 @@ def rebased(image):
             skip, at = macho.leb(data, at)
         elif opcode not in (0x00, 0x10):
             raise macho.Malformed(f'a rebase opcode {opcode:#x}')
-        for _ in range(count):
-            yield address
-            address += pointer + skip
+        yield from _slots(image, address, count, pointer + skip)
+        address += count * (pointer + skip)
 
 
 def bindings(image, field):
@@ -104,6 +110,6 @@ def bindings(image, field):
             skip, at = macho.leb(data, at)
         elif opcode not in (0x00, 0x50):
             raise macho.Malformed(f'a bind opcode {opcode:#x}')
-        for _ in range(count):
-            yield Binding(address, name, weak, ordinal, ordinal_at, name_at)
-            address += pointer + skip
+        for slot in _slots(image, address, count, pointer + skip):
+            yield Binding(slot, name, weak, ordinal, ordinal_at, name_at)
+        address += count * (pointer + skip)
