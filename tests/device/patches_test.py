@@ -1,6 +1,5 @@
 """patches_test.py FOLDER: linking for 32-bit ARM ends in one clear line, and in no library, wherever the linker's
 output or an object is not what the patches expect. Works in FOLDER; takes the objects of build/ios."""
-import glob
 import os
 import shutil
 import struct
@@ -8,13 +7,14 @@ import subprocess
 import sys
 
 import arm_objects
+import built
 import image
 
 WORK = os.path.abspath(sys.argv[1])
 OUT = f'{WORK}/libveltro.dylib'
 LINKER = 'ld64.lld.darwinold-13'
 os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), '../..'))
-OBJECTS = sorted(glob.glob('build/ios/armv7/CMakeFiles/objects.dir/**/*.o*', recursive=True))
+OBJECTS = built.objects('armv7')
 failures = []
 
 
