@@ -4,6 +4,7 @@ import dataclasses
 import macho
 
 REBASE, BIND, LAZY_BIND = 8, 16, 32  # fields of LC_DYLD_INFO_ONLY
+ORDINAL = 0x10  # opcode, with the number of a library up to 15 in it
 FLAT_LOOKUP = 0x3e  # opcode: the next symbols are looked up in every loaded library
 WEAK_IMPORT = 0x01  # of the opcode that names a symbol
 
@@ -82,7 +83,7 @@ def bindings(image, field):
         here, opcode, immediate = at, data[at] & 0xf0, data[at] & 0xf
         at += 1
         count = skip = 0
-        if opcode == 0x10:
+        if opcode == ORDINAL:
             ordinal, ordinal_at = immediate, here
         elif opcode == 0x20:
             ordinal_at = here
