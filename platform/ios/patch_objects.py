@@ -34,16 +34,16 @@ def relocate_symbol_pointers(obj):
             continue
         if section.relocation_count:
             raise macho.Malformed(f'{section.name} has relocations already')
-        relocations = bytearray()
+        added = bytearray()
         for slot in range(section.size // 4):
             symbol = obj.word(indirect + 4 * (section.reserved + slot))
             if symbol & (INDIRECT_SYMBOL_LOCAL | INDIRECT_SYMBOL_ABSOLUTE):
                 raise macho.Malformed(f'{section.name} points to a local symbol')
-            relocations += struct.pack('<II', 4 * slot, symbol | FOUR_BYTES | EXTERNAL)
+            added += struct.pack('<II', 4 * slot, symbol | FOUR_BYTES | EXTERNAL)
         obj.data[section.offset:section.offset + section.size] = bytes(section.size)
         obj.data += bytes(-len(obj.data) % 4)
-        obj.put(section.at + 48, len(obj.data), len(relocations) // 8)
-        obj.data += relocations
+        obj.put(section.at + 48, len(obj.data), len(added) // 8)
+        obj.data += added
 
 
 def clear_thumb_addends(obj):
@@ -56,7 +56,7 @@ def clear_thumb_addends(obj):
                 continue
             at = section.offset + place
             if named_by(target, symbols).thumb:
-                if obj.word(at) != 1:
+                if obj.word(at) > 1:
                     raise macho.Malformed(f'a pointer to a Thumb function with the addend {obj.word(at):#x}')
                 obj.put(at, 0)
 

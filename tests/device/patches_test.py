@@ -22,7 +22,7 @@ def linker(script):
     """Puts a stand-in for the linker first in the path; "$out" is what it has to write."""
     path = f'{WORK}/bin/{LINKER}'
     with open(path, 'w', encoding='utf-8') as file:
-        file.write('#!/bin/sh\nset -e\nout=; last=\nfor word; do [ "$last" != -o ] || out=$word; last=$word; done\n' + script)
+        file.write('#!/bin/sh\nset -e\nfor word; do [ "$last" != -o ] || out=$word; last=$word; done\n' + script)
     os.chmod(path, 0o755)
 
 
@@ -103,7 +103,7 @@ def unbind(data):
 
 
 def lengthen_ordinal(data):
-    """Writes the placeholder's number behind an opcode of its own, for which the last byte of the opcodes, zero, makes
+    """Writes the placeholder's number behind an opcode of its own; the last of the opcodes, which ends nothing, makes
     space."""
     info, = RAW.commands[0x80000022]
     start, size = RAW.word(info + 16), RAW.word(info + 20)

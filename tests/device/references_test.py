@@ -59,7 +59,7 @@ class Comparison:
             return False
         if section.name in BYTES:
             size = next((end for _, _, value, end in self.atoms if value <= ours < end), ours + 16) - ours
-            return self.obj.read(ours, size) == self.linked.read(theirs, size)
+            return self.obj.read(ours, size) == self.linked.read(theirs, size) and (theirs - ours) % section.align == 0
         if section.name in (*TEXTS, *SLOTS, '__cfstring'):
             return found.name == section.name and self.same_content(section, ours, theirs)
         if section.name == '__text':
