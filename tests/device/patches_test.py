@@ -121,7 +121,8 @@ def check_images():
                 replaced(b'__veltro_cats', b'__veltro_dogs'))
     with_output('another image info', 'image info that differs', lambda data: word(data, second_info, lambda info: 1))
     shims = RAW.data.count(shim)
-    with_output('a shim that is right', f'{shims} shims expected, {shims - 1} found', replaced(shim, bytes.fromhex('dff804c0 fc44 6047')))
+    with_output('a shim that is right', f'{shims} shims expected, {shims - 1} found',
+                replaced(shim, bytes.fromhex('dff804c0 fc44 6047')))
     with_output('a shim that leads elsewhere', 'the shim at ',
                 lambda data: word(data, data.index(shim) + 8, lambda distance: distance + 0x4000))
     with_output('a pointer without the Thumb bit', 'a pointer to ',
