@@ -2,10 +2,7 @@
 
 PREFIX ?= /usr/local
 
-# Whose code `make test-device` and `make demo SLICE=…` run: a slice of the device's library.
-SLICE ?=
-
-.PHONY: all demo test test-device verify bench fuzz ios docs lint install clean deps build
+.PHONY: all demo test verify bench fuzz ios docs lint install clean deps build
 
 all: build
 
@@ -16,13 +13,10 @@ build: deps
 	@scripts/build release
 
 demo: build
-	@scripts/demo $(SLICE)
+	@scripts/demo
 
 test: deps
 	@scripts/test
-
-test-device: deps
-	@scripts/test-device $(or $(SLICE),x86_64)
 
 verify: deps
 	@scripts/verify

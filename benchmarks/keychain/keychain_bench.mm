@@ -7,6 +7,7 @@
 #include "plain_sqlite.hpp"
 #include "secret_service.hpp"
 
+#include "frameworks/Security/directory.hpp"
 #include "frameworks/Security/item_rows.hpp"
 
 #import <veltro/ZLTKeyChain.h>
@@ -61,13 +62,13 @@ void use_keychain(std::int64_t items) {
     return;
   [ZLTKeyChain setPassword:@"secret of item 0" forService:service account:account(0)];
   const keychain::Paths paths = keychain::Paths::at(root);
-  std::optional<keychain::Keys> keys;
+  std::optional<keychain::SealingKey> key;
   keychain::Database database;
-  if (keychain::read_key(paths, keys) != 0 ||
+  if (keychain::read_key(paths, key) != 0 ||
       database.open(paths.database, keychain::Database::Access::read_write) != SQLITE_OK)
     std::abort();
   keychain::Transaction transaction(database);
-  std::string bound;
+  std::string associated_data;
   std::string sealed;
   for (std::int64_t number = 1; number < items; ++number) {
     const std::string name = account_name(number);
@@ -79,14 +80,10 @@ void use_keychain(std::int64_t items) {
     row.fields[keychain::created] = keychain::Field::of(1000.0);
     row.fields[keychain::modified] = keychain::Field::of(1000.0);
     row.fields[keychain::accessible] = keychain::Field::text("ak");
-    keychain::write_bound_form(row.fields, bound);
-    const keychain::Checksum checksum = keychain::checksum_of(*keys, bound);
-    keychain::seal(*keys, bound, "secret of item", sealed);
-    row.checksum = {reinterpret_cast<const char *>(checksum.data()), checksum.size()};
+    keychain::write_associated_data(row.fields, associated_data);
+    keychain::seal(*key, associated_data, "secret of item", sealed);
     row.sealed = sealed;
-    sqlite3_stmt *const statement = keychain::insert_item(database, row);
-    const keychain::StatementUse use(statement);
-    if (sqlite3_step(statement) != SQLITE_DONE)
+    if (keychain::insert_item(database, row) != SQLITE_DONE)
       std::abort();
   }
   // At rest, as a keychain that was filled one by one: the log does not hold it all.
@@ -110,7 +107,7 @@ PlainSQLite &plain(std::int64_t items) {
   return *database;
 }
 
-/// The Secret Service with so many items; null where none answers.
+/// The Secret Service with so many items; null where there is none.
 SecretService *secret_service(std::int64_t items) {
   static SecretService running(folder() / "secret-service");
   static std::map<std::int64_t, std::int64_t> filled;
@@ -153,7 +150,7 @@ void save_sqlite(benchmark::State &state) {
 void save_secret_service(benchmark::State &state) {
   SecretService *const running = secret_service(state.range(0));
   if (running == nullptr)
-    return state.SkipWithError("no Secret Service answers");
+    return state.SkipWithError("no Secret Service replies");
   for (auto _ : state)
     running->save("service", account_name(0), "secret of item");
 }
@@ -178,7 +175,7 @@ void fetch_sqlite(benchmark::State &state) {
 void fetch_secret_service(benchmark::State &state) {
   SecretService *const running = secret_service(state.range(0));
   if (running == nullptr)
-    return state.SkipWithError("no Secret Service answers");
+    return state.SkipWithError("no Secret Service replies");
   for (auto _ : state)
     benchmark::DoNotOptimize(running->fetch("service", account_name(state.range(0) / 2)));
 }
@@ -246,7 +243,7 @@ void list_sqlite(benchmark::State &state) {
 void list_secret_service(benchmark::State &state) {
   SecretService *const running = secret_service(state.range(0));
   if (running == nullptr)
-    return state.SkipWithError("no Secret Service answers");
+    return state.SkipWithError("no Secret Service replies");
   for (auto _ : state)
     benchmark::DoNotOptimize(running->list());
 }

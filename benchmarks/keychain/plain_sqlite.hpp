@@ -1,5 +1,5 @@
 // What a program would write that keeps its secrets in SQLite without a keychain: one connection,
-// prepared statements, the same durability and the same cipher, and answers as objects.
+// prepared statements, the same durability and the same cipher, and results as objects.
 #pragma once
 
 #import <Foundation/Foundation.h>

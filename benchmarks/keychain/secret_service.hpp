@@ -35,7 +35,7 @@ public:
   SecretService(const SecretService &) = delete;
   SecretService &operator=(const SecretService &) = delete;
 
-  /// Makes the keyring of this name the one in use; whether it answers.
+  /// Makes the keyring of this name the one in use; whether it replies.
   bool use(const std::string &keyring) {
     if (keyring == keyring_)
       return works_;
@@ -107,7 +107,7 @@ private:
     return &schema;
   }
 
-  /// Starts a program that ends with this one; answers the first line that it prints, where it
+  /// Starts a program that ends with this one; returns the first line that it prints, where it
   /// prints its address.
   std::string start(const std::vector<std::string> &arguments, const std::string &input) {
     std::array<int, 2> in{};

@@ -1,4 +1,4 @@
-// The attributes of a generic password, and one item as values in their order.
+// The attributes of a generic password, items as values in their order, and queries for them.
 #pragma once
 
 #include <array>
@@ -15,8 +15,8 @@ struct Attribute {
   Kind kind;
 };
 
-// The order is part of the store's format: sealed secrets are bound to the attributes in it.
-inline constexpr std::array<Attribute, 15> attributes{{
+// The order is part of the format: the columns stand in it, and so does the associated data.
+inline constexpr std::array<Attribute, 15> kAttributes{{
     {"svce", Kind::text},
     {"acct", Kind::text},
     {"agrp", Kind::text},
@@ -54,6 +54,13 @@ struct Field {
   static Field data(std::string_view value) { return {Type::data, 0, 0, value}; }
 };
 
-using Fields = std::array<Field, attributes.size()>;
+using Fields = std::array<Field, kAttributes.size()>;
+
+/// Which items are meant: those that have every value present in `fields`.
+struct Query {
+  Fields fields;
+  bool any_sync = false;  ///< synchronised or not; else the flag decides, and its absence means no
+  std::int64_t limit = 0; ///< 0 for all
+};
 
 } // namespace veltro::host::keychain

@@ -1,65 +1,43 @@
 #include "frameworks/Security/database.hpp"
 
+#include "frameworks/Security/directory.hpp"
+
 #include <Security/SecBase.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
-#include <fcntl.h>
-#include <thread>
-#include <unistd.h>
-#include <utility>
 
 namespace veltro::host::keychain {
 namespace {
 
 // Long enough for any queue of writers; a wait that ends here means a writer that hangs.
-constexpr std::chrono::microseconds patience = std::chrono::minutes(1);
-constexpr std::chrono::microseconds longest_nap = std::chrono::milliseconds(5);
+constexpr int kBusyTimeout = 60'000; // milliseconds
 
-/// Waits for another writer: in short naps, since a save is short, which grow with the wait.
-int nap(void *waited, int count) {
-  auto &so_far = *static_cast<std::chrono::microseconds *>(waited);
-  if (count == 0)
-    so_far = {};
-  const auto nap = std::min(longest_nap, std::chrono::microseconds(100) * (count + 1));
-  std::this_thread::sleep_for(nap);
-  so_far += nap;
-  return so_far < patience ? 1 : 0;
-}
+constexpr std::size_t kMostStatements = 64;
 
-constexpr std::size_t most_statements = 64;
-
-/// Keys of statements; beside those of the statements on items.
-enum : std::uint32_t { beginning = 101, committing = 102, undoing = 103 };
-
-constexpr std::array format{
-    // 1: generic passwords. The unique index leads with the service, then the account: it serves
-    // fetching, and listing a service.
-    R"(CREATE TABLE genp (
-         id     INTEGER PRIMARY KEY,
-         "svce" TEXT NOT NULL,
-         "acct" TEXT NOT NULL,
-         "agrp" TEXT NOT NULL,
-         "sync" INTEGER NOT NULL,
-         "cdat" REAL NOT NULL,
-         "mdat" REAL NOT NULL,
-         "pdmn" TEXT NOT NULL,
-         "labl" TEXT,
-         "desc" TEXT,
-         "icmt" TEXT,
-         "gena" BLOB,
-         "crtr" INTEGER,
-         "type" INTEGER,
-         "invi" INTEGER,
-         "nega" INTEGER,
-         checksum BLOB NOT NULL,
-         sealed   BLOB NOT NULL,
-         UNIQUE (svce, acct, agrp, sync)
-       ) STRICT)",
-};
+// Generic passwords. The unique index leads with the service, then the account: it serves fetching,
+// and listing a service. The columns stand in the order of `kAttributes`.
+constexpr const char *kTable = R"(CREATE TABLE genp (
+  id     INTEGER PRIMARY KEY,
+  "svce" TEXT NOT NULL,
+  "acct" TEXT NOT NULL,
+  "agrp" TEXT NOT NULL,
+  "sync" INTEGER NOT NULL,
+  "cdat" REAL NOT NULL,
+  "mdat" REAL NOT NULL,
+  "pdmn" TEXT NOT NULL,
+  "labl" TEXT,
+  "desc" TEXT,
+  "icmt" TEXT,
+  "gena" BLOB,
+  "crtr" INTEGER,
+  "type" INTEGER,
+  "invi" INTEGER,
+  "nega" INTEGER,
+  sealed BLOB NOT NULL,
+  UNIQUE (svce, acct, agrp, sync)
+) STRICT)";
 
 /// `path` as a URI that says that nobody writes the file.
 std::string immutable_uri(const std::string &path) {
@@ -77,10 +55,6 @@ std::string immutable_uri(const std::string &path) {
 
 } // namespace
 
-std::span<const char *const> format_steps() {
-  return format;
-}
-
 void Database::Close::operator()(sqlite3 *connection) const {
   sqlite3_close_v2(connection);
 }
@@ -91,24 +65,21 @@ void Database::Close::operator()(sqlite3_stmt *statement) const {
 
 int Database::open(const std::string &path, Access access) {
   close();
-  const int flags = access == Access::create      ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE
-                    : access == Access::immutable ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI
-                                                  : SQLITE_OPEN_READWRITE;
-  const std::string name = access == Access::immutable ? immutable_uri(path) : path;
+  const bool immutable = access == Access::immutable;
+  const int flags = immutable ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI : SQLITE_OPEN_READWRITE;
+  const std::string name = immutable ? immutable_uri(path) : path;
   sqlite3 *connection = nullptr;
   const int code = sqlite3_open_v2(name.c_str(), &connection, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   connection_.reset(connection);
   if (code != SQLITE_OK)
     return code;
   sqlite3_extended_result_codes(connection, 1);
-  sqlite3_busy_handler(connection, nap, &waited_);
+  sqlite3_busy_timeout(connection, kBusyTimeout);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-  // The name of a column that is not there, in a damaged schema, is to be an error and no text.
-  sqlite3_db_config(connection, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
-  if (access == Access::alone)
+  if (access == Access::exclusive)
     run("PRAGMA locking_mode = EXCLUSIVE");
-  // The cache has room for 100,000 items; only pages that were read take memory.
+  // The page cache holds 100,000 items; only pages that were read take memory.
   return run("PRAGMA synchronous = FULL; PRAGMA secure_delete = ON; PRAGMA cell_size_check = ON;"
              "PRAGMA cache_size = -65536");
 }
@@ -116,72 +87,59 @@ int Database::open(const std::string &path, Access access) {
 void Database::close() {
   if (connection_ != nullptr)
     sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-  close_and_fold_log();
+  close_with_checkpoint();
 }
 
-void Database::close_and_fold_log() {
-  stamps_.detach();
-  few_.clear();
-  many_.clear();
+void Database::close_with_checkpoint() {
+  statements_.clear();
   connection_.reset();
+}
+
+int Database::check_format(bool &newer) {
+  std::int64_t format = 0;
+  std::int64_t ours = 0;
+  int code = number("PRAGMA user_version", format);
+  newer = code == SQLITE_OK && format > kFormat;
+  if (code != SQLITE_OK || newer)
+    return code;
+  code =
+      number("SELECT count(*) FROM sqlite_schema WHERE sql = '" + std::string(kTable) + "'", ours);
+  return code == SQLITE_OK && (format != kFormat || ours != 1) ? SQLITE_NOTADB : code;
 }
 
 int Database::run(const char *sql) {
   return sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr);
 }
 
-sqlite3_stmt *Database::statement(std::uint32_t key, const std::function<std::string()> &sql) {
-  Statements &statements = key < first_of_many ? few_ : many_;
-  if (const auto known = statements.find(key); known != statements.end())
+int Database::number(const std::string &sql, std::int64_t &out) {
+  Statement statement(*this, sql);
+  const int code = statement.step();
+  out = code == SQLITE_ROW ? statement.field(0).integer : 0;
+  return code == SQLITE_ROW || code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
+sqlite3_stmt *Database::prepared(const std::string &sql) {
+  if (const auto known = statements_.find(sql); known != statements_.end())
     return known->second.get();
-  if (statements.size() >= most_statements)
-    statements.clear();
-  const std::string text = sql();
   sqlite3_stmt *statement = nullptr;
-  if (sqlite3_prepare_v3(connection_.get(), text.c_str(), static_cast<int>(text.size()) + 1,
-                         SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK)
-    return nullptr;
-  statements.emplace(key, statement);
+  if (sqlite3_prepare_v3(connection_.get(), sql.c_str(), static_cast<int>(sql.size()) + 1,
+                         SQLITE_PREPARE_PERSISTENT, &statement, nullptr) == SQLITE_OK)
+    statements_.emplace(sql, statement);
   return statement;
 }
 
-int Database::run(std::uint32_t key, const char *sql) {
-  sqlite3_stmt *const statement = this->statement(key, [&] { return std::string(sql); });
-  if (statement == nullptr)
-    return sqlite3_errcode(connection_.get());
-  const int code = sqlite3_step(statement);
-  sqlite3_reset(statement);
-  return code == SQLITE_DONE ? SQLITE_OK : code;
-}
-
-int Database::number(const char *sql, std::int64_t &out) {
-  sqlite3_stmt *statement = nullptr;
-  int code = sqlite3_prepare_v2(connection_.get(), sql, -1, &statement, nullptr);
-  const std::unique_ptr<sqlite3_stmt, Close> owned(statement);
-  if (code != SQLITE_OK)
-    return code;
-  code = sqlite3_step(statement);
-  if (code != SQLITE_ROW)
-    return code == SQLITE_DONE ? SQLITE_CORRUPT : code;
-  out = sqlite3_column_int64(statement, 0);
-  return SQLITE_OK;
-}
-
-int Database::check_soundness() {
-  std::int64_t sound = 0;
-  const int code =
-      number("SELECT integrity_check = 'ok' FROM pragma_integrity_check('genp') LIMIT 1", sound);
-  return code == SQLITE_OK && sound == 0 ? SQLITE_CORRUPT : code;
+void Database::trim_statements() {
+  if (statements_.size() > kMostStatements)
+    statements_.clear();
 }
 
 int Database::changes() const {
   return sqlite3_changes(connection_.get());
 }
 
-bool Database::is_damage(int code) {
-  // SQLITE_ERROR comes of our own fixed statements only where the schema does not read as ours.
+bool Database::is_corrupt(int code) {
   const int kind = code & 0xFF;
-  return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || kind == SQLITE_ERROR;
+  return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB;
 }
 
 bool Database::is_full_disk(int code) const {
@@ -212,71 +170,115 @@ OSStatus Database::status_of(int code) const {
   }
 }
 
-OSStatus migrate(Database &database, std::span<const char *const> steps, const std::string &path) {
-  std::int64_t reached = 0;
-  const auto newest = static_cast<std::int64_t>(steps.size());
-  int code = database.number("PRAGMA user_version", reached);
-  if (code == SQLITE_OK && reached > newest) {
-    log_trouble(path, "has a newer format than this version reads");
-    return errSecNotAvailable;
-  }
-  if (code != SQLITE_OK || reached == newest)
-    return database.status_of(code);
+Statement::Statement(Database &database, const std::string &sql)
+    : statement_(database.prepared(sql)),
+      code_(statement_ != nullptr ? SQLITE_OK
+                                  : sqlite3_extended_errcode(database.connection_.get())) {}
 
-  Transaction transaction(database);
-  code = transaction.begun();
-  // Another process may have been quicker.
-  if (code == SQLITE_OK)
-    code = database.number("PRAGMA user_version", reached);
-  while (code == SQLITE_OK && reached < newest)
-    code = database.run(steps[static_cast<std::size_t>(reached++)]);
-  if (code == SQLITE_OK)
-    code = database.run(("PRAGMA user_version = " + std::to_string(newest)).c_str());
-  if (code == SQLITE_OK)
-    code = transaction.commit();
-  return database.status_of(code);
+Statement::~Statement() {
+  if (statement_ == nullptr)
+    return;
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+}
+
+void Statement::bind(int parameter, const Field &value) {
+  if (statement_ == nullptr)
+    return;
+  // SQLite takes a null pointer for NULL, and an empty view may have one.
+  const char *const bytes = value.bytes.empty() ? "" : value.bytes.data();
+  switch (value.type) {
+  case Field::Type::absent:
+    sqlite3_bind_null(statement_, parameter);
+    break;
+  case Field::Type::integer:
+    sqlite3_bind_int64(statement_, parameter, value.integer);
+    break;
+  case Field::Type::real:
+    sqlite3_bind_double(statement_, parameter, value.real);
+    break;
+  case Field::Type::text:
+    sqlite3_bind_text64(statement_, parameter, bytes, value.bytes.size(), SQLITE_STATIC,
+                        SQLITE_UTF8);
+    break;
+  case Field::Type::data:
+    sqlite3_bind_blob64(statement_, parameter, bytes, value.bytes.size(), SQLITE_STATIC);
+    break;
+  }
+}
+
+int Statement::step() {
+  return statement_ != nullptr ? sqlite3_step(statement_) : code_;
+}
+
+int Statement::columns() const {
+  return sqlite3_column_count(statement_);
+}
+
+// Nobody else uses the connection meanwhile, so that the value may be looked at as it is.
+Field Statement::field(int column) const {
+  sqlite3_value *const value = sqlite3_column_value(statement_, column);
+  const auto bytes = [&]() -> std::string_view {
+    const void *const start = sqlite3_value_blob(value);
+    return {static_cast<const char *>(start), static_cast<std::size_t>(sqlite3_value_bytes(value))};
+  };
+  switch (sqlite3_value_type(value)) {
+  case SQLITE_INTEGER:
+    return Field::of(std::int64_t{sqlite3_value_int64(value)});
+  case SQLITE_FLOAT:
+    return Field::of(sqlite3_value_double(value));
+  case SQLITE_TEXT:
+    return Field::text(bytes());
+  case SQLITE_BLOB:
+    return Field::data(bytes());
+  default:
+    return {};
+  }
 }
 
 OSStatus make_database_file(const std::string &path) {
-  for (const char *suffix : {"", "-wal", "-shm", "-journal"})
-    ::unlink((path + suffix).c_str());
+  remove_database_files(path);
   // SQLite gives its other files the mode of this one.
-  const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (file < 0)
+  if (!File(path, O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR))
     return file_error(errno, path);
-  ::close(file);
-
   Database database;
-  int code = database.open(path, Database::Access::create);
+  int code = database.open(path, Database::Access::read_write);
   if (code == SQLITE_OK)
     code = database.run("PRAGMA journal_mode = WAL");
-  const OSStatus status =
-      code == SQLITE_OK ? migrate(database, format, path) : database.status_of(code);
-  database.close_and_fold_log();
-  if (status != errSecSuccess)
-    for (const char *suffix : {"", "-wal", "-shm", "-journal"})
-      ::unlink((path + suffix).c_str());
+  if (code == SQLITE_OK)
+    code = database.run(kTable);
+  if (code == SQLITE_OK)
+    code = database.run(("PRAGMA user_version = " + std::to_string(kFormat)).c_str());
+  const OSStatus status = database.status_of(code);
+  database.close_with_checkpoint();
+  if (status != errSecSuccess) {
+    log_trouble(path, std::string("cannot be made: ") + sqlite3_errstr(code));
+    remove_database_files(path);
+  }
   return status;
 }
 
+void remove_database_files(const std::string &path) {
+  for (const char *suffix : {"", "-wal", "-shm", "-journal"})
+    ::unlink((path + suffix).c_str());
+}
+
 Transaction::Transaction(Database &database)
-    : database_(database), begun_(database.run(beginning, "BEGIN IMMEDIATE")),
-      open_(begun_ == SQLITE_OK) {}
+    : database_(database), begun_(Statement(database, "BEGIN IMMEDIATE").step()) {
+  open_ = begun_ == SQLITE_DONE;
+  if (open_)
+    begun_ = SQLITE_OK;
+}
 
 Transaction::~Transaction() {
   if (open_)
-    database_.run(undoing, "ROLLBACK");
+    Statement(database_, "ROLLBACK").step();
 }
 
 int Transaction::commit() {
-  const int code = database_.run(committing, "COMMIT");
-  open_ = code != SQLITE_OK;
-  return code;
-}
-
-StatementUse::~StatementUse() {
-  sqlite3_reset(statement_);
-  sqlite3_clear_bindings(statement_);
+  const int code = Statement(database_, "COMMIT").step();
+  open_ = code != SQLITE_DONE;
+  return open_ ? code : SQLITE_OK;
 }
 
 } // namespace veltro::host::keychain

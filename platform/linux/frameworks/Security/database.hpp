@@ -1,101 +1,109 @@
 // One connection to the keychain's SQLite file, and the file's format.
 #pragma once
 
-#include "frameworks/Security/commit_stamp.hpp"
-#include "frameworks/Security/folder.hpp"
+#include "frameworks/Security/attributes.hpp"
 
 #include <MacTypes.h>
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
-#include <span>
 #include <sqlite3.h>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 namespace veltro::host::keychain {
 
-/// The statements that lift a file from format n to format n + 1, from an empty file on.
-std::span<const char *const> format_steps();
+/// The `user_version` of the files that this version reads and writes.
+inline constexpr std::int64_t kFormat = 2;
 
 class Database {
 public:
   enum class Access : std::uint8_t {
     read_write,
-    create,
-    immutable, ///< nobody writes the file
-    alone      ///< nobody else has a connection, or gets one; needs no room for the log's index
+    exclusive, ///< nobody else has a connection, or gets one; needs no disk space to read
+    immutable  ///< nobody writes the file
   };
 
-  /// Opens the file; answers SQLite's result code. The file must exist, except to create it.
+  /// Opens the file, which must exist. Like all below that return an int, returns SQLite's result
+  /// code.
   int open(const std::string &path, Access access);
 
   /// Closes the connection and leaves the write-ahead log for the next one to read. A connection
   /// whose file was moved away must go so: it would take the log of the file that came in its
-  /// place.
+  /// place. No statement may be left.
   void close();
 
-  /// Closes the connection; where it is the last one, moves the log into the file.
-  void close_and_fold_log();
+  /// Closes the connection; where it is the last one, the log is checkpointed and goes.
+  void close_with_checkpoint();
 
   [[nodiscard]] bool is_open() const { return connection_ != nullptr; }
 
-  /// Runs statements that answer nothing; answers SQLite's result code.
+  /// SQLITE_OK for a file of `kFormat`, SQLITE_NOTADB for a foreign one; `newer` says that the file
+  /// is of a newer format, and then is all that is known of it.
+  int check_format(bool &newer);
+
+  /// Runs statements whose rows nobody wants.
   int run(const char *sql);
 
-  /// The statement of `key`, prepared from what `sql` answers when it is wanted for the first time;
-  /// null where SQLite refuses it. It is reset and has no values bound. Those with keys below
-  /// `first_of_many` stay; there may be any number of others, of which one is in use at a time.
-  sqlite3_stmt *statement(std::uint32_t key, const std::function<std::string()> &sql);
-  static constexpr std::uint32_t first_of_many = 1U << 24;
+  /// The first column of the first row; zero where there is none.
+  int number(const std::string &sql, std::int64_t &out);
 
-  /// Runs a statement of `key` that answers nothing.
-  int run(std::uint32_t key, const char *sql);
-
-  /// The first column of the first row that `sql` answers.
-  int number(const char *sql, std::int64_t &out);
-
-  /// Whether every page and every index is sound; SQLite's result code.
-  int check_soundness();
+  /// Drops the prepared statements when there are many. No statement may be left.
+  void trim_statements();
 
   /// How many rows the last statement changed.
   [[nodiscard]] int changes() const;
 
-  /// The stamp of the last commit that any process made; none where it cannot be told.
-  [[nodiscard]] std::optional<CommitStamp> last_commit() const { return stamps_.last(); }
-
-  /// Lets last_commit tell, from the first reading of the file on.
-  void watch_commits() { stamps_.attach(connection_.get()); }
-
-  /// The keychain's status for a result code of SQLite.
+  /// The keychain's status for a result code that this connection just returned.
   [[nodiscard]] OSStatus status_of(int code) const;
 
-  /// Whether `code` says that the file is damaged.
-  static bool is_damage(int code);
-
-  /// Whether `code`, which this connection just answered, says that the disk is full.
+  /// Whether `code`, which this connection just returned, says that the disk is full.
   [[nodiscard]] bool is_full_disk(int code) const;
 
+  /// Whether `code` says that the file is corrupt.
+  static bool is_corrupt(int code);
+
 private:
+  friend class Statement;
   struct Close {
     void operator()(sqlite3 *connection) const;
     void operator()(sqlite3_stmt *statement) const;
   };
 
-  std::chrono::microseconds waited_{}; ///< in the current wait for another writer
-  CommitStamps stamps_;
+  /// The statement of this text, which stays prepared; null where SQLite returns an error.
+  sqlite3_stmt *prepared(const std::string &sql);
+
   std::unique_ptr<sqlite3, Close> connection_;
-  using Statements = std::unordered_map<std::uint32_t, std::unique_ptr<sqlite3_stmt, Close>>;
-  Statements few_, many_;
+  std::unordered_map<std::string, std::unique_ptr<sqlite3_stmt, Close>> statements_;
 };
 
-/// Brings the file up to the format that has all of `steps`; errSecNotAvailable for a newer one.
-OSStatus migrate(Database &database, std::span<const char *const> steps, const std::string &path);
-
-/// Makes a new keychain file under the name `path`, durable and in the newest format.
+/// Makes a new keychain file under the name `path`, durable and empty.
 OSStatus make_database_file(const std::string &path);
+
+/// Removes the database of this name with its log.
+void remove_database_files(const std::string &path);
+
+/// One use of a prepared statement. Parameters count from 1, columns from 0.
+class Statement {
+public:
+  Statement(Database &database, const std::string &sql);
+  ~Statement();
+  Statement(const Statement &) = delete;
+  Statement &operator=(const Statement &) = delete;
+
+  /// Text and data must outlive the statement's use.
+  void bind(int parameter, const Field &value);
+
+  /// SQLITE_ROW, SQLITE_DONE or an error, also that of preparing the statement.
+  int step();
+
+  [[nodiscard]] int columns() const;
+  [[nodiscard]] Field field(int column) const; ///< holds until the next step
+
+private:
+  sqlite3_stmt *statement_;
+  int code_;
+};
 
 /// A write transaction, undone unless it is committed.
 class Transaction {
@@ -105,7 +113,7 @@ public:
   Transaction(const Transaction &) = delete;
   Transaction &operator=(const Transaction &) = delete;
 
-  /// What beginning it answered.
+  /// What beginning it returned.
   [[nodiscard]] int begun() const { return begun_; }
   int commit();
 
@@ -113,18 +121,6 @@ private:
   Database &database_;
   int begun_;
   bool open_;
-};
-
-/// Leaves a statement ready for its next use, and lets go of what was bound to it.
-class StatementUse {
-public:
-  explicit StatementUse(sqlite3_stmt *statement) : statement_(statement) {}
-  ~StatementUse();
-  StatementUse(const StatementUse &) = delete;
-  StatementUse &operator=(const StatementUse &) = delete;
-
-private:
-  sqlite3_stmt *statement_;
 };
 
 } // namespace veltro::host::keychain

@@ -1,12 +1,10 @@
 // What the dictionaries of the item functions say.
 #pragma once
 
-#include "frameworks/Security/item_rows.hpp"
+#include "frameworks/Security/attributes.hpp"
 
 #include <CoreFoundation/CFBase.h>
 #include <MacTypes.h>
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <forward_list>
 #include <optional>
@@ -28,12 +26,9 @@ struct ItemQuery {
   std::optional<std::string_view> secret;
   bool return_data = false;
   bool return_attributes = false;
-  bool many = false; ///< whether a search answers an array
+  bool many = false; ///< whether a search returns an array
 
-  /// Where texts lie: short ones, and others.
-  std::array<char, 256> texts;
-  std::size_t texts_used = 0;
-  std::forward_list<std::string> long_texts;
+  std::forward_list<std::string> texts; ///< that the query's fields are views of
 };
 
 /// Reads `dictionary`; errSecParam where it is not what the documentation asks for, and

@@ -2,11 +2,7 @@
 
 #include "frameworks/Security/item_query.hpp"
 
-#include "frameworks/Security/attribute_keys.hpp"
-
-#include <Security/SecItem.h>
-
-#import <Foundation/Foundation.h>
+#include "frameworks/Security/dictionary_parts.hpp"
 
 #include <algorithm>
 #include <array>
@@ -14,20 +10,6 @@
 
 namespace veltro::host::keychain {
 namespace {
-
-/// The classes, looked up once: the runtime finds them by name each time.
-struct Classes {
-  Class string = [NSString class];
-  Class data = [NSData class];
-  Class number = [NSNumber class];
-  Class date = [NSDate class];
-  Class dictionary = [NSDictionary class];
-};
-
-const Classes &classes() {
-  static const Classes classes;
-  return classes;
-}
 
 bool is(id object, Class wanted) {
   return [object isKindOfClass:wanted];
@@ -44,25 +26,21 @@ std::string_view bytes_of(NSData *data) {
 bool read_text(id value, ItemQuery &out, Field &field) {
   if (!is(value, classes().string))
     return false;
-  const NSUInteger length = [value length];
-  // Short plain text needs no object of its own. Its bytes are looked at one by one: a zero or half
-  // a surrogate pair, which GNUstep drops without a word, must not make two names one.
-  char *const place = out.texts.data() + out.texts_used;
-  const std::size_t room = out.texts.size() - out.texts_used;
-  if (length < room && [value getCString:place maxLength:room encoding:NSUTF8StringEncoding] &&
-      std::all_of(place, place + length, [](char byte) { return byte > 0; })) {
-    out.texts_used += length;
-    field = Field::text({place, length});
-    return true;
+  std::string &text = out.texts.emplace_front([value length], '\0');
+  // Plain text needs no object of its own. Its bytes are looked at one by one: a zero or half a
+  // surrogate pair, which GNUstep drops without a word, must not make two names one.
+  if (![value getCString:text.data() maxLength:text.size() + 1 encoding:NSUTF8StringEncoding] ||
+      !std::ranges::all_of(text, [](char byte) { return byte > 0; })) {
+    @autoreleasepool {
+      NSData *const utf8 = [value dataUsingEncoding:NSUTF8StringEncoding];
+      NSString *const again = [[[NSString alloc] initWithData:utf8
+                                                     encoding:NSUTF8StringEncoding] autorelease];
+      if (![again isEqualToString:value])
+        return false;
+      text = bytes_of(utf8);
+    }
   }
-  @autoreleasepool {
-    NSData *const utf8 = [value dataUsingEncoding:NSUTF8StringEncoding];
-    NSString *const again = [[[NSString alloc] initWithData:utf8
-                                                   encoding:NSUTF8StringEncoding] autorelease];
-    if (![again isEqualToString:value])
-      return false;
-    field = Field::text(out.long_texts.emplace_front(bytes_of(utf8)));
-  }
+  field = Field::text(text);
   return true;
 }
 
@@ -73,13 +51,13 @@ bool read_data(id value, Field &field) {
   return true;
 }
 
-constexpr double largest_exact = 9007199254740992; // 2^53: beyond, a double no longer tells
+constexpr double kLargestExact = 9007199254740992; // 2^53: beyond, a double no longer tells
 
 bool read_number(id value, Field &field) {
   if (!is(value, classes().number))
     return false;
   const double approximate = [value doubleValue];
-  if (!(std::abs(approximate) <= largest_exact) || std::trunc(approximate) != approximate)
+  if (!(std::abs(approximate) <= kLargestExact) || std::trunc(approximate) != approximate)
     return false;
   field = Field::of(std::int64_t{[value longLongValue]});
   return true;
@@ -108,7 +86,7 @@ bool read_boolean(id value, Field &field) {
 bool read_date(id value, Field &field) {
   if (!is(value, classes().date))
     return false;
-  // Adding nothing makes a negative zero, which the store would not give back, a plain one.
+  // Adding nothing makes a negative zero, which would not come back, a plain one.
   const double seconds = [value timeIntervalSinceReferenceDate] + 0.0;
   if (!std::isfinite(seconds))
     return false;
@@ -139,7 +117,7 @@ bool read_sync(id value, Use use, ItemQuery &out) {
 
 bool read_attribute(std::size_t at, id value, Use use, ItemQuery &out) {
   Field &field = out.query.fields[at];
-  switch (attributes[at].kind) {
+  switch (kAttributes[at].kind) {
   case Kind::text:
     return read_text(value, out, field);
   case Kind::data:
@@ -168,15 +146,15 @@ bool read_limit(id value, ItemQuery &out) {
     if (!(wanted >= 1) || !std::isfinite(wanted) || std::trunc(wanted) != wanted)
       return false;
     // More than anybody has is all.
-    out.query.limit = wanted < largest_exact ? static_cast<std::int64_t>(wanted) : 0;
+    out.query.limit = wanted < kLargestExact ? static_cast<std::int64_t>(wanted) : 0;
   }
   out.many = out.query.limit != 1;
   return true;
 }
 
-/// The secret, what to answer and how much of it.
+/// The secret, what to return and how much of it.
 bool read_request(CFStringRef key, id value, Use use, ItemQuery &out, bool &wants_reference) {
-  const bool answers = use == Use::add || use == Use::search;
+  const bool returns = use == Use::add || use == Use::search;
   if (key == kSecValueData) {
     Field data;
     if ((use != Use::add && use != Use::changes) || !read_data(value, data))
@@ -187,52 +165,17 @@ bool read_request(CFStringRef key, id value, Use use, ItemQuery &out, bool &want
   if (key == kSecMatchLimit)
     return use != Use::add && use != Use::changes && read_limit(value, out);
   if (key == kSecReturnData)
-    return answers && read_boolean(value, out.return_data);
+    return returns && read_boolean(value, out.return_data);
   if (key == kSecReturnAttributes)
-    return answers && read_boolean(value, out.return_attributes);
+    return returns && read_boolean(value, out.return_attributes);
   if (key == kSecReturnRef || key == kSecReturnPersistentRef) {
     bool wanted = false;
-    const bool read = answers && read_boolean(value, wanted);
+    const bool read = returns && read_boolean(value, wanted);
     wants_reference |= wanted;
     return read;
   }
   return false;
 }
-
-/// Every key but the class, those first that nearly every call gives.
-constexpr std::array<const CFStringRef *, attributes.size() + 6> keys_in_order{
-    &kSecAttrSynchronizable, &kSecAttrService,      &kSecAttrAccount,
-    &kSecMatchLimit,         &kSecReturnData,       &kSecReturnAttributes,
-    &kSecAttrAccessGroup,    &kSecValueData,        &kSecAttrAccessible,
-    &kSecAttrLabel,          &kSecAttrCreationDate, &kSecAttrModificationDate,
-    &kSecAttrDescription,    &kSecAttrComment,      &kSecAttrGeneric,
-    &kSecAttrCreator,        &kSecAttrType,         &kSecAttrIsInvisible,
-    &kSecAttrIsNegative,     &kSecReturnRef,        &kSecReturnPersistentRef};
-
-std::size_t attribute_of(const CFStringRef *key) {
-  const auto *const found = std::ranges::find(keys_of_attributes, key);
-  return static_cast<std::size_t>(found - keys_of_attributes.begin());
-}
-
-/// What a call looks at one by one, until it has seen as many entries as there are.
-class Entries {
-public:
-  explicit Entries(NSDictionary *entries) : entries_(entries), left_([entries count]) {}
-
-  /// The value of a key; nil where there is none.
-  id take(CFStringRef key) {
-    id value = left_ > 0 ? [entries_ objectForKey:(id)key] : nil;
-    left_ -= value != nil;
-    return value;
-  }
-
-  /// How many entries nobody took.
-  [[nodiscard]] NSUInteger left() const { return left_; }
-
-private:
-  NSDictionary *entries_;
-  NSUInteger left_;
-};
 
 } // namespace
 
@@ -242,21 +185,24 @@ OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out) {
     return errSecParam;
   if (use == Use::search)
     out.query.limit = 1;
-  Entries left(entries);
-  id item_class = left.take(kSecClass);
+  NSUInteger left = [entries count];
+  const auto take = [&](CFStringRef key) {
+    id value = left > 0 ? [entries objectForKey:(id)key] : nil;
+    left -= value != nil;
+    return value;
+  };
+  id item_class = take(kSecClass);
   if (use == Use::changes ? item_class != nil : !equals(item_class, kSecClassGenericPassword))
     return errSecParam;
   bool wants_reference = false;
-  for (const CFStringRef *const key : keys_in_order) {
-    id value = left.take(*key);
-    if (value == nil)
-      continue;
-    const std::size_t at = attribute_of(key);
-    if (at < attributes.size() ? !read_attribute(at, value, use, out)
-                               : !read_request(*key, value, use, out, wants_reference))
+  for (const CFStringRef key : {kSecMatchLimit, kSecReturnData, kSecReturnAttributes, kSecValueData,
+                                kSecReturnRef, kSecReturnPersistentRef})
+    if (id value = take(key); value != nil && !read_request(key, value, use, out, wants_reference))
       return errSecParam;
-  }
-  if (left.left() > 0) // under keys that nobody knows
+  for (std::size_t at = 0; at < kAttributes.size(); ++at)
+    if (id value = take(*kAttributeKeys[at]); value != nil && !read_attribute(at, value, use, out))
+      return errSecParam;
+  if (left > 0) // under keys that nobody knows
     return errSecParam;
   return wants_reference ? errSecUnimplemented : errSecSuccess;
 }

@@ -1,4 +1,4 @@
-// Items as the objects that the item functions answer.
+// Items as the objects that the item functions return.
 #pragma once
 
 #include "frameworks/Security/attributes.hpp"
@@ -12,7 +12,7 @@
 
 namespace veltro::host::keychain {
 
-/// Makes the answers of one call; values that many items share become one object.
+/// Makes the results of one call; values that many items share become one object.
 class Results {
 public:
   Results(bool data, bool attributes);
@@ -21,11 +21,11 @@ public:
   Results &operator=(const Results &) = delete;
 
   /// A secret, a dictionary of attributes, or one of both, which the caller owns. The secret's
-  /// bytes become the answer's.
-  id new_answer(const Fields &fields, Secret secret);
+  /// bytes become the result's.
+  id new_result(const Fields &fields, Secret secret);
 
-  /// Overwrites the secret in an answer that nobody gets.
-  static void wipe_secret_of(id answer);
+  /// Overwrites the secret in a result that nobody gets.
+  static void wipe_secret_of(id result);
 
 private:
   struct Text {

@@ -1,24 +1,25 @@
-// Follows libsodium's documentation of crypto_aead_xchacha20poly1305_ietf, crypto_kdf and
-// crypto_shorthash_siphashx24.
+// Follows libsodium's documentation of crypto_aead_xchacha20poly1305_ietf and crypto_kdf.
 
 #include "frameworks/Security/sealing.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <sodium.h>
 #include <utility>
 
 namespace veltro::host::keychain {
 namespace {
 
-constexpr unsigned char sealed_form = 1;
-constexpr std::size_t nonce_length = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
-constexpr std::size_t tag_length = crypto_aead_xchacha20poly1305_ietf_ABYTES;
-constexpr std::size_t sealed_extra = 1 + nonce_length + tag_length;
+// A sealed secret: this byte, the nonce, and the encrypted secret with its tag.
+constexpr unsigned char kSealedForm = 1;
+constexpr std::size_t kNonceLength = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
+constexpr std::size_t kTagLength = crypto_aead_xchacha20poly1305_ietf_ABYTES;
+constexpr std::size_t kSealedExtra = 1 + kNonceLength + kTagLength;
 
-static_assert(master_key_length == crypto_kdf_KEYBYTES);
-static_assert(sizeof(Checksum) == crypto_shorthash_siphashx24_BYTES);
+static_assert(kMasterKeyLength == crypto_kdf_KEYBYTES);
 
 const unsigned char *bytes_of(std::string_view text) {
   return reinterpret_cast<const unsigned char *>(text.data());
@@ -30,9 +31,27 @@ template <typename Number> void append_number(std::string &out, Number number) {
   out.append(raw.data(), raw.size());
 }
 
-template <typename Number> void take_number(std::string_view &in, Number &number) {
-  in.copy(reinterpret_cast<char *>(&number), sizeof number);
-  in.remove_prefix(sizeof number);
+bool has_sealed_form(std::string_view sealed) {
+  return sealed.size() >= kSealedExtra && sealed.front() == kSealedForm;
+}
+
+/// Decrypts into `secret`; with none, only verifies the tag.
+bool decrypt(const SealingKey &key, std::string_view associated_data, std::string_view sealed,
+             unsigned char *secret) {
+  const unsigned char *const nonce = bytes_of(sealed) + 1;
+  const unsigned char *const encrypted = nonce + kNonceLength;
+  const std::size_t length = sealed.size() - kSealedExtra;
+  return crypto_aead_xchacha20poly1305_ietf_decrypt_detached(
+             secret, nullptr, encrypted, length, encrypted + length, bytes_of(associated_data),
+             associated_data.size(), nonce, key.bytes.data()) == 0;
+}
+
+/// Never empty, so that it is told from none.
+Secret new_secret(std::size_t length) {
+  auto *const bytes = static_cast<unsigned char *>(std::malloc(std::max<std::size_t>(length, 1)));
+  if (bytes == nullptr)
+    throw std::bad_alloc();
+  return {bytes, {length}};
 }
 
 } // namespace
@@ -51,46 +70,28 @@ void wipe(std::span<unsigned char> bytes) {
   sodium_memzero(bytes.data(), bytes.size());
 }
 
-Keys::Keys(const MasterKey &master) {
-  crypto_kdf_derive_from_key(secrets.data(), secrets.size(), 1, "keychain", master.data());
-  crypto_kdf_derive_from_key(attributes.data(), attributes.size(), 2, "keychain", master.data());
+SealingKey::SealingKey(const MasterKey &master) {
+  crypto_kdf_derive_from_key(bytes.data(), bytes.size(), 1, "keychain", master.data());
 }
 
-Keys::~Keys() {
-  sodium_memzero(secrets.data(), secrets.size());
-  sodium_memzero(attributes.data(), attributes.size());
+SealingKey::~SealingKey() {
+  wipe(bytes);
 }
 
-Secret::Secret(std::size_t length)
-    : bytes_(static_cast<unsigned char *>(std::malloc(std::max<std::size_t>(length, 1)))),
-      length_(bytes_ != nullptr ? length : 0) {}
-
-Secret::Secret(Secret &&other) noexcept
-    : bytes_(std::exchange(other.bytes_, nullptr)), length_(std::exchange(other.length_, 0)) {}
-
-Secret &Secret::operator=(Secret &&other) noexcept {
-  std::swap(bytes_, other.bytes_);
-  std::swap(length_, other.length_);
-  return *this;
+void WipeAndFree::operator()(unsigned char *bytes) const {
+  wipe({bytes, length});
+  std::free(bytes);
 }
 
-Secret::~Secret() {
-  if (bytes_ != nullptr)
-    sodium_memzero(bytes_, length_);
-  std::free(bytes_);
+Secret secret_of(std::string_view bytes) {
+  Secret secret = new_secret(bytes.size());
+  std::ranges::copy(bytes, secret.get());
+  return secret;
 }
 
-std::string_view Secret::view() const {
-  return {reinterpret_cast<const char *>(bytes_), length_};
-}
-
-unsigned char *Secret::take() {
-  length_ = 0;
-  return std::exchange(bytes_, nullptr);
-}
-
-void write_bound_form(const Fields &fields, std::string &out) {
+void write_associated_data(const Fields &fields, std::string &out) {
   out.clear();
+  out.reserve(256); // enough for most
   for (const Field &field : fields) {
     out += static_cast<char>(field.type);
     switch (field.type) {
@@ -111,69 +112,27 @@ void write_bound_form(const Fields &fields, std::string &out) {
   }
 }
 
-Fields fields_of_bound_form(std::string_view bound) {
-  Fields fields;
-  for (Field &field : fields) {
-    field.type = static_cast<Field::Type>(bound.front());
-    bound.remove_prefix(1);
-    std::uint64_t length = 0;
-    switch (field.type) {
-    case Field::Type::absent:
-      break;
-    case Field::Type::integer:
-      take_number(bound, field.integer);
-      break;
-    case Field::Type::real:
-      take_number(bound, field.real);
-      break;
-    case Field::Type::text:
-    case Field::Type::data:
-      take_number(bound, length);
-      field.bytes = bound.substr(0, length);
-      bound.remove_prefix(length);
-      break;
-    }
-  }
-  return fields;
-}
-
-Checksum checksum_of(const Keys &keys, std::string_view bound) {
-  Checksum checksum;
-  crypto_shorthash_siphashx24(checksum.data(), bytes_of(bound), bound.size(),
-                              keys.attributes.data());
-  return checksum;
-}
-
-void seal(const Keys &keys, std::string_view bound, std::string_view secret, std::string &out) {
-  out.resize(sealed_extra + secret.size());
+void seal(const SealingKey &key, std::string_view associated_data, std::string_view secret,
+          std::string &out) {
+  out.resize(kSealedExtra + secret.size());
   auto *const form = reinterpret_cast<unsigned char *>(out.data());
   unsigned char *const nonce = form + 1;
-  *form = sealed_form;
-  randombytes_buf(nonce, nonce_length);
-  crypto_aead_xchacha20poly1305_ietf_encrypt(nonce + nonce_length, nullptr, bytes_of(secret),
-                                             secret.size(), bytes_of(bound), bound.size(), nullptr,
-                                             nonce, keys.secrets.data());
+  *form = kSealedForm;
+  randombytes_buf(nonce, kNonceLength);
+  crypto_aead_xchacha20poly1305_ietf_encrypt(
+      nonce + kNonceLength, nullptr, bytes_of(secret), secret.size(), bytes_of(associated_data),
+      associated_data.size(), nullptr, nonce, key.bytes.data());
 }
 
-Secret open(const Keys &keys, std::string_view bound, std::string_view sealed) {
-  if (sealed.size() < sealed_extra || sealed.front() != sealed_form)
+Secret unseal(const SealingKey &key, std::string_view associated_data, std::string_view sealed) {
+  if (!has_sealed_form(sealed))
     return {};
-  const unsigned char *const nonce = bytes_of(sealed) + 1;
-  const std::size_t length = sealed.size() - sealed_extra;
-  Secret secret(length);
-  if (!secret || crypto_aead_xchacha20poly1305_ietf_decrypt(
-                     secret.bytes(), nullptr, nullptr, nonce + nonce_length, length + tag_length,
-                     bytes_of(bound), bound.size(), nonce, keys.secrets.data()) != 0)
-    return {};
-  return secret;
+  Secret secret = new_secret(sealed.size() - kSealedExtra);
+  return decrypt(key, associated_data, sealed, secret.get()) ? std::move(secret) : Secret();
 }
 
-bool are_as_stored(const Keys &keys, std::string_view bound, std::string_view checksum,
-                   std::string_view sealed) {
-  const Checksum right = checksum_of(keys, bound);
-  return (checksum.size() == right.size() &&
-          sodium_memcmp(checksum.data(), right.data(), right.size()) == 0) ||
-         open(keys, bound, sealed);
+bool verify(const SealingKey &key, std::string_view associated_data, std::string_view sealed) {
+  return has_sealed_form(sealed) && decrypt(key, associated_data, sealed, nullptr);
 }
 
 } // namespace veltro::host::keychain

@@ -2,6 +2,7 @@
 
 #include "machine/files/file.hpp"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -15,7 +16,9 @@ bool replace_file(const std::string &path, std::string_view contents) {
   const bool written = write_all(file.number(), contents) && fsync(file.number()) == 0;
   if (written && rename(fresh.c_str(), path.c_str()) == 0)
     return true;
+  const int error = errno;
   unlink(fresh.c_str());
+  errno = error;
   return false;
 }
 

@@ -7,7 +7,8 @@
 namespace veltro::host {
 
 /// Writes `contents` to a new file of mode 0600 beside `path`, to the disk, and renames it to
-/// `path`. Whether it could; where not, `path` is as it was and nothing is left behind.
+/// `path`. Whether it could; where not, errno says why, `path` is as it was and nothing is left
+/// behind.
 bool replace_file(const std::string &path, std::string_view contents);
 
 } // namespace veltro::host

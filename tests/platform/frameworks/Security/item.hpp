@@ -1,4 +1,4 @@
-// Shorthand of the keychain tests: dictionaries of items, and what the item functions answer.
+// Shorthand of the keychain tests: dictionaries of items, and what the item functions return.
 #pragma once
 
 #include <Security/Security.h>
@@ -57,7 +57,7 @@ inline OSStatus update(Entries *entries, Entries *changes) {
   return SecItemUpdate((CFDictionaryRef)entries, (CFDictionaryRef)changes);
 }
 
-/// The answer, autoreleased; nil where there is none.
+/// The result, autoreleased; nil where there is none.
 inline id search(Entries *entries, OSStatus &status) {
   CFTypeRef result = nullptr;
   status = SecItemCopyMatching((CFDictionaryRef)entries, &result);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "frameworks/Security/database.hpp"
-#include "frameworks/Security/folder.hpp"
+#include "frameworks/Security/directory.hpp"
 #include "platform/frameworks/Security/item.hpp"
 #include "support/captured_log.hpp"
 #include "support/scratch.hpp"
@@ -50,7 +50,7 @@ inline void write_file(const files::path &path, const std::string &bytes) {
 }
 
 /// Makes this process let go of the keychain's file, as looking at another device root does.
-inline void let_go() {
+inline void close_keychain() {
   const files::path other = scratch() / "other";
   setenv("VELTRO_ROOT", other.c_str(), 1);
   status_of_search(item(@"x", @"x"));
@@ -59,28 +59,28 @@ inline void let_go() {
 }
 
 /// Moves the write-ahead log into the file, so that the file alone is the keychain.
-inline void fold_log() {
-  let_go();
+inline void checkpoint() {
+  close_keychain();
   keychain::Database database;
   ASSERT_EQ(database.open(paths().database, keychain::Database::Access::read_write), SQLITE_OK);
   ASSERT_EQ(database.run("PRAGMA wal_checkpoint(TRUNCATE)"), SQLITE_OK);
-  database.close_and_fold_log();
+  database.close_with_checkpoint();
 }
 
 /// Runs SQL on the keychain's file behind its back.
 inline void tamper(const char *sql) {
-  let_go();
+  close_keychain();
   keychain::Database database;
   ASSERT_EQ(database.open(paths().database, keychain::Database::Access::read_write), SQLITE_OK);
   ASSERT_EQ(database.run(sql), SQLITE_OK);
-  database.close_and_fold_log();
+  database.close_with_checkpoint();
 }
 
-/// The number of files that were set aside.
-inline int set_aside_files() {
+/// The number of quarantined files.
+inline int quarantined_files() {
   int count = 0;
-  if (files::exists(paths().folder))
-    for (const auto &entry : files::directory_iterator(paths().folder)) {
+  if (files::exists(paths().directory))
+    for (const auto &entry : files::directory_iterator(paths().directory)) {
       const std::string name = entry.path().filename();
       count += name.find(".damaged-") != std::string::npos && !name.ends_with("-wal") &&
                !name.ends_with("-shm");
@@ -96,24 +96,24 @@ inline std::size_t lines_with(const std::string &text) {
   return count;
 }
 
-/// A child process that runs `action` and ends with its answer; it dies with this one.
+/// A child process that runs `action` and ends with its exit code; it dies with this one.
 inline pid_t start_child(const std::function<int()> &action) {
   const pid_t parent = getpid();
   const pid_t child = fork();
   if (child != 0)
     return child;
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  int answer = 125;
+  int code = 125;
   if (getppid() == parent)
     @autoreleasepool {
-      answer = action();
+      code = action();
     }
   if (__llvm_profile_write_file != nullptr)
     __llvm_profile_write_file();
-  _exit(answer);
+  _exit(code);
 }
 
-/// How the child ended: its answer, or minus the signal.
+/// How the child ended: its exit code, or minus the signal.
 inline int wait_for(pid_t child) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR)
@@ -133,21 +133,21 @@ inline bool own_mounts() {
   return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-/// What a child answers that may not do this here.
+/// The exit code of a child that may not do this here.
 inline constexpr int not_allowed_here = 77;
 
-/// Expects a child to do `action` and answer 0; skips the test where the machine does not let it.
+/// Expects a child to do `action` and return 0; skips the test where the machine does not let it.
 inline void expect_in_child(const std::function<int()> &action) {
-  const int answer = in_child(action);
-  if (answer == not_allowed_here)
+  const int code = in_child(action);
+  if (code == not_allowed_here)
     GTEST_SKIP() << "this machine allows no mounts";
-  EXPECT_EQ(answer, 0);
+  EXPECT_EQ(code, 0);
 }
 
 class Keychain : public testing::Test {
 protected:
   void SetUp() override {
-    let_go();
+    close_keychain();
     files::remove_all(device_root());
     clear_log();
   }

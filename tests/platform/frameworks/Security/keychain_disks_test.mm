@@ -45,14 +45,14 @@ int fill_up(OSStatus expected, const std::function<void()> &make_room) {
   for (int at = 0; at < added; ++at)
     CHECK_IN_CHILD([secret(item(@"full", [NSString stringWithFormat:@"%d", at])) isEqual:large]);
   CHECK_IN_CHILD([list(item(@"full", nil)) count] == static_cast<NSUInteger>(added));
-  CHECK_IN_CHILD(set_aside_files() == 0);
+  CHECK_IN_CHILD(quarantined_files() == 0);
   make_room();
   CHECK_IN_CHILD(add(@"full", @"after", "x") == errSecSuccess);
   CHECK_IN_CHILD([list(item(@"full", nil)) count] == static_cast<NSUInteger>(added) + 1);
   return 0;
 }
 
-/// Expects a child to do `use` with a device root that is a disk of its own, and answer 0.
+/// Expects a child to do `use` with a device root that is a disk of its own, and return 0.
 void expect_on_a_disk(const char *size, const std::function<int()> &use) {
   files::create_directories(device_root());
   expect_in_child([&] {
@@ -101,9 +101,9 @@ bool reads_beside_another() {
   return read;
 }
 
-/// Reads from several processes on a disk without room for the index of the log.
+/// Reads from several processes on a disk without space for the index of the log.
 int read_on_a_full_disk() {
-  let_go();
+  close_keychain();
   const files::path ballast = device_root() / "ballast";
   write_file(ballast, std::string(1UL << 20, 'x'));
   std::vector<pid_t> readers;
@@ -122,7 +122,7 @@ int read_on_a_full_disk() {
   CHECK_IN_CHILD(add(@"mail", @"new", "x") == errSecDiskFull);
   CHECK_IN_CHILD(remove(item(@"mail", @"ann")) == errSecDiskFull);
   CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
-  CHECK_IN_CHILD(set_aside_files() == 0);
+  CHECK_IN_CHILD(quarantined_files() == 0);
   files::remove(ballast);
   CHECK_IN_CHILD(add(@"mail", @"new", "x") == errSecSuccess);
   CHECK_IN_CHILD(remove(item(@"mail", @"new")) == errSecSuccess);
@@ -135,13 +135,13 @@ TEST_F(KeychainDisks, AFullDiskCanBeRead) {
     add(@"mail", @"bob", "two");
     if (const int line = read_on_a_full_disk(); line != 0)
       return line;
-    fold_log();
+    checkpoint();
     return read_on_a_full_disk();
   });
 }
 
-/// Saves over the same items, with secrets that grow, until there is no room. A save that fails
-/// must leave what was there.
+/// Saves over the same items, with secrets that grow, until the disk is full. A save deletes before
+/// it adds: where there is space for the first only, its item is gone, and the caller is told.
 int save_until_it_is_full(int growth) {
   int failures = 0;
   for (int round = 0; failures < 20; ++round) {
@@ -155,18 +155,39 @@ int save_until_it_is_full(int growth) {
       continue;
     ++failures;
     CHECK_IN_CHILD([error code] == errSecDiskFull);
-    CHECK_IN_CHILD(old != nil);
-    CHECK_IN_CHILD([[ZLTKeyChain passwordForService:@"mail" account:account] isEqual:old]);
+    NSString *const left = [ZLTKeyChain passwordForService:@"mail" account:account error:&error];
+    CHECK_IN_CHILD(left == nil ? [error code] == errSecItemNotFound : [left isEqual:old]);
   }
   CHECK_IN_CHILD(remove(item(@"mail", @"none")) == errSecItemNotFound);
+  CHECK_IN_CHILD(quarantined_files() == 0);
   return 0;
 }
 
-TEST_F(KeychainDisks, ASaveOnAFullDiskLosesNothing) {
+TEST_F(KeychainDisks, ASaveOnAFullDiskIsToldSo) {
   for (const int growth : {100, 300, 1000, 3000}) {
     SCOPED_TRACE(growth);
     expect_on_a_disk("size=1m", [=] { return save_until_it_is_full(growth); });
   }
+}
+
+TEST_F(KeychainDisks, ASaveThatCannotDeleteLosesNothing) {
+  expect_on_a_disk("size=1m", [] {
+    CHECK_IN_CHILD(add(@"mail", @"ann", "old") == errSecSuccess);
+    checkpoint();
+    const files::path ballast = device_root() / "ballast";
+    write_file(ballast, std::string(1UL << 20, 'x'));
+    NSError *error = nil;
+    CHECK_IN_CHILD(![ZLTKeyChain setPassword:@"new"
+                                  forService:@"mail"
+                                     account:@"ann"
+                                       error:&error]);
+    CHECK_IN_CHILD([error code] == errSecDiskFull);
+    CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("old")]);
+    files::remove(ballast);
+    CHECK_IN_CHILD([ZLTKeyChain setPassword:@"new" forService:@"mail" account:@"ann"]);
+    CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("new")]);
+    return 0;
+  });
 }
 
 TEST_F(KeychainDisks, AFileThatMayNotGrowIsReportedAndLosesNothing) {
@@ -191,7 +212,7 @@ int read_what_cannot_be_written() {
   CHECK_IN_CHILD(update(item(@"mail", @"ann"), with([Entries dictionary], kSecAttrLabel, @"x")) ==
                  errSecWrPerm);
   CHECK_IN_CHILD([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
-  CHECK_IN_CHILD(set_aside_files() == 0);
+  CHECK_IN_CHILD(quarantined_files() == 0);
   return 0;
 }
 
@@ -207,37 +228,35 @@ bool drop_privileges() {
 }
 
 TEST_F(KeychainDisks, AFolderThatMayNotBeWrittenCanBeRead) {
-  const files::path folder = paths().folder;
+  const files::path folder = paths().directory;
   const auto use_with_modes = [&](mode_t of_files) {
     for (const auto &entry : files::directory_iterator(folder))
       chmod(entry.path().c_str(), of_files);
     chmod(folder.c_str(), 0500);
-    const int answer = in_child([] {
+    const int code = in_child([] {
       CHECK_IN_CHILD(drop_privileges());
       return read_what_cannot_be_written();
     });
     chmod(folder.c_str(), 0700);
     for (const auto &entry : files::directory_iterator(folder))
       chmod(entry.path().c_str(), 0600);
-    return answer;
+    return code;
   };
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
   EXPECT_EQ(use_with_modes(0400), 0) << "with a log";
-  fold_log();
+  checkpoint();
   EXPECT_EQ(use_with_modes(0600), 0) << "without a log";
   EXPECT_EQ(use_with_modes(0400), 0) << "without a log";
-  files::remove(paths().lock);
-  EXPECT_EQ(use_with_modes(0400), 0) << "without a lock";
   EXPECT_EQ(add(@"mail", @"new", "x"), errSecSuccess);
 }
 
 TEST_F(KeychainDisks, AReadOnlyRootThatIsWrittenAgainIsReadAnew) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
-  fold_log();
-  const files::path folder = paths().folder;
-  const int answer = in_child([&] {
+  checkpoint();
+  const files::path folder = paths().directory;
+  const int code = in_child([&] {
     chmod(folder.c_str(), 0500);
     const pid_t reader = start_child([&] {
       CHECK_IN_CHILD(drop_privileges());
@@ -251,7 +270,7 @@ TEST_F(KeychainDisks, AReadOnlyRootThatIsWrittenAgainIsReadAnew) {
     return wait_for(reader);
   });
   chmod(folder.c_str(), 0700);
-  EXPECT_EQ(answer, 0);
+  EXPECT_EQ(code, 0);
 }
 
 TEST_F(KeychainDisks, AReadOnlyRootCanBeRead) {
@@ -261,7 +280,7 @@ TEST_F(KeychainDisks, AReadOnlyRootCanBeRead) {
   if (with_log == not_allowed_here)
     GTEST_SKIP() << "this machine allows no mounts";
   EXPECT_EQ(with_log, 0);
-  fold_log();
+  checkpoint();
   EXPECT_EQ(in_child(use_read_only), 0) << "without a log";
   EXPECT_EQ(add(@"mail", @"new", "x"), errSecSuccess);
 }

@@ -2,8 +2,6 @@
 
 #include "platform/frameworks/Security/keychain.hpp"
 
-#include <array>
-
 namespace veltro::test {
 namespace {
 
@@ -13,28 +11,28 @@ TEST_F(KeychainFiles, ArePrivate) {
   const mode_t old = umask(0);
   ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
   umask(old);
-  EXPECT_EQ(paths().folder, device_root().string() + "/var/Keychains");
-  EXPECT_EQ(mode_of(paths().folder), 0700U);
+  EXPECT_EQ(paths().directory, device_root().string() + "/var/Keychains");
+  EXPECT_EQ(mode_of(paths().directory), 0700U);
   int count = 0;
-  for (const auto &entry : files::directory_iterator(paths().folder)) {
+  for (const auto &entry : files::directory_iterator(paths().directory)) {
     EXPECT_EQ(mode_of(entry.path()), 0600U) << entry.path();
     ++count;
   }
-  EXPECT_GE(count, 5) << "database, log, index of the log, key, lock";
+  EXPECT_GE(count, 4) << "database, log, index of the log, key";
 }
 
 TEST_F(KeychainFiles, HoldNoSecretInPlainText) {
   const std::string secret(64, 'S');
   ASSERT_EQ(add(@"mail", @"ann", secret.c_str()), errSecSuccess);
-  let_go();
-  for (const auto &entry : files::directory_iterator(paths().folder))
+  close_keychain();
+  for (const auto &entry : files::directory_iterator(paths().directory))
     EXPECT_EQ(contents(entry.path()).find("SSSSSSSS"), std::string::npos) << entry.path();
 }
 
 TEST_F(KeychainFiles, SealTheSameSecretDifferentlyEachTime) {
   ASSERT_EQ(add(@"mail", @"a", "secret"), errSecSuccess);
   ASSERT_EQ(add(@"mail", @"b", "secret"), errSecSuccess);
-  fold_log();
+  checkpoint();
   keychain::Database database;
   ASSERT_EQ(database.open(paths().database, keychain::Database::Access::read_write), SQLITE_OK);
   std::int64_t different = 0;
@@ -45,7 +43,7 @@ TEST_F(KeychainFiles, SealTheSameSecretDifferentlyEachTime) {
 
 TEST_F(KeychainFiles, AreAWriteAheadLogThatCommitsFully) {
   ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
-  let_go();
+  close_keychain();
   keychain::Database database;
   ASSERT_EQ(database.open(paths().database, keychain::Database::Access::read_write), SQLITE_OK);
   std::int64_t value = 0;
@@ -55,7 +53,7 @@ TEST_F(KeychainFiles, AreAWriteAheadLogThatCommitsFully) {
   EXPECT_EQ(database.number("PRAGMA synchronous", value), SQLITE_OK);
   EXPECT_EQ(value, 2);
   EXPECT_EQ(database.number("PRAGMA user_version", value), SQLITE_OK);
-  EXPECT_EQ(value, static_cast<std::int64_t>(keychain::format_steps().size()));
+  EXPECT_EQ(value, 2);
 }
 
 TEST_F(KeychainFiles, RefuseAKeyThatOthersMayRead) {
@@ -71,7 +69,7 @@ TEST_F(KeychainFiles, RefuseAKeyThatOthersMayRead) {
   }
   ASSERT_EQ(chmod(paths().key.c_str(), 0600), 0);
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("secret")]);
-  let_go();
+  close_keychain();
   ASSERT_EQ(chmod(paths().key.c_str(), 0644), 0);
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable) << "when it is opened";
   ASSERT_EQ(chmod(paths().key.c_str(), 0400), 0);
@@ -81,21 +79,21 @@ TEST_F(KeychainFiles, RefuseAKeyThatOthersMayRead) {
 TEST_F(KeychainFiles, RefuseAFolderThatOthersMayEnter) {
   ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
   for (const mode_t mode : {0750U, 0701U, 0755U, 0777U}) {
-    ASSERT_EQ(chmod(paths().folder.c_str(), mode), 0);
+    ASSERT_EQ(chmod(paths().directory.c_str(), mode), 0);
     clear_log();
     EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable) << std::oct << mode;
     EXPECT_EQ(logged_lines().size(), 1U);
-    EXPECT_EQ(lines_with(paths().folder + " "), 1U);
+    EXPECT_EQ(lines_with(paths().directory + " "), 1U);
   }
-  ASSERT_EQ(chmod(paths().folder.c_str(), 0700), 0);
+  ASSERT_EQ(chmod(paths().directory.c_str(), 0700), 0);
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecSuccess);
 }
 
 TEST_F(KeychainFiles, RefuseAFolderThatWasThereAndIsNotPrivate) {
-  files::create_directories(paths().folder);
-  ASSERT_EQ(chmod(paths().folder.c_str(), 0755), 0);
+  files::create_directories(paths().directory);
+  ASSERT_EQ(chmod(paths().directory.c_str(), 0755), 0);
   EXPECT_EQ(add(@"mail", @"ann", "secret"), errSecNotAvailable);
-  EXPECT_TRUE(files::is_empty(paths().folder));
+  EXPECT_TRUE(files::is_empty(paths().directory));
 }
 
 TEST_F(KeychainFiles, AreNotMadeAnewWhereTheKeyIsGone) {
@@ -104,7 +102,7 @@ TEST_F(KeychainFiles, AreNotMadeAnewWhereTheKeyIsGone) {
   for (const bool open : {true, false}) {
     files::rename(paths().key, aside);
     if (!open)
-      let_go();
+      close_keychain();
     clear_log();
     EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
     EXPECT_EQ(lines_with(paths().key), 1U);
@@ -119,7 +117,7 @@ TEST_F(KeychainFiles, AreNotMadeAnewWhereTheKeyIsGone) {
 TEST_F(KeychainFiles, ReportAKeyThatIsNone) {
   ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
   const std::string key = contents(paths().key);
-  ASSERT_EQ(key.size(), keychain::master_key_length);
+  ASSERT_EQ(key.size(), keychain::kMasterKeyLength);
   for (const std::string &bad : {std::string(), key.substr(1), key + "x"}) {
     write_file(paths().key, bad);
     clear_log();
@@ -130,10 +128,10 @@ TEST_F(KeychainFiles, ReportAKeyThatIsNone) {
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("secret")]);
 }
 
-TEST_F(KeychainFiles, OpenNothingWithAnotherKey) {
+TEST_F(KeychainFiles, UnsealNothingWithAnotherKey) {
   ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
   const std::string key = contents(paths().key);
-  write_file(paths().key, std::string(keychain::master_key_length, 'k'));
+  write_file(paths().key, std::string(keychain::kMasterKeyLength, 'k'));
   OSStatus status = 0;
   search(with(item(@"mail", @"ann"), kSecReturnData, yes()), status);
   EXPECT_EQ(status, errSecDecode);
@@ -146,11 +144,11 @@ TEST_F(KeychainFiles, OpenNothingWithAnotherKey) {
 
 TEST_F(KeychainFiles, ReportWhatIsNoFolderAndNoFile) {
   files::create_directories(device_root() / "var");
-  write_file(paths().folder, "");
+  write_file(paths().directory, "");
   EXPECT_EQ(add(@"mail", @"ann", "secret"), errSecNotAvailable);
-  files::remove(paths().folder);
+  files::remove(paths().directory);
   files::create_directories(paths().database);
-  ASSERT_EQ(chmod(paths().folder.c_str(), 0700), 0);
+  ASSERT_EQ(chmod(paths().directory.c_str(), 0700), 0);
   EXPECT_EQ(add(@"mail", @"ann", "secret"), errSecNotAvailable);
   EXPECT_TRUE(files::is_directory(paths().database));
 }
@@ -192,39 +190,14 @@ TEST_F(KeychainFiles, AreStillLookedAtWhenTheyAreUsedOften) {
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
   files::permissions(paths().key, files::perms::group_read, files::perm_options::remove);
   use_often();
-  files::rename(paths().folder, paths().folder + ".away");
+  files::rename(paths().directory, paths().directory + ".away");
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
-  files::rename(paths().folder + ".away", paths().folder);
+  files::rename(paths().directory + ".away", paths().directory);
   use_often();
   files::rename(device_root(), scratch() / "away");
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
   files::rename(scratch() / "away", device_root());
   use_often();
-}
-
-TEST_F(KeychainFiles, AreLookedAtByChildrenWithoutDisturbingTheirParent) {
-  ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
-  const auto use_often = [] {
-    int answer = errSecSuccess;
-    for (int again = 0; again < 10 && answer == errSecSuccess; ++again)
-      answer = status_of_search(item(@"mail", @"ann"));
-    return answer;
-  };
-  ASSERT_EQ(use_often(), errSecSuccess);
-  std::array<int, 2> start{};
-  ASSERT_EQ(pipe(start.data()), 0);
-  const pid_t child = start_child([&] {
-    char go = 0;
-    const bool found = read(start[0], &go, 1) == 1 && use_often() == errSecSuccess;
-    files::permissions(paths().key, files::perms::group_read, files::perm_options::add);
-    return found && use_often() == errSecNotAvailable ? 0 : 1;
-  });
-  EXPECT_EQ(use_often(), errSecSuccess);
-  EXPECT_EQ(write(start[1], "x", 1), 1);
-  EXPECT_EQ(wait_for(child), 0);
-  EXPECT_EQ(use_often(), errSecNotAvailable);
-  for (const int end : start)
-    close(end);
 }
 
 TEST_F(KeychainFiles, StandOddNames) {
@@ -242,46 +215,20 @@ TEST_F(KeychainFiles, OfANewerFormatAreLeftAlone) {
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
   EXPECT_EQ(add(@"mail", @"bob", "x"), errSecNotAvailable);
   EXPECT_EQ(lines_with("newer"), 2U);
-  EXPECT_EQ(set_aside_files(), 0);
-  tamper("PRAGMA user_version = 1");
+  EXPECT_EQ(quarantined_files(), 0);
+  tamper("PRAGMA user_version = 2");
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
 }
 
-TEST_F(KeychainFiles, AreLiftedStepByStepToTheNewestFormat) {
-  files::create_directories(paths().folder);
-  const std::string path = paths().folder + "/steps.db";
-  keychain::Database database;
-  ASSERT_EQ(database.open(path, keychain::Database::Access::create), SQLITE_OK);
-  const std::vector<const char *> steps{
-      "CREATE TABLE one (a)",
-      "INSERT INTO one VALUES (7)",
-      "ALTER TABLE one RENAME COLUMN a TO b",
-  };
-  const std::span<const char *const> all(steps);
-  std::int64_t value = 0;
-  ASSERT_EQ(migrate(database, all.first(1), path), errSecSuccess);
-  ASSERT_EQ(migrate(database, all.first(1), path), errSecSuccess) << "nothing to do";
-  EXPECT_EQ(database.number("SELECT count(*) FROM one", value), SQLITE_OK);
-  EXPECT_EQ(value, 0);
-  ASSERT_EQ(migrate(database, all, path), errSecSuccess);
-  EXPECT_EQ(database.number("SELECT b FROM one", value), SQLITE_OK);
-  EXPECT_EQ(value, 7);
-  EXPECT_EQ(database.number("PRAGMA user_version", value), SQLITE_OK);
-  EXPECT_EQ(value, 3);
-  EXPECT_EQ(migrate(database, all.first(2), path), errSecNotAvailable) << "newer than known";
-
-  // A step that fails undoes those before it.
-  const std::vector<const char *> broken{steps[0], steps[1], steps[2], "CREATE TABLE two (a)",
-                                         "no statement"};
-  EXPECT_NE(migrate(database, broken, path), errSecSuccess);
-  EXPECT_EQ(database.number("PRAGMA user_version", value), SQLITE_OK);
-  EXPECT_EQ(value, 3);
-  EXPECT_EQ(database.number("SELECT count(*) FROM sqlite_schema WHERE name = 'two'", value),
-            SQLITE_OK);
-  EXPECT_EQ(value, 0);
+TEST_F(KeychainFiles, OfAnOlderFormatGoOnInANewOne) {
+  ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
+  tamper("PRAGMA user_version = 1");
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
+  EXPECT_EQ(quarantined_files(), 1);
+  EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
 }
 
-TEST_F(KeychainFiles, ASecretOpensInItsOwnRowOnly) {
+TEST_F(KeychainFiles, ASecretUnsealsInItsOwnRowOnly) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
   tamper("UPDATE genp SET sealed = (SELECT sealed FROM genp WHERE acct = 'ann')");
@@ -290,8 +237,8 @@ TEST_F(KeychainFiles, ASecretOpensInItsOwnRowOnly) {
   EXPECT_EQ(status, errSecDecode);
   EXPECT_EQ(lines_with(paths().database), 1U);
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
-  EXPECT_EQ([list(item(@"mail", nil)) count], 2U) << "a listing opens no secret";
-  // An item that does not open can still be replaced.
+  EXPECT_EQ([list(item(@"mail", nil)) count], 1U);
+  // An item that does not unseal can still be replaced.
   EXPECT_EQ(update(item(@"mail", @"bob"), with([Entries dictionary], kSecValueData, bytes("new"))),
             errSecSuccess);
   EXPECT_TRUE([secret(item(@"mail", @"bob")) isEqual:bytes("new")]);
@@ -302,7 +249,7 @@ TEST_F(KeychainFiles, EveryAttributeIsBoundToTheSecret) {
        {"svce = 'other'", "acct = 'other'", "agrp = 'other'", "sync = 1", "cdat = 1", "mdat = 1",
         "pdmn = 'dk'", "labl = 'x'", "labl = ''", "\"desc\" = 'x'", "icmt = 'x'", "gena = x'00'",
         "crtr = 1", "type = 1", "invi = 1", "nega = 0"}) {
-    let_go();
+    close_keychain();
     files::remove_all(device_root());
     ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
     tamper((std::string("UPDATE genp SET ") + change).c_str());
@@ -317,18 +264,18 @@ TEST_F(KeychainFiles, EveryAttributeIsBoundToTheSecret) {
   }
 }
 
-TEST_F(KeychainFiles, AFileThatIsNoneIsSetAside) {
+TEST_F(KeychainFiles, AFileThatIsNoneIsQuarantined) {
   for (const std::string &bytes :
        {std::string(), std::string("no database"), std::string(8192, '\0')}) {
-    let_go();
+    close_keychain();
     files::remove_all(device_root());
     ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
-    fold_log();
+    checkpoint();
     write_file(paths().database, bytes);
     clear_log();
     EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
     EXPECT_EQ(lines_with("keychain.db.damaged-1"), 1U);
-    ASSERT_EQ(set_aside_files(), 1);
+    ASSERT_EQ(quarantined_files(), 1);
     EXPECT_EQ(contents(paths().database + ".damaged-1"), bytes);
     EXPECT_EQ(mode_of(paths().database + ".damaged-1"), 0600U);
     EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
@@ -339,10 +286,10 @@ TEST_F(KeychainFiles, AFileThatIsNoneIsSetAside) {
 TEST_F(KeychainFiles, ASecondDamagedFileHasItsOwnName) {
   for (int round = 1; round <= 3; ++round) {
     ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
-    fold_log();
+    checkpoint();
     write_file(paths().database, "round " + std::to_string(round));
     EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
-    EXPECT_EQ(set_aside_files(), round);
+    EXPECT_EQ(quarantined_files(), round);
     EXPECT_EQ(contents(paths().database + ".damaged-" + std::to_string(round)),
               "round " + std::to_string(round));
   }

@@ -1,4 +1,4 @@
-// The item functions against the real store: identity, matching, limits, results and statuses.
+// The item functions against the real keychain: identity, matching, limits, results and statuses.
 
 #include "platform/frameworks/Security/item.hpp"
 #include "support/scratch.hpp"
@@ -301,7 +301,7 @@ TEST_F(SecItem, KeepsTheAccessibility) {
   }
 }
 
-TEST_F(SecItem, AnswersInTheShapeThatIsAskedFor) {
+TEST_F(SecItem, ReturnsTheShapeThatIsAskedFor) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
   Entries *const all = item(@"mail", nil);
@@ -314,31 +314,31 @@ TEST_F(SecItem, AnswersInTheShapeThatIsAskedFor) {
             errSecSuccess);
 
   EXPECT_TRUE([search(with(all, kSecReturnData, yes()), status) isKindOfClass:[NSData class]]);
-  id answer = search(with(all, kSecReturnAttributes, yes()), status);
-  EXPECT_TRUE([answer isKindOfClass:[NSDictionary class]]);
-  EXPECT_EQ([answer objectForKey:@"v_Data"], nil);
-  answer = search(with(with(all, kSecReturnAttributes, yes()), kSecReturnData, yes()), status);
-  EXPECT_TRUE([[answer objectForKey:@"v_Data"] isKindOfClass:[NSData class]]);
-  EXPECT_NE([answer objectForKey:@"acct"], nil);
-  answer = search(with(with(all, kSecReturnAttributes, no()), kSecReturnData, yes()), status);
-  EXPECT_TRUE([answer isKindOfClass:[NSData class]]);
+  id returned = search(with(all, kSecReturnAttributes, yes()), status);
+  EXPECT_TRUE([returned isKindOfClass:[NSDictionary class]]);
+  EXPECT_EQ([returned objectForKey:@"v_Data"], nil);
+  returned = search(with(with(all, kSecReturnAttributes, yes()), kSecReturnData, yes()), status);
+  EXPECT_TRUE([[returned objectForKey:@"v_Data"] isKindOfClass:[NSData class]]);
+  EXPECT_NE([returned objectForKey:@"acct"], nil);
+  returned = search(with(with(all, kSecReturnAttributes, no()), kSecReturnData, yes()), status);
+  EXPECT_TRUE([returned isKindOfClass:[NSData class]]);
 
   Entries *const every = with(all, kSecMatchLimit, (id)kSecMatchLimitAll);
-  answer = search(with(every, kSecReturnData, yes()), status);
-  EXPECT_EQ([answer count], 2U);
-  EXPECT_TRUE([answer containsObject:bytes("one")]);
-  EXPECT_TRUE([answer containsObject:bytes("two")]);
-  answer = search(with(every, kSecReturnAttributes, yes()), status);
-  EXPECT_EQ([answer count], 2U);
-  EXPECT_TRUE([[answer lastObject] isKindOfClass:[NSDictionary class]]);
-  answer = search(with(with(every, kSecReturnAttributes, yes()), kSecReturnData, yes()), status);
-  EXPECT_EQ([answer count], 2U);
-  for (NSDictionary *const found in answer)
+  returned = search(with(every, kSecReturnData, yes()), status);
+  EXPECT_EQ([returned count], 2U);
+  EXPECT_TRUE([returned containsObject:bytes("one")]);
+  EXPECT_TRUE([returned containsObject:bytes("two")]);
+  returned = search(with(every, kSecReturnAttributes, yes()), status);
+  EXPECT_EQ([returned count], 2U);
+  EXPECT_TRUE([[returned lastObject] isKindOfClass:[NSDictionary class]]);
+  returned = search(with(with(every, kSecReturnAttributes, yes()), kSecReturnData, yes()), status);
+  EXPECT_EQ([returned count], 2U);
+  for (NSDictionary *const found in returned)
     EXPECT_TRUE([[found objectForKey:@"v_Data"]
         isEqual:secret(item(@"mail", [found objectForKey:@"acct"]))]);
-  answer = search(with(every, kSecReturnData, no()), status);
+  returned = search(with(every, kSecReturnData, no()), status);
   EXPECT_EQ(status, errSecSuccess);
-  EXPECT_EQ(answer, nil);
+  EXPECT_EQ(returned, nil);
 }
 
 TEST_F(SecItem, CountsUpToTheLimit) {
@@ -384,7 +384,7 @@ TEST_F(SecItem, NothingThatMatchesIsNotFound) {
   expect_nothing();
 }
 
-TEST_F(SecItem, AnswersWhatWasAdded) {
+TEST_F(SecItem, ReturnsWhatWasAdded) {
   Entries *const entries = with(item(@"mail", @"ann"), kSecValueData, bytes("one"));
   CFTypeRef result = nullptr;
   ASSERT_EQ(SecItemAdd((CFDictionaryRef)with(entries, kSecReturnData, yes()), &result),
@@ -394,11 +394,11 @@ TEST_F(SecItem, AnswersWhatWasAdded) {
 
   Entries *const both = with(with(entries, kSecReturnData, yes()), kSecReturnAttributes, yes());
   ASSERT_EQ(SecItemAdd((CFDictionaryRef)both, &result), errSecSuccess);
-  NSMutableDictionary *const answer = [NSMutableDictionary dictionaryWithDictionary:(id)result];
+  NSMutableDictionary *const returned = [NSMutableDictionary dictionaryWithDictionary:(id)result];
   [(id)result release];
-  EXPECT_TRUE([[answer objectForKey:@"v_Data"] isEqual:bytes("one")]);
-  [answer removeObjectForKey:@"v_Data"];
-  EXPECT_TRUE([answer isEqual:attributes(item(@"mail", @"ann"))]);
+  EXPECT_TRUE([[returned objectForKey:@"v_Data"] isEqual:bytes("one")]);
+  [returned removeObjectForKey:@"v_Data"];
+  EXPECT_TRUE([returned isEqual:attributes(item(@"mail", @"ann"))]);
 
   result = (CFTypeRef) @"left";
   ASSERT_EQ(SecItemAdd((CFDictionaryRef)item(@"mail", @"bob"), &result), errSecSuccess);

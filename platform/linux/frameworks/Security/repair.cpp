@@ -1,0 +1,147 @@
+#include "frameworks/Security/repair.hpp"
+
+#include "frameworks/Security/item_rows.hpp"
+
+#include <Security/SecBase.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <string>
+#include <unistd.h>
+
+namespace veltro::host::keychain {
+namespace {
+
+/// Copies what a connection still reads. Rows that do not unseal go on as well: whoever looks for
+/// them is told. All return SQLITE_OK unless the new file cannot take a row.
+class Copy {
+public:
+  Copy(Database &from, Database &to) : from_(from), to_(to) {}
+
+  int all() {
+    int code = by_table("");
+    // From the other end, up to the place where the first way broke off.
+    if (code == SQLITE_OK)
+      code = by_table(" DESC");
+    return code == SQLITE_OK ? by_index() : code;
+  }
+
+  [[nodiscard]] std::int64_t copied() const { return copied_; }
+
+private:
+  int by_table(const std::string &direction) {
+    Statement rows(from_, "SELECT * FROM genp NOT INDEXED ORDER BY id" + direction);
+    return copy(rows);
+  }
+
+  /// Looks for each item that the index names, also behind pages of the table that do not read; the
+  /// names are those of the index.
+  int by_index() {
+    const std::string by_index = " FROM genp INDEXED BY sqlite_autoindex_genp_1 WHERE svce ";
+    Statement names(from_, "SELECT svce, acct, agrp, sync" + by_index + ">= ''");
+    while (names.step() == SQLITE_ROW) {
+      Statement row(from_,
+                    "SELECT *" + by_index + "= ?1 AND acct = ?2 AND agrp = ?3 AND sync = ?4");
+      for (int at = 0; at < 4; ++at)
+        row.bind(at + 1, names.field(at));
+      if (const int code = copy(row); code != SQLITE_OK)
+        return code;
+    }
+    return SQLITE_OK;
+  }
+
+  int copy(Statement &rows) {
+    // The identifier, the attributes and the sealed secret, whatever a format has between them.
+    constexpr int columns = static_cast<int>(kAttributes.size()) + 2;
+    while (rows.step() == SQLITE_ROW && rows.columns() >= columns) {
+      Row row = row_of(rows);
+      row.id = 0;
+      const int code = insert_item(to_, row);
+      // A row that shows twice, or without what a row must have, is none.
+      if (code != SQLITE_DONE && (code & 0xFF) != SQLITE_CONSTRAINT)
+        return code;
+      copied_ += code == SQLITE_DONE;
+    }
+    return SQLITE_OK;
+  }
+
+  Database &from_;
+  Database &to_;
+  std::int64_t copied_ = 0;
+};
+
+/// Makes a new file, under the name `path`, of all that reads in `from`.
+OSStatus copy_readable(Database &from, const std::string &path, std::int64_t &copied) {
+  if (const OSStatus made = make_database_file(path); made != errSecSuccess)
+    return made;
+  Database to;
+  int code = to.open(path, Database::Access::read_write);
+  if (code == SQLITE_OK) {
+    Transaction transaction(to);
+    Copy copy(from, to);
+    code = transaction.begun();
+    if (code == SQLITE_OK && from.is_open())
+      code = copy.all();
+    if (code == SQLITE_OK)
+      code = transaction.commit();
+    copied = copy.copied();
+  }
+  const OSStatus status = to.status_of(code);
+  to.close_with_checkpoint();
+  if (status != errSecSuccess)
+    remove_database_files(path);
+  return status;
+}
+
+/// Links the file and its log to the first free name, which it returns; empty where it cannot.
+std::string link_aside(const Paths &paths) {
+  for (int number = 1;; ++number) {
+    std::string name = paths.database + ".damaged-" + std::to_string(number);
+    if (::link(paths.database.c_str(), name.c_str()) == 0) {
+      if (::link((paths.database + "-wal").c_str(), (name + "-wal").c_str()) == 0 ||
+          errno == ENOENT)
+        return name;
+      ::unlink(name.c_str());
+      return {};
+    }
+    if (errno != EEXIST)
+      return {};
+  }
+}
+
+} // namespace
+
+OSStatus quarantine(const Paths &paths, const Identity &corrupt) {
+  struct stat status{};
+  if (::stat(paths.database.c_str(), &status) != 0 || Identity::of(status) != corrupt)
+    return errSecSuccess;
+
+  const std::string fresh = paths.database + ".new";
+  Database from;
+  std::int64_t copied = 0;
+  // Writers are kept out where the file still knows what a writer is.
+  if (from.open(paths.database, Database::Access::read_write) == SQLITE_OK)
+    from.run("BEGIN IMMEDIATE");
+  else
+    from.close();
+  if (const OSStatus made = copy_readable(from, fresh, copied); made != errSecSuccess) {
+    log_trouble(paths.database, "is corrupt, and its items could not be copied");
+    return made;
+  }
+  const std::string aside = link_aside(paths);
+  if (aside.empty()) {
+    const int error = errno;
+    remove_database_files(fresh);
+    return file_error(error, paths.database);
+  }
+  // The old log goes before the new file comes: no file is ever read with another one's log.
+  ::unlink((paths.database + "-wal").c_str());
+  ::unlink((paths.database + "-shm").c_str());
+  if (::rename(fresh.c_str(), paths.database.c_str()) != 0)
+    return file_error(errno, paths.database);
+  log_trouble(paths.database, "is corrupt; it is kept as " + aside + ", and " +
+                                  std::to_string(copied) + " items that it still has go on");
+  return sync_directory(paths);
+}
+
+} // namespace veltro::host::keychain
