@@ -2,7 +2,10 @@
 
 PREFIX ?= /usr/local
 
-.PHONY: all demo test verify bench fuzz ios docs lint install clean deps build
+# Whose code `make test-device` and `make demo SLICE=…` run: a slice of the device's library.
+SLICE ?=
+
+.PHONY: all demo test test-device verify bench fuzz ios docs lint install clean deps build
 
 all: build
 
@@ -13,10 +16,13 @@ build: deps
 	@scripts/build release
 
 demo: build
-	@scripts/demo
+	@scripts/demo $(SLICE)
 
 test: deps
 	@scripts/test
+
+test-device: deps
+	@scripts/test-device $(or $(SLICE),x86_64)
 
 verify: deps
 	@scripts/verify

@@ -27,6 +27,7 @@ foreach(target veltro veltro-host veltro-tool)
 endforeach()
 install(DIRECTORY tools/veltro/Resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro)
 install(FILES platform/linux/lsan.supp DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro)
+install(DIRECTORY examples/component DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro USE_SOURCE_PERMISSIONS)
 install(DIRECTORY include/veltro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY platform/include/ platform/linux/objc-support/
         DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR})

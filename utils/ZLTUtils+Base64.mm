@@ -49,14 +49,18 @@ const std::uint8_t *decoding_table() {
 }
 
 + (NSData *)decodeBase64WithString:(NSString *)string {
-  const char *const text = [string cStringUsingEncoding:NSASCIIStringEncoding];
-  if (text == nullptr)
-    return nil;
-  const std::size_t length = std::strlen(text);
-  const veltro::Buffer bytes(std::malloc(length));
-  if (!bytes && length != 0)
-    return nil;
-  const auto decoded = base64::decode_dropping(text, length, bytes.as<std::uint8_t>());
+  veltro::Buffer bytes(nullptr);
+  base64::Decoded decoded{};
+  @autoreleasepool { // the text is gone before the result is made
+    const char *const text = [string cStringUsingEncoding:NSASCIIStringEncoding];
+    if (text == nullptr)
+      return nil;
+    const std::size_t length = std::strlen(text);
+    bytes = veltro::Buffer(std::malloc(length));
+    if (!bytes && length != 0)
+      return nil;
+    decoded = base64::decode_dropping(text, length, bytes.as<std::uint8_t>());
+  }
   return decoded.valid ? [NSData dataWithBytes:bytes.as<void>() length:decoded.length] : nil;
 }
 
@@ -84,14 +88,17 @@ const std::uint8_t *decoding_table() {
   const std::uint8_t *const table = decoding_table();
   if (table == nullptr)
     return nil;
-  const char *const text = [string cStringUsingEncoding:NSASCIIStringEncoding];
-  if (text == nullptr)
-    return nil;
-  const veltro::Buffer bytes(std::malloc(base64::decoded_capacity(length)));
-  if (!bytes)
-    return nil;
-  const auto decoded =
-      base64::decode_refusing(text, std::strlen(text), table, bytes.as<std::uint8_t>());
+  veltro::Buffer bytes(nullptr);
+  base64::Decoded decoded{};
+  @autoreleasepool {
+    const char *const text = [string cStringUsingEncoding:NSASCIIStringEncoding];
+    if (text == nullptr)
+      return nil;
+    bytes = veltro::Buffer(std::malloc(base64::decoded_capacity(length)));
+    if (!bytes)
+      return nil;
+    decoded = base64::decode_refusing(text, std::strlen(text), table, bytes.as<std::uint8_t>());
+  }
   return decoded.valid ? [NSData dataWithBytes:bytes.as<void>() length:decoded.length] : nil;
 }
 

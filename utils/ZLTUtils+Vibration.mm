@@ -33,11 +33,20 @@ NSDictionary *cycle() {
                                                     @"TotalDuration", nil];
 }
 
+// Every private function is tested before it is called: a release may lack any of them.
+
 void drive_the_motor() {
+  if (FigVibratorInitialize == nullptr || FigVibratorPlayVibrationWithDictionary == nullptr)
+    return;
   NSDictionary *const description = cycle();
   FigVibratorInitialize();
   FigVibratorPlayVibrationWithDictionary(reinterpret_cast<CFDictionaryRef>(description), 0, 0,
                                          nullptr, nullptr);
+}
+
+void play(NSDictionary *vibration) {
+  if (AudioServicesPlaySystemSoundWithVibration != nullptr)
+    AudioServicesPlaySystemSoundWithVibration(kVibrateSound, nil, vibration);
 }
 
 void write_settings(NSUserDefaults *defaults, NSMutableDictionary *settings, BOOL ring,
@@ -68,13 +77,13 @@ void write_settings(NSUserDefaults *defaults, NSMutableDictionary *settings, BOO
   const BOOL silent = [[settings objectForKey:silent_vibrate] boolValue];
   // On purpose whatever the other setting says: with the ringer on, only this one counts.
   if (ring) {
-    AudioServicesPlaySystemSoundWithVibration(kVibrateSound, nil, vibration);
+    play(vibration);
     return;
   }
   write_settings(defaults, settings, YES, YES);
   dispatch_after(dispatch_time(DISPATCH_TIME_NOW, kRestoreDelay), dispatch_get_main_queue(), ^{
     // The vibration plays while the settings still allow it.
-    AudioServicesPlaySystemSoundWithVibration(kVibrateSound, nil, vibration);
+    play(vibration);
     write_settings(defaults, settings, ring, silent);
   });
 }

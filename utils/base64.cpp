@@ -1,34 +1,27 @@
 #include "utils/base64.hpp"
 
-#include "utils/base64_kernels.hpp"
+#if defined(__x86_64__)
+#include "utils/base64_x86.hpp"
+#elif defined(__ARM_NEON)
+#include "utils/base64_neon.hpp"
+#else
 #include "utils/base64_rules.hpp"
+constexpr auto kernels = [] { return veltro::base64::kNoVectors; };
+#endif
 
 namespace veltro::base64 {
-namespace {
-
-struct VectorRuns {
-  static std::size_t encode(const std::uint8_t *bytes, std::size_t length, char *to) {
-    return encode_run(bytes, length, to);
-  }
-  static std::size_t decode(const char *text, std::size_t length, std::uint8_t *to,
-                            std::size_t capacity) {
-    return decode_run(text, length, to, capacity);
-  }
-};
-
-} // namespace
 
 void encode(const std::uint8_t *bytes, std::size_t length, char *to) {
-  rules::encode<VectorRuns>(bytes, length, to);
+  rules::encode(kernels(), bytes, length, to);
 }
 
 Decoded decode_dropping(const char *text, std::size_t length, std::uint8_t *to) {
-  return rules::decode_dropping<VectorRuns>(text, length, to);
+  return rules::decode(kernels(), rules::Dropping{}, text, length, to);
 }
 
 Decoded decode_refusing(const char *text, std::size_t length, const std::uint8_t *table,
                         std::uint8_t *to) {
-  return rules::decode_refusing<VectorRuns>(text, length, table, to);
+  return rules::decode(kernels(), rules::Refusing{table}, text, length, to);
 }
 
 void make_table(std::uint8_t *table) {

@@ -2,79 +2,68 @@
 // three bytes or four characters apart, and the alphabet is five ranges.
 #pragma once
 
+#include "utils/base64_rules.hpp"
+
 #include <arm_neon.h>
-#include <cstddef>
-#include <cstdint>
 
-namespace veltro::base64::neon {
+namespace veltro::base64 {
 
-/// The characters of sixteen 6-bit values.
-inline uint8x16_t characters_of(uint8x16_t values) {
-  const auto past = [values](std::uint8_t last, std::uint8_t step) {
-    return vandq_u8(vcgtq_u8(values, vdupq_n_u8(last)), vdupq_n_u8(step));
-  };
-  uint8x16_t characters = vaddq_u8(values, vdupq_n_u8('A'));
-  characters = vaddq_u8(characters, past(25, 'a' - 'Z' - 1));
-  characters = vsubq_u8(characters, past(51, 'z' + 1 - '0'));
-  characters = vsubq_u8(characters, past(61, '9' + 1 - '+'));
-  return vaddq_u8(characters, past(62, '/' - '+' - 1));
-}
+struct Neon {
+  using Vector = uint8x16_t;
+  static constexpr std::ptrdiff_t kText = 64;
+  static constexpr std::size_t kBytes = 48;
+  static constexpr std::size_t kReads = kBytes;
+  static constexpr bool kOverlaps = true;
 
-/// The 6-bit values of sixteen characters; `clean` loses the lanes of those that have none.
-inline uint8x16_t values_of(uint8x16_t characters, uint8x16_t &clean) {
-  const auto from = [characters](std::uint8_t first) {
-    return vsubq_u8(characters, vdupq_n_u8(first));
-  };
-  const uint8x16_t upper = vcltq_u8(from('A'), vdupq_n_u8(26));
-  const uint8x16_t lower = vcltq_u8(from('a'), vdupq_n_u8(26));
-  const uint8x16_t digit = vcltq_u8(from('0'), vdupq_n_u8(10));
-  const uint8x16_t plus = vceqq_u8(characters, vdupq_n_u8('+'));
-  const uint8x16_t slash = vceqq_u8(characters, vdupq_n_u8('/'));
-  clean = vandq_u8(clean, vorrq_u8(vorrq_u8(vorrq_u8(upper, lower), digit), vorrq_u8(plus, slash)));
-  uint8x16_t values = vandq_u8(upper, from('A'));
-  values = vbslq_u8(lower, from('a' - 26), values);
-  values = vbslq_u8(digit, vaddq_u8(characters, vdupq_n_u8(52 - '0')), values);
-  values = vbslq_u8(plus, vdupq_n_u8(62), values);
-  return vbslq_u8(slash, vdupq_n_u8(63), values);
-}
+  static Vector all(std::uint8_t value) { return vdupq_n_u8(value); }
 
-inline std::size_t encode(const std::uint8_t *bytes, std::size_t length, char *to) {
-  const uint8x16_t six_bits = vdupq_n_u8(63);
-  std::size_t at = 0;
-  for (; length - at >= 48; at += 48, to += 64) {
-    const uint8x16x3_t in = vld3q_u8(bytes + at);
-    uint8x16x4_t out;
-    out.val[0] = characters_of(vshrq_n_u8(in.val[0], 2));
-    out.val[1] = characters_of(
-        vandq_u8(vorrq_u8(vshlq_n_u8(in.val[0], 4), vshrq_n_u8(in.val[1], 4)), six_bits));
-    out.val[2] = characters_of(
-        vandq_u8(vorrq_u8(vshlq_n_u8(in.val[1], 2), vshrq_n_u8(in.val[2], 6)), six_bits));
-    out.val[3] = characters_of(vandq_u8(in.val[2], six_bits));
+  static Vector characters_of(Vector values) {
+    return values + all('A') + (vcgtq_u8(values, all(25)) & all('a' - 'Z' - 1)) -
+           (vcgtq_u8(values, all(51)) & all('z' + 1 - '0')) -
+           (vcgtq_u8(values, all(61)) & all('9' + 1 - '+')) +
+           (vcgtq_u8(values, all(62)) & all('/' - '+' - 1));
+  }
+
+  /// The values of sixteen characters; `unclean` gets the lanes of those that have none.
+  static Vector values_of(Vector characters, Vector &unclean) {
+    const Vector upper = vcltq_u8(characters - all('A'), all(26));
+    const Vector lower = vcltq_u8(characters - all('a'), all(26));
+    const Vector digit = vcltq_u8(characters - all('0'), all(10));
+    const Vector plus = vceqq_u8(characters, all('+'));
+    const Vector slash = vceqq_u8(characters, all('/'));
+    unclean |= ~(upper | lower | digit | plus | slash);
+    return (upper & (characters - all('A'))) | (lower & (characters - all('a' - 26))) |
+           (digit & (characters + all(52 - '0'))) | (plus & all(62)) | (slash & all(63));
+  }
+
+  template <char, char> static void encode_block(const std::uint8_t *bytes, char *to) {
+    const auto [a, b, c] = vld3q_u8(bytes).val;
+    const uint8x16x4_t out{characters_of(a >> 2), characters_of((a << 4 | b >> 4) & all(63)),
+                           characters_of((b << 2 | c >> 6) & all(63)), characters_of(c & all(63))};
     vst4q_u8(reinterpret_cast<std::uint8_t *>(to), out);
   }
-  return at;
-}
 
-inline std::size_t decode(const char *text, std::size_t length, std::uint8_t *to,
-                          std::size_t capacity) {
-  std::size_t at = 0;
-  for (; length - at >= 64 && capacity >= 48; at += 64, to += 48, capacity -= 48) {
-    const uint8x16x4_t in = vld4q_u8(reinterpret_cast<const std::uint8_t *>(text + at));
-    uint8x16_t clean = vdupq_n_u8(0xff);
-    const uint8x16_t first = values_of(in.val[0], clean);
-    const uint8x16_t second = values_of(in.val[1], clean);
-    const uint8x16_t third = values_of(in.val[2], clean);
-    const uint8x16_t fourth = values_of(in.val[3], clean);
-    const uint64x2_t lanes = vreinterpretq_u64_u8(clean);
-    if ((vgetq_lane_u64(lanes, 0) & vgetq_lane_u64(lanes, 1)) != ~std::uint64_t{0})
-      break;
-    uint8x16x3_t out;
-    out.val[0] = vorrq_u8(vshlq_n_u8(first, 2), vshrq_n_u8(second, 4));
-    out.val[1] = vorrq_u8(vshlq_n_u8(second, 4), vshrq_n_u8(third, 2));
-    out.val[2] = vorrq_u8(vshlq_n_u8(third, 6), fourth);
+  template <bool> static std::uint64_t decode_block(const char *text, std::uint8_t *to) {
+    const auto [in0, in1, in2, in3] = vld4q_u8(reinterpret_cast<const std::uint8_t *>(text)).val;
+    Vector unclean = all(0);
+    const Vector a = values_of(in0, unclean);
+    const Vector b = values_of(in1, unclean);
+    const Vector c = values_of(in2, unclean);
+    const Vector d = values_of(in3, unclean);
+    const uint8x16x3_t out{a << 2 | b >> 4, b << 4 | c >> 2, c << 6 | d};
     vst3q_u8(to, out);
+    // Four bits for each of the sixteen groups.
+    const uint8x8_t groups = vshrn_n_u16(vreinterpretq_u16_u8(unclean), 4);
+    return vget_lane_u64(vreinterpret_u64_u8(groups), 0);
   }
-  return at;
+
+  static constexpr Kernels kRest = kNoVectors;
+#include "utils/base64_loops.hpp"
+};
+
+constexpr Kernels kNeon{Neon::encode, Neon::decode};
+constexpr const Kernels &kernels() {
+  return kNeon;
 }
 
-} // namespace veltro::base64::neon
+} // namespace veltro::base64

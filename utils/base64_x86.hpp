@@ -1,187 +1,188 @@
-// Base64 kernels for x86-64, chosen when they are first needed by what the processor has.
-//
-// Encoding spreads each three bytes over four lanes with one shuffle and two multiplications, and
-// turns the 6-bit values into characters by adding an offset looked up by range. Decoding tests all
-// characters with two lookups by nibble, whose results have a bit in common exactly where a
-// character is none of the alphabet's, and joins four values with two multiply-adds.
+// Base64 kernels for x86-64, and the choice between them by what the processor has.
 #pragma once
 
+#include "utils/base64_rules.hpp"
+
 #include <cpuid.h>
-#include <cstddef>
-#include <cstdint>
 #include <immintrin.h>
 
-namespace veltro::base64::x86 {
+namespace veltro::base64 {
 
-enum class Vectors : int { unknown, none, ssse3, avx2 };
+#pragma clang attribute push(__attribute__((target("ssse3"))), apply_to = function)
+struct Ssse3 {
+  using Vector = __m128i;
+  static Vector repeat(__m128i lane) { return lane; }
+  template <char Low, char> static Vector lanes() { return _mm_set1_epi8(Low); }
+  static Vector multiply_high(Vector a, Vector b) { return _mm_mulhi_epu16(a, b); }
+  static Vector add_products8(Vector a, Vector b) { return _mm_maddubs_epi16(a, b); }
+  static Vector add_products16(Vector a, Vector b) { return _mm_madd_epi16(a, b); }
+  static Vector shuffle(Vector table, Vector index) { return _mm_shuffle_epi8(table, index); }
+  static unsigned mask(Vector a) { return static_cast<unsigned>(_mm_movemask_epi8(a)); }
+  static bool is_zero(Vector a) { return mask(_mm_cmpeq_epi8(a, Vector{})) == 0xffff; }
+  static Vector load(const void *at) { return _mm_loadu_si128(static_cast<const Vector *>(at)); }
+  template <char Low, char> static Vector load_bytes(const std::uint8_t *at) {
+    return load(at - Low);
+  }
+  static void store(void *to, Vector a) { _mm_storeu_si128(static_cast<Vector *>(to), a); }
+  template <bool Exact> static void store_bytes(std::uint8_t *to, Vector packed) {
+    if constexpr (!Exact)
+      return store(to, packed);
+    _mm_storeu_si64(to, packed);
+    _mm_storeu_si32(to + 8, _mm_bsrli_si128(packed, 8));
+  }
+  static constexpr Kernels kRest = kNoVectors;
+#include "utils/base64_lanes.hpp"
+#include "utils/base64_loops.hpp"
+};
+#pragma clang attribute pop
 
-inline Vectors detect_vectors() {
-  unsigned eax = 0;
-  unsigned ebx = 0;
-  unsigned ecx = 0;
-  unsigned edx = 0;
-  if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 || (ecx & bit_SSSE3) == 0)
-    return Vectors::none;
-  // AVX2 also wants the system to save the wide registers.
-  if ((ecx & bit_OSXSAVE) == 0)
-    return Vectors::ssse3;
-  unsigned saved = 0;
-  unsigned high = 0;
-  __asm__("xgetbv" : "=a"(saved), "=d"(high) : "c"(0));
-  if ((saved & 6) != 6 || __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) == 0)
-    return Vectors::ssse3;
-  return (ebx & bit_AVX2) != 0 ? Vectors::avx2 : Vectors::ssse3;
+#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
+struct Avx2 {
+  using Vector = __m256i;
+  static Vector repeat(__m128i lane) { return _mm256_broadcastsi128_si256(lane); }
+  template <char Low, char High> static Vector lanes() {
+    return _mm256_set_m128i(_mm_set1_epi8(High), _mm_set1_epi8(Low));
+  }
+  static Vector multiply_high(Vector a, Vector b) { return _mm256_mulhi_epu16(a, b); }
+  static Vector add_products8(Vector a, Vector b) { return _mm256_maddubs_epi16(a, b); }
+  static Vector add_products16(Vector a, Vector b) { return _mm256_madd_epi16(a, b); }
+  static Vector shuffle(Vector table, Vector index) { return _mm256_shuffle_epi8(table, index); }
+  static unsigned mask(Vector a) { return static_cast<unsigned>(_mm256_movemask_epi8(a)); }
+  static bool is_zero(Vector a) { return _mm256_testz_si256(a, a) != 0; }
+  static Vector load(const void *at) { return _mm256_loadu_si256(static_cast<const Vector *>(at)); }
+  template <char Low, char High> static Vector load_bytes(const std::uint8_t *at) {
+    if constexpr (Low == High + 4) // one lane follows the other
+      return load(at - Low);
+    return _mm256_set_m128i(Ssse3::load(at + 12 - High), Ssse3::load(at - Low));
+  }
+  static void store(void *to, Vector a) { _mm256_storeu_si256(static_cast<Vector *>(to), a); }
+  template <bool Exact> static void store_bytes(std::uint8_t *to, Vector packed) {
+    Ssse3::store(to, _mm256_castsi256_si128(packed));
+    Ssse3::store_bytes<Exact>(to + 12, _mm256_extracti128_si256(packed, 1));
+  }
+  static constexpr Kernels kRest{Ssse3::encode, Ssse3::decode};
+#include "utils/base64_lanes.hpp" // NOLINT(readability-duplicate-include)
+#include "utils/base64_loops.hpp" // NOLINT(readability-duplicate-include)
+};
+#pragma clang attribute pop
+
+/// A byte's place among four a group; a character's value, or 0x80 and more where it has none.
+struct Tables {
+  std::uint8_t pack[64];
+  std::uint8_t values[128];
+};
+
+consteval Tables make_tables() {
+  Tables tables{};
+  for (unsigned at = 0; at < 48; ++at)
+    tables.pack[at] = rules::low_byte(at / 3 * 4 + 2 - at % 3);
+  for (unsigned character = 0; character < 128; ++character)
+    tables.values[character] = static_cast<std::uint8_t>(rules::kFirstTable.entries[character]);
+  return tables;
 }
 
-/// The processor's vectors. Asked once: threads that ask at the same time find the same answer.
-inline Vectors vectors() {
-  static int known = 0;
-  int now = __atomic_load_n(&known, __ATOMIC_RELAXED);
-  if (now == 0) {
-    now = static_cast<int>(detect_vectors());
+constexpr Tables kTables = make_tables();
+
+// Lookups have 64 and 128 entries; loads and stores of any length do what is less than a block.
+#pragma clang attribute push(__attribute__((target("avx512bw,avx512vbmi,bmi2"))),                  \
+                             apply_to = function)
+struct Avx512 {
+  using Vector = __m512i;
+  static constexpr std::ptrdiff_t kText = 64;
+  static constexpr std::size_t kBytes = 48;
+  static constexpr std::size_t kReads = 64;
+  static constexpr bool kOverlaps = false;
+
+  static Vector encoded(Vector in) {
+    const Vector groups = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    const Vector spread = _mm512_add_epi32(
+        _mm512_mullo_epi32(groups, _mm512_set1_epi32(0x03030303)), _mm512_set1_epi32(0x01020001));
+    const Vector shifts = _mm512_set1_epi64(0x3036242a1016040a);
+    const Vector values = _mm512_multishift_epi64_epi8(shifts, _mm512_permutexvar_epi8(spread, in));
+    return _mm512_permutexvar_epi8(values, _mm512_loadu_si512(rules::kAlphabet)); // by 6 bits
+  }
+
+  template <char, char> static void encode_block(const std::uint8_t *bytes, char *to) {
+    _mm512_storeu_si512(to, encoded(_mm512_loadu_si512(bytes)));
+  }
+
+  /// The bytes that the characters `in` stand for, and the mask of those that stand for nothing.
+  static Vector decoded(Vector in, std::uint64_t &unclean) {
+    const Vector values = _mm512_permutex2var_epi8(_mm512_loadu_si512(kTables.values), in,
+                                                   _mm512_loadu_si512(kTables.values + 64));
+    unclean = _mm512_movepi8_mask(_mm512_or_si512(in, values));
+    const Vector pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
+    const Vector joined = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
+    return _mm512_permutexvar_epi8(_mm512_loadu_si512(kTables.pack), joined);
+  }
+
+  template <bool Exact> static std::uint64_t decode_block(const char *text, std::uint8_t *to) {
+    std::uint64_t unclean;
+    const Vector bytes = decoded(_mm512_loadu_si512(text), unclean);
+    if constexpr (Exact)
+      _mm512_mask_storeu_epi8(to, first(kBytes), bytes);
+    else
+      _mm512_storeu_si512(to, bytes);
+    return unclean;
+  }
+
+  /// The mask of the first `count` bytes.
+  static std::uint64_t first(std::size_t count) { return _bzhi_u64(~std::uint64_t{0}, count); }
+
+  static std::size_t encode_rest(const std::uint8_t *bytes, std::size_t length, char *to) {
+    for (std::size_t left = length; left != 0; bytes += kBytes, to += kText) {
+      const std::size_t count = left < kBytes ? left : kBytes;
+      const std::uint64_t filled = first((count * 4 + 2) / 3);
+      const Vector text = encoded(_mm512_maskz_loadu_epi8(first(count), bytes));
+      _mm512_mask_storeu_epi8(to, first(encoded_length(count)),
+                              _mm512_mask_blend_epi8(filled, _mm512_set1_epi8('='), text));
+      left -= count;
+    }
+    return length;
+  }
+
+  static Run decode_rest(const char *text, std::size_t length, std::uint8_t *to, std::uint64_t) {
+    const std::uint64_t there = first(length < 64 ? length : 64);
+    std::uint64_t unclean;
+    const Vector bytes =
+        decoded(_mm512_mask_loadu_epi8(_mm512_set1_epi8('='), there, text), unclean);
+    const auto clean = static_cast<std::size_t>(unclean == 0 ? 64 : __builtin_ctzll(unclean)) / 4;
+    _mm512_mask_storeu_epi8(to, first(clean * 3), bytes);
+    return {clean * 4, clean * 3};
+  }
+
+  static constexpr Kernels kRest{encode_rest, decode_rest};
+#include "utils/base64_loops.hpp" // NOLINT(readability-duplicate-include)
+};
+#pragma clang attribute pop
+
+constexpr Kernels kSsse3{Ssse3::encode, Ssse3::decode};
+constexpr Kernels kAvx2{Avx2::encode, Avx2::decode};
+constexpr Kernels kAvx512{Avx512::encode, Avx512::decode};
+
+[[gnu::noinline]] inline const Kernels &best_kernels() {
+  unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
+  if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 || (ecx & bit_SSSE3) == 0)
+    return kNoVectors;
+  if ((ecx & bit_OSXSAVE) == 0 || __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) == 0)
+    return kSsse3;
+  // The wide vectors also want the system to save their registers.
+  __asm__("xgetbv" : "=a"(eax), "=d"(edx) : "c"(0));
+  constexpr unsigned kWide = bit_AVX512BW | bit_BMI2;
+  if ((eax & 0xe6) == 0xe6 && (ebx & kWide) == kWide && (ecx & bit_AVX512VBMI) != 0)
+    return kAvx512;
+  return (eax & 6) == 6 && (ebx & bit_AVX2) != 0 ? kAvx2 : kSsse3;
+}
+
+/// The processor's best. Threads that ask at the same time find the same.
+inline const Kernels &kernels() {
+  static const Kernels *known;
+  const Kernels *now = __atomic_load_n(&known, __ATOMIC_RELAXED);
+  if (now == nullptr) {
+    now = &best_kernels();
     __atomic_store_n(&known, now, __ATOMIC_RELAXED);
   }
-  return static_cast<Vectors>(now);
+  return *now;
 }
 
-/// From this many bytes on what is encoded is written past the caches.
-constexpr std::size_t kPastCaches = std::size_t{8} << 20;
-
-#define VELTRO_SSSE3 __attribute__((target("ssse3")))
-#define VELTRO_AVX2 __attribute__((target("avx2")))
-
-VELTRO_SSSE3 inline std::size_t encode_ssse3(const std::uint8_t *bytes, std::size_t length,
-                                             char *to) {
-  const __m128i spread = _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
-  const __m128i offsets =
-      _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
-                    '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0);
-  std::size_t at = 0;
-  // A load takes 16 bytes, of which 12 are used.
-  for (; length - at >= 16; at += 12, to += 16) {
-    const __m128i in =
-        _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + at)), spread);
-    const __m128i high =
-        _mm_mulhi_epu16(_mm_and_si128(in, _mm_set1_epi32(0x0fc0fc00)), _mm_set1_epi32(0x04000040));
-    const __m128i low =
-        _mm_mullo_epi16(_mm_and_si128(in, _mm_set1_epi32(0x003f03f0)), _mm_set1_epi32(0x01000010));
-    const __m128i values = _mm_or_si128(high, low);
-    __m128i range = _mm_subs_epu8(values, _mm_set1_epi8(51));
-    range = _mm_or_si128(
-        range, _mm_and_si128(_mm_cmpgt_epi8(_mm_set1_epi8(26), values), _mm_set1_epi8(13)));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(to),
-                     _mm_add_epi8(values, _mm_shuffle_epi8(offsets, range)));
-  }
-  return at;
-}
-
-VELTRO_AVX2 inline std::size_t encode_avx2(const std::uint8_t *bytes, std::size_t length,
-                                           char *to) {
-  const __m256i spread = _mm256_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10, 1, 0,
-                                          2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
-  const __m256i offsets = _mm256_broadcastsi128_si256(
-      _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
-                    '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0));
-  std::size_t at = 0;
-  // Much more than the caches hold goes past them, to places that the vectors fit.
-  const bool past_caches = length >= kPastCaches && reinterpret_cast<std::uintptr_t>(to) % 16 == 0;
-  if (past_caches && reinterpret_cast<std::uintptr_t>(to) % 32 != 0) {
-    at = encode_ssse3(bytes, 16, to);
-    to += 16;
-  }
-  // Two loads of 16 bytes, of which 12 each are used.
-  for (; length - at >= 28; at += 24, to += 32) {
-    const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + at));
-    const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + at + 12));
-    const __m256i in = _mm256_shuffle_epi8(_mm256_set_m128i(second, first), spread);
-    const __m256i high = _mm256_mulhi_epu16(_mm256_and_si256(in, _mm256_set1_epi32(0x0fc0fc00)),
-                                            _mm256_set1_epi32(0x04000040));
-    const __m256i low = _mm256_mullo_epi16(_mm256_and_si256(in, _mm256_set1_epi32(0x003f03f0)),
-                                           _mm256_set1_epi32(0x01000010));
-    const __m256i values = _mm256_or_si256(high, low);
-    __m256i range = _mm256_subs_epu8(values, _mm256_set1_epi8(51));
-    range = _mm256_or_si256(range, _mm256_and_si256(_mm256_cmpgt_epi8(_mm256_set1_epi8(26), values),
-                                                    _mm256_set1_epi8(13)));
-    const __m256i characters = _mm256_add_epi8(values, _mm256_shuffle_epi8(offsets, range));
-    if (past_caches)
-      _mm256_stream_si256(reinterpret_cast<__m256i *>(to), characters);
-    else
-      _mm256_storeu_si256(reinterpret_cast<__m256i *>(to), characters);
-  }
-  if (past_caches)
-    _mm_sfence();
-  return at + encode_ssse3(bytes + at, length - at, to);
-}
-
-VELTRO_SSSE3 inline std::size_t decode_ssse3(const char *text, std::size_t length, std::uint8_t *to,
-                                             std::size_t capacity) {
-  const __m128i low_marks = _mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,
-                                          0x11, 0x13, 0x1a, 0x1b, 0x1b, 0x1b, 0x1a);
-  const __m128i high_marks = _mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10,
-                                           0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10);
-  const __m128i offsets = _mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0);
-  const __m128i pack = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
-  std::size_t at = 0;
-  // A store touches 16 bytes, of which 12 count.
-  for (std::size_t written = 0; length - at >= 16 && capacity - written >= 16; written += 12) {
-    const __m128i in = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text + at));
-    const __m128i slash = _mm_set1_epi8('/');
-    const __m128i high = _mm_and_si128(_mm_srli_epi32(in, 4), slash);
-    const __m128i marks = _mm_and_si128(_mm_shuffle_epi8(low_marks, _mm_and_si128(in, slash)),
-                                        _mm_shuffle_epi8(high_marks, high));
-    const auto clean =
-        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(marks, _mm_setzero_si128())));
-    const __m128i values =
-        _mm_add_epi8(in, _mm_shuffle_epi8(offsets, _mm_add_epi8(_mm_cmpeq_epi8(in, slash), high)));
-    const __m128i joined = _mm_madd_epi16(_mm_maddubs_epi16(values, _mm_set1_epi32(0x01400140)),
-                                          _mm_set1_epi32(0x00011000));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(to + written), _mm_shuffle_epi8(joined, pack));
-    if (clean != 0xffff)
-      return at + (static_cast<std::size_t>(__builtin_ctz(~clean)) & ~std::size_t{3});
-    at += 16;
-  }
-  return at;
-}
-
-VELTRO_AVX2 inline std::size_t decode_avx2(const char *text, std::size_t length, std::uint8_t *to,
-                                           std::size_t capacity) {
-  const __m256i low_marks =
-      _mm256_broadcastsi128_si256(_mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,
-                                                0x11, 0x11, 0x13, 0x1a, 0x1b, 0x1b, 0x1b, 0x1a));
-  const __m256i high_marks =
-      _mm256_broadcastsi128_si256(_mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08,
-                                                0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10));
-  const __m256i offsets = _mm256_broadcastsi128_si256(
-      _mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0));
-  const __m256i pack = _mm256_broadcastsi128_si256(
-      _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
-  std::size_t at = 0;
-  std::size_t written = 0;
-  // A store touches 32 bytes, of which 24 count.
-  for (; length - at >= 32 && capacity - written >= 32; written += 24) {
-    const __m256i in = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(text + at));
-    const __m256i slash = _mm256_set1_epi8('/');
-    const __m256i high = _mm256_and_si256(_mm256_srli_epi32(in, 4), slash);
-    const __m256i marks =
-        _mm256_and_si256(_mm256_shuffle_epi8(low_marks, _mm256_and_si256(in, slash)),
-                         _mm256_shuffle_epi8(high_marks, high));
-    const auto clean = static_cast<unsigned>(
-        _mm256_movemask_epi8(_mm256_cmpeq_epi8(marks, _mm256_setzero_si256())));
-    const __m256i values = _mm256_add_epi8(
-        in, _mm256_shuffle_epi8(offsets, _mm256_add_epi8(_mm256_cmpeq_epi8(in, slash), high)));
-    const __m256i joined = _mm256_madd_epi16(
-        _mm256_maddubs_epi16(values, _mm256_set1_epi32(0x01400140)), _mm256_set1_epi32(0x00011000));
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + written),
-                        _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(joined, pack),
-                                                    _mm256_setr_epi32(0, 1, 2, 4, 5, 6, -1, -1)));
-    if (clean != 0xffffffff)
-      return at + (static_cast<std::size_t>(__builtin_ctz(~clean)) & ~std::size_t{3});
-    at += 32;
-  }
-  return at + decode_ssse3(text + at, length - at, to + written, capacity - written);
-}
-
-#undef VELTRO_SSSE3
-#undef VELTRO_AVX2
-
-} // namespace veltro::base64::x86
+} // namespace veltro::base64

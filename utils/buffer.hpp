@@ -13,6 +13,10 @@ public:
   ~Buffer() { std::free(block_); }
   Buffer(const Buffer &) = delete;
   Buffer &operator=(const Buffer &) = delete;
+  Buffer &operator=(Buffer &&other) noexcept {
+    std::swap(block_, other.block_);
+    return *this;
+  }
 
   explicit operator bool() const { return block_ != nullptr; }
 

@@ -16,8 +16,6 @@ foreach(language C CXX OBJCXX ASM)
 endforeach()
 set(CMAKE_EXE_LINKER_FLAGS_INIT -fuse-ld=lld-19)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -fuse-ld=lld-19)
-# A test program that has to be alone with its processes cannot start itself again: it is started so at once.
-set(CMAKE_CROSSCOMPILING_EMULATOR ${root}/tests/support/alone)
 
 set(CMAKE_FIND_ROOT_PATH ${CMAKE_SYSROOT})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

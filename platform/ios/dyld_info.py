@@ -4,6 +4,7 @@ import dataclasses
 import macho
 
 REBASE, BIND, LAZY_BIND = 8, 16, 32  # fields of LC_DYLD_INFO_ONLY
+ORDINAL = 0x10  # opcode, with the number of a library up to 15 in it
 FLAT_LOOKUP = 0x3e  # opcode: the next symbols are looked up in every loaded library
 WEAK_IMPORT = 0x01  # of the opcode that names a symbol
 
@@ -30,6 +31,13 @@ def _place(image, segment, offset):
     if segment >= len(segments):
         raise macho.Malformed(f'what dyld is told names segment {segment}')
     return segments[segment].address + offset
+
+
+def _slots(image, address, count, step):
+    """The addresses of `count` slots, which an image cannot have more of than bytes."""
+    if count > len(image.data):
+        raise macho.Malformed(f'dyld is told of {count} slots at once')
+    return [address + i * step for i in range(count)]
 
 
 def rebased(image):
@@ -61,9 +69,8 @@ def rebased(image):
             skip, at = macho.leb(data, at)
         elif opcode not in (0x00, 0x10):
             raise macho.Malformed(f'a rebase opcode {opcode:#x}')
-        for _ in range(count):
-            yield address
-            address += pointer + skip
+        yield from _slots(image, address, count, pointer + skip)
+        address += count * (pointer + skip)
 
 
 def bindings(image, field):
@@ -76,7 +83,7 @@ def bindings(image, field):
         here, opcode, immediate = at, data[at] & 0xf0, data[at] & 0xf
         at += 1
         count = skip = 0
-        if opcode == 0x10:
+        if opcode == ORDINAL:
             ordinal, ordinal_at = immediate, here
         elif opcode == 0x20:
             ordinal_at = here
@@ -104,6 +111,6 @@ def bindings(image, field):
             skip, at = macho.leb(data, at)
         elif opcode not in (0x00, 0x50):
             raise macho.Malformed(f'a bind opcode {opcode:#x}')
-        for _ in range(count):
-            yield Binding(address, name, weak, ordinal, ordinal_at, name_at)
-            address += pointer + skip
+        for slot in _slots(image, address, count, pointer + skip):
+            yield Binding(slot, name, weak, ordinal, ordinal_at, name_at)
+        address += count * (pointer + skip)

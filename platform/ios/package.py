@@ -1,6 +1,7 @@
 """package.py VERSION EPOCH OUT: makes the device's packages of build/ios/libveltro.dylib: the library
 itself, and a -dev package to link against. The same inputs and the same EPOCH (the commit's time)
 make the same bytes."""
+import glob
 import os
 import re
 import shutil
@@ -65,6 +66,20 @@ def fill_development(tree):
     shutil.copytree('include/veltro', f'{tree}/usr/include/veltro')
     os.makedirs(f'{tree}/usr/lib')
     stub(f'{tree}/usr/lib/libveltro.tbd')
+    fill_device(f'{tree}/usr/share/veltro/device')
+
+
+def fill_device(folder):
+    """What a component is built with where there is no SDK: declarations, stubs and the signer."""
+    shutil.copytree('platform/ios/include', f'{folder}/include')
+    shutil.copytree('platform/include', f'{folder}/include', dirs_exist_ok=True,
+                    ignore=shutil.ignore_patterns('VeltroHost'))
+    shutil.copytree('platform/ios/libcxx', f'{folder}/libcxx')
+    os.makedirs(f'{folder}/lib')
+    for stubs in sorted(glob.glob(f'{out}/arm64/stubs/*.tbd')):
+        shutil.copy(stubs, f'{folder}/lib')
+    for script in ('sign.py', 'macho.py'):
+        shutil.copy(f'platform/ios/{script}', folder)
 
 
 make('com.norvane.libveltro', fill_library, Name='libveltro', Section='System',

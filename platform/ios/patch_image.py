@@ -87,10 +87,12 @@ def patch_lookups(image, looked_up):
         raise macho.Malformed('the placeholder is not the last library')
     found = set()
     for field in (dyld_info.BIND, dyld_info.LAZY_BIND):
-        for binding in list(dyld_info.bindings(image, field)):
-            if binding.ordinal == ordinal:
-                image.data[binding.ordinal_at] = dyld_info.FLAT_LOOKUP
-                found.add(binding.name)
+        bindings = [binding for binding in dyld_info.bindings(image, field) if binding.ordinal == ordinal]
+        found |= {binding.name for binding in bindings}
+        for at in {binding.ordinal_at for binding in bindings}:
+            if image.data[at] != dyld_info.ORDINAL | ordinal:
+                raise macho.Malformed('the number of the placeholder takes another opcode')
+            image.data[at] = dyld_info.FLAT_LOOKUP
     expect_same('symbols that are looked up', found, looked_up)
     for symbol in image.symbols():
         if symbol.undefined and symbol.description >> 8 == ordinal:

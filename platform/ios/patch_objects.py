@@ -34,16 +34,16 @@ def relocate_symbol_pointers(obj):
             continue
         if section.relocation_count:
             raise macho.Malformed(f'{section.name} has relocations already')
-        relocations = bytearray()
+        added = bytearray()
         for slot in range(section.size // 4):
             symbol = obj.word(indirect + 4 * (section.reserved + slot))
             if symbol & (INDIRECT_SYMBOL_LOCAL | INDIRECT_SYMBOL_ABSOLUTE):
                 raise macho.Malformed(f'{section.name} points to a local symbol')
-            relocations += struct.pack('<II', 4 * slot, symbol | FOUR_BYTES | EXTERNAL)
+            added += struct.pack('<II', 4 * slot, symbol | FOUR_BYTES | EXTERNAL)
         obj.data[section.offset:section.offset + section.size] = bytes(section.size)
         obj.data += bytes(-len(obj.data) % 4)
-        obj.put(section.at + 48, len(obj.data), len(relocations) // 8)
-        obj.data += relocations
+        obj.put(section.at + 48, len(obj.data), len(added) // 8)
+        obj.data += added
 
 
 def clear_thumb_addends(obj):
@@ -55,8 +55,8 @@ def clear_thumb_addends(obj):
             if place & SCATTERED or not target & EXTERNAL or target >> 28 != ARM_RELOC_VANILLA:
                 continue
             at = section.offset + place
-            if symbols[target & 0xffffff].thumb:
-                if obj.word(at) != 1:
+            if named_by(target, symbols).thumb:
+                if obj.word(at) > 1:
                     raise macho.Malformed(f'a pointer to a Thumb function with the addend {obj.word(at):#x}')
                 obj.put(at, 0)
 
@@ -90,6 +90,14 @@ def relocations(obj, section):
     """(where it is, its two words) of a section's relocations."""
     for at in range(section.relocations, section.relocations + 8 * section.relocation_count, 8):
         yield at, *obj.unpack('II', at)
+
+
+def named_by(target, symbols):
+    """The symbol that an external relocation names."""
+    number = target & 0xffffff
+    if number >= len(symbols):
+        raise macho.Malformed(f'a relocation names symbol {number} of {len(symbols)}')
+    return symbols[number]
 
 
 class Expectations:
@@ -129,5 +137,6 @@ class Expectations:
                     continue
                 # The second halves of "b.w" and "bl" differ in this bit.
                 jump = not obj.unpack('H', section.offset + place + 2)[0] & 0x4000
-                if jump and symbols[target & 0xffffff].undefined:
-                    self.tail_calls.add(symbols[target & 0xffffff].name)
+                symbol = named_by(target, symbols)
+                if jump and symbol.undefined:
+                    self.tail_calls.add(symbol.name)

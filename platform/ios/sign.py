@@ -68,6 +68,8 @@ def resize_link_edit(image):
         raise macho.Malformed('__LINKEDIT is not its last segment')
     segment = segments[-1]
     size = len(image.data) - segment.offset
+    if size < 0:
+        raise macho.Malformed('ends before __LINKEDIT')
     page = 0x4000 if image.word(4) == CPU_ARM64 else 0x1000
     memory = -(-size // page) * page
     form, step = ('<Q', 8) if image.wide else ('<I', 4)

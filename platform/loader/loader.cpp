@@ -4,12 +4,10 @@
 
 #include "VeltroLoader/VeltroLoader.h"
 #include "call_frames.hpp"
-#include "constant_strings.hpp"
-#include "exports.hpp"
+#include "contents.hpp"
 #include "memory.hpp"
 #include "objc_registration.hpp"
 #include "symbols.hpp"
-#include "unwind_info.hpp"
 #include "variadic_calls.hpp"
 
 #include <cerrno>
@@ -89,23 +87,22 @@ std::vector<uint8_t> call_frames(const std::vector<FrameEntry> &entries, const M
 VLImage *load(const char *path) {
   const std::vector<uint8_t> file = read_file(path);
   const std::scoped_lock lock(loaded().mutex);
-  const Image image(slice_for({file, "the file"}, kThisProcessor), kThisProcessor);
-  Exports exports = read_exports(image);
-  const objc::Metadata metadata = objc::read_metadata(image);
-  const std::vector<FrameEntry> frames = read_unwind_info(image);
-  objc::check_constant_strings(metadata, image);
+  Contents contents = read_contents({file, "the file"}, kThisProcessor);
+  const Image &image = contents.image;
+  const objc::Metadata &metadata = contents.metadata;
   objc::check_variadic_calls(image.fixups().symbols, metadata);
 
   const std::vector<void *> imports = resolve_imports(image.fixups().symbols, find_loaded);
   objc::check_registration(metadata);
-  auto result = std::unique_ptr<VLImage>(new VLImage{Memory(image), std::move(exports), {}});
+  auto result =
+      std::unique_ptr<VLImage>(new VLImage{Memory(image), std::move(contents.exports), {}});
   Memory &memory = result->memory;
   memory.rebase(image.fixups().rebases);
   for (const Bind &bind : image.fixups().binds) {
     const auto target = reinterpret_cast<uintptr_t>(imports[bind.symbol]);
     memory.put(bind.address, target != 0 ? target + uintptr_t(bind.addend) : 0);
   }
-  result->frames = call_frames(frames, memory);
+  result->frames = call_frames(contents.frames, memory);
 
   objc::register_metadata(metadata, memory);
   memory.protect_constants(image.header());

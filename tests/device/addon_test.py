@@ -1,5 +1,6 @@
 """addon_test.py FOLDER: builds add-ons against the -dev package that `make ios` made: with the headers and
--lveltro, and with the module alone, in Objective-C and Objective-C++. Works in FOLDER."""
+-lveltro, and with the module alone, in Objective-C and Objective-C++, for 32-bit ARM as far as objects. Works in
+FOLDER."""
 import glob
 import os
 import shutil
@@ -37,14 +38,23 @@ def expect(condition, text):
         failures.append(text)
 
 
+def compiled(target, source, out, options):
+    return subprocess.run(['clang-19', '-target', target, '-isysroot', SDK, '-fobjc-runtime=ios-6.0', '-Wall', '-Werror',
+                           f'-I{PACKAGE}/usr/include', *options, '-c', source, '-o', out], capture_output=True,
+                          text=True, check=False)
+
+
 def build(name, language, heading, compiling=(), linking=()):
     source, library = f'{WORK}/{name}.{language}', f'{WORK}/{name}.dylib'
     with open(source, 'w', encoding='utf-8') as file:
         file.write(heading + SOURCE)
-    common = ['clang-19', '-target', 'arm64-apple-ios7.0', '-isysroot', SDK, '-fobjc-runtime=ios-6.0', '-Wall', '-Werror',
-              f'-I{PACKAGE}/usr/include']
-    result = subprocess.run([*common, *compiling, '-c', source, '-o', f'{WORK}/{name}.o'], capture_output=True, text=True,
-                            check=False)
+    for slice_name in ('armv7', 'armv7s'):
+        result = compiled(f'{slice_name}-apple-ios6.0', source, f'{WORK}/{name}.o', compiling)
+        expect(result.returncode == 0, f'{name} for {slice_name}: {result.stderr}')
+        wanted = built.symbols(f'{WORK}/{name}.o', '-u') & built.symbols(f'build/ios/{slice_name}/libveltro.dylib',
+                                                                         '--defined-only')
+        expect(wanted == WANTED, f'{name} for {slice_name}: takes {", ".join(sorted(wanted))}')
+    result = compiled('arm64-apple-ios7.0', source, f'{WORK}/{name}.o', compiling)
     if result.returncode == 0:
         result = subprocess.run(
             ['ld64.lld-19', '-dylib', '-arch', 'arm64', '-platform_version', 'ios', '7.0', '9.0', '-syslibroot', SDK,

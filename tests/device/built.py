@@ -1,9 +1,19 @@
-"""What two builds of the library have to have in common."""
+"""What `make ios` built, and what two builds of the library have to have in common."""
+import json
+import shlex
 import subprocess
 
 
 def run(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def objects(slice_name):
+    """The objects that a slice is linked of, without those of sources that are gone."""
+    folder = f'build/ios/{slice_name}'
+    with open(f'{folder}/compile_commands.json', encoding='utf-8') as file:
+        commands = [shlex.split(entry['command']) for entry in json.load(file)]
+    return sorted(f'{folder}/{command[command.index("-o") + 1]}' for command in commands)
 
 
 def symbols(path, option):

@@ -1,12 +1,12 @@
 """references_test.py [FOLDER]: every reference in the objects of the 32-bit slices is found again in the linked image,
 between the same things and in the same instructions; all else in them is the same, byte for byte; every
 pointer to code and every call knows that code's mode; and lazily bound functions are bound when they are called."""
-import glob
 import os
 import struct
 import sys
 
 import arm_objects
+import built
 import image
 
 os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), '../..'))
@@ -59,7 +59,7 @@ class Comparison:
             return False
         if section.name in BYTES:
             size = next((end for _, _, value, end in self.atoms if value <= ours < end), ours + 16) - ours
-            return self.obj.read(ours, size) == self.linked.read(theirs, size)
+            return self.obj.read(ours, size) == self.linked.read(theirs, size) and (theirs - ours) % section.align == 0
         if section.name in (*TEXTS, *SLOTS, '__cfstring'):
             return found.name == section.name and self.same_content(section, ours, theirs)
         if section.name == '__text':
@@ -209,8 +209,7 @@ def main():
     failures = []
     for name in ('armv7', 'armv7s'):
         linked, checked = Linked(f'build/ios/{name}/libveltro.dylib'), {}
-        paths = sorted(glob.glob(f'build/ios/{name}/CMakeFiles/objects.dir/**/*.o*', recursive=True))
-        for path in paths:
+        for path in built.objects(name):
             obj = arm_objects.Object(path)
             failures += [f'{name}: {os.path.basename(path)}: {fault}'
                          for fault in Comparison(obj, linked).faults(checked)]

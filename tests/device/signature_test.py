@@ -138,6 +138,14 @@ def check_identities():
         check_signature(image.Image(path))
 
 
+def cut(data):
+    """A file whose last segment starts behind its end, and that has no signature."""
+    binary = image.Image(library('armv7'))
+    data = bytearray(data)
+    struct.pack_into('<I', data, binary.commands[0x1d][0], 0x26)
+    return bytes(data[:binary.word(binary.commands[0x1][-1] + 32) - 100])
+
+
 def check_refusals():
     whole = image.Image(library('armv7')).data
     for what, data, message in (
@@ -146,6 +154,7 @@ def check_refusals():
             ('a joined library', image_bytes('build/ios/libveltro.dylib'), 'not a thin Mach-O file'),
             ('a longer file', whole + b'\0', 'its signature is not the last thing in it'),
             ('a shorter file', whole[:-1], 'its signature is not the last thing in it'),
+            ('a file without its end', cut(whole), 'ends before __LINKEDIT'),
             ('a file cut short in its commands', whole[:200], 'ends before offset')):
         path, result = signed('refused', data)
         expect(result.returncode == 1 and result.stderr.startswith(f'{path}: {message}')

@@ -9,7 +9,7 @@ function(messenger_process_test file)
     add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/alone
       python3 -B ${PROJECT_SOURCE_DIR}/tests/messenger/${file}_test.py ${class})
     set_tests_properties(${name} PROPERTIES
-      TIMEOUT 300 ENVIRONMENT VELTRO_BUILD_DIR=${PROJECT_BINARY_DIR})
+      TIMEOUT 300 LABELS library ENVIRONMENT VELTRO_BUILD_DIR=${PROJECT_BINARY_DIR})
   endforeach()
 endfunction()
 
@@ -19,4 +19,4 @@ messenger_process_test(tool Send NotRunning Chat)
 
 add_test(NAME demo COMMAND ${PROJECT_SOURCE_DIR}/tests/support/alone
   ${PROJECT_SOURCE_DIR}/scripts/demo ${PROJECT_BINARY_DIR}/bin)
-set_tests_properties(demo PROPERTIES TIMEOUT 300)
+set_tests_properties(demo PROPERTIES TIMEOUT 300 LABELS library)

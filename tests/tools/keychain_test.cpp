@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -279,6 +280,9 @@ public:
     process_ = fork();
     if (process_ == 0) {
       prctl(PR_SET_PDEATHSIG, SIGKILL);
+      // Keys that mean signals reach who has the terminal as the controlling one.
+      setsid();
+      ioctl(slave_, TIOCSCTTY, 0);
       dup2(slave_, STDIN_FILENO);
       dup2(slave_, STDOUT_FILENO);
       dup2(slave_, STDERR_FILENO);
@@ -310,12 +314,15 @@ public:
     EXPECT_EQ(write(terminal_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
 
+  /// The exit status, or 128 and the signal that ended it, as shells have it.
   int status() {
     int status = 0;
     while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
     }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
+
+  [[nodiscard]] pid_t process() const { return process_; }
 
   bool echoes() {
     termios settings{};
@@ -345,13 +352,43 @@ TEST_F(KeychainTool, AsksAtATerminalAndShowsNothing) {
   EXPECT_EQ(reading.status(), 0);
 }
 
-TEST_F(KeychainTool, ControlCAtThePromptStoresNothing) {
+TEST_F(KeychainTool, ControlCEndsItAtOnceAndLeavesTheTerminalAsItWas) {
   ToolAtTerminal tool({"keychain", "set", "mail", "ann"});
   tool.shown_until("Password: ");
-  tool.type("half\x03\n");
+  tool.type("half\x03"); // no line end
+  EXPECT_EQ(tool.status(), 128 + SIGINT);
+  EXPECT_TRUE(tool.echoes());
+  EXPECT_THAT(tool.shown_until("\n"), Not(HasSubstr("half")));
+  expect_no(keychain({"get", "mail", "ann"}), "errSecItemNotFound");
+}
+
+// Without a shell that could have it go on, Control-Z stops nothing.
+TEST_F(KeychainTool, AsksAgainAfterControlZ) {
+  ToolAtTerminal tool({"keychain", "set", "mail", "ann"});
+  tool.shown_until("Password: ");
+  tool.type("half\x1a");
+  tool.shown_until("Password: \r\nPassword: ");
+  tool.type("whole\n");
+  EXPECT_EQ(tool.status(), 0);
+  EXPECT_TRUE(tool.echoes());
+  EXPECT_EQ(stored("mail", "ann"), "whole");
+}
+
+TEST_F(KeychainTool, TheEndOfInputAtThePromptStoresNothing) {
+  ToolAtTerminal tool({"keychain", "set", "mail", "ann"});
+  tool.shown_until("Password: ");
+  tool.type("\x04");
   EXPECT_EQ(tool.status(), 1);
   EXPECT_TRUE(tool.echoes());
   expect_no(keychain({"get", "mail", "ann"}), "errSecItemNotFound");
+}
+
+TEST_F(KeychainTool, SignalsAtThePromptEndItAndLeaveTheTerminalAsItWas) {
+  ToolAtTerminal tool({"keychain", "set", "mail", "ann"});
+  tool.shown_until("Password: ");
+  kill(tool.process(), SIGTERM);
+  EXPECT_EQ(tool.status(), 128 + SIGTERM);
+  EXPECT_TRUE(tool.echoes());
 }
 
 } // namespace

@@ -27,9 +27,17 @@ struct Fast {
 
 /// The rules alone, character by character.
 struct Plain {
-  static constexpr auto encode = base64::rules::encode<base64::rules::NoRuns>;
-  static constexpr auto dropping = base64::rules::decode_dropping<base64::rules::NoRuns>;
-  static constexpr auto refusing = base64::rules::decode_refusing<base64::rules::NoRuns>;
+  static void encode(const std::uint8_t *bytes, std::size_t length, char *to) {
+    base64::rules::encode(base64::kNoVectors, bytes, length, to);
+  }
+  static base64::Decoded dropping(const char *text, std::size_t length, std::uint8_t *to) {
+    return base64::rules::decode(base64::kNoVectors, base64::rules::Dropping{}, text, length, to);
+  }
+  static base64::Decoded refusing(const char *text, std::size_t length, const std::uint8_t *table,
+                                  std::uint8_t *to) {
+    const base64::rules::Refusing codec{table};
+    return base64::rules::decode(base64::kNoVectors, codec, text, length, to);
+  }
 };
 
 template <typename Form = Fast> std::string encoded(const Bytes &bytes) {

@@ -76,7 +76,7 @@ TEST(Base64, AgreesWithTheModelOnLinesOf76) {
   }
 }
 
-TEST(Base64, EncodesMoreThanTheCachesHoldToAnyPlace) {
+TEST(Base64, EncodesMegabytesToAnyPlace) {
   std::mt19937 random(9);
   Bytes bytes((std::size_t{9} << 20) + 1);
   for (std::uint8_t &byte : bytes)

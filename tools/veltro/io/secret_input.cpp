@@ -2,25 +2,26 @@
 
 #include "whole_file.hpp"
 
-#include <cerrno>
+#include <array>
+#include <csignal>
 #include <cstring>
-#include <fcntl.h>
+#include <poll.h>
 #include <string_view>
+#include <sys/signalfd.h>
 #include <termios.h>
 #include <unistd.h>
 
 namespace veltro::tool {
 namespace {
 
-constexpr std::uint8_t control_c = 3;
-
-/// The terminal with its echo off, for as long as the object lives. Signals from the keyboard are
-/// off as well, so that none can leave it so.
+/// The terminal with its echo off, for as long as the object lives. It gives whole lines, and
+/// signals for the keys that mean them.
 class SilentTerminal {
 public:
   explicit SilentTerminal(int file) : file_(file), changed_(tcgetattr(file, &before_) == 0) {
     termios silent = before_;
-    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    silent.c_lflag |= ISIG | ICANON;
     changed_ = changed_ && tcsetattr(file, TCSAFLUSH, &silent) == 0;
   }
   ~SilentTerminal() {
@@ -38,22 +39,83 @@ private:
   bool changed_;
 };
 
+/// The signals that end or stop a process at a terminal wait while the object lives, so that none
+/// of them leaves the terminal silent.
+class WaitingSignals {
+public:
+  WaitingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP})
+      sigaddset(&signals, signal);
+    pthread_sigmask(SIG_BLOCK, &signals, &before_);
+    file_ = signalfd(-1, &signals, SFD_CLOEXEC);
+  }
+  ~WaitingSignals() {
+    close(file_);
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+  WaitingSignals(const WaitingSignals &) = delete;
+  WaitingSignals &operator=(const WaitingSignals &) = delete;
+
+  /// Waits until there is something to read; the signal that came instead, or 0.
+  [[nodiscard]] int before_input_at(int terminal) const {
+    std::array<pollfd, 2> events{{{file_, POLLIN, 0}, {terminal, POLLIN, 0}}};
+    signalfd_siginfo signal{};
+    if (poll(events.data(), events.size(), -1) > 0 && events[0].revents != 0 &&
+        read(file_, &signal, sizeof signal) == sizeof signal)
+      return static_cast<int>(signal.ssi_signo);
+    return 0;
+  }
+
+private:
+  int file_;
+  sigset_t before_{};
+};
+
 void say(int terminal, std::string_view text) {
   [[maybe_unused]] const ssize_t written = write(terminal, text.data(), text.size());
 }
 
-std::string ask(int terminal, std::vector<std::uint8_t> &bytes) {
+void wipe(std::vector<std::uint8_t> &bytes) {
+  explicit_bzero(bytes.data(), bytes.size());
+  bytes.clear();
+}
+
+/// Asks once, and returns the signal that came in between, or 0; `problem` becomes what went wrong.
+int ask_once(int terminal, std::vector<std::uint8_t> &bytes, std::string &problem) {
+  const WaitingSignals signals;
   const SilentTerminal silent(terminal);
-  if (!silent)
-    return "the terminal does not let a secret be typed unseen";
+  if (!silent) {
+    problem = "the terminal does not let a secret be typed unseen";
+    return 0;
+  }
   say(terminal, "Password: ");
   std::uint8_t byte = 0;
   ssize_t count = 0;
-  while ((count = read(terminal, &byte, 1)) == 1 && byte != '\n' && byte != control_c &&
-         bytes.size() < SecretBytes::kLimit)
-    bytes.push_back(byte);
+  do {
+    if (const int signal = signals.before_input_at(terminal); signal != 0) {
+      wipe(bytes);
+      say(terminal, "\n");
+      return signal;
+    }
+    count = read(terminal, &byte, 1);
+    if (count == 1 && byte != '\n')
+      bytes.push_back(byte);
+  } while (count == 1 && byte != '\n' && bytes.size() < SecretBytes::kLimit);
   say(terminal, "\n");
-  return count == 1 && byte == '\n' ? "" : "no secret was typed";
+  if (count != 1 || byte != '\n')
+    problem = "no secret was typed";
+  return 0;
+}
+
+std::string ask(int terminal, std::vector<std::uint8_t> &bytes) {
+  std::string problem;
+  // The signal does what it would have done, now that the terminal is as it was; who comes back
+  // from being stopped is asked again.
+  while (const int signal = ask_once(terminal, bytes, problem))
+    std::raise(signal);
+  return problem;
 }
 
 void drop_line_end(std::vector<std::uint8_t> &bytes) {

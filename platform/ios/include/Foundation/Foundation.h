@@ -1,5 +1,6 @@
-// Foundation as far as the library uses it, for building for the device without an SDK. Written
-// from the public class references; with an SDK its own headers stand in the place of this folder.
+// Foundation as far as the library uses it, and a little more for components, for building for the
+// device without an SDK. Written from the public class references; with an SDK its own headers
+// stand in the place of this folder.
 #pragma once
 
 #include <Foundation/NSArray.h>
@@ -13,6 +14,7 @@
 #include <Foundation/NSDictionary.h>
 #include <Foundation/NSError.h>
 #include <Foundation/NSObject.h>
+#include <Foundation/NSPropertyList.h>
 #include <Foundation/NSString.h>
 #include <Foundation/NSThread.h>
 #include <Foundation/NSURL.h>

@@ -8,8 +8,11 @@
 @interface NSNumber : NSValue
 @property (readonly) BOOL boolValue;
 @property (readonly) int intValue;
+@property (readonly) NSInteger integerValue;
+@property (readonly) double doubleValue;
 + (NSNumber *)numberWithBool:(BOOL)value;
 + (NSNumber *)numberWithInt:(int)value;
++ (NSNumber *)numberWithInteger:(NSInteger)value;
 + (NSNumber *)numberWithFloat:(float)value;
 + (NSNumber *)numberWithDouble:(double)value;
 @end

@@ -1,13 +1,12 @@
 // -[NSString cStringUsingEncoding:] answers NULL where the string does not fit the encoding;
-// GNUstep raises. Every class of the string cluster that implements the method is mended. ASCII is
-// copied straight out of the string, which GNUstep takes to UTF-16 and back. Follows Apple's
-// NSString class reference.
+// GNUstep raises. Every class of the string cluster that implements the method is patched. Follows
+// Apple's NSString class reference.
 
 #import <Foundation/Foundation.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <objc/runtime.h>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -17,16 +16,15 @@ using CString = const char *(*)(id, SEL, NSStringEncoding);
 constexpr std::size_t kMostClasses = 32;
 CString originals[kMostClasses];
 
-const char *ascii(NSString *string) {
-  // At least two bytes: GNUstep calls one too few even for the end alone.
-  const NSUInteger size = std::max<NSUInteger>([string length], 1) + 1;
-  auto *const text = static_cast<char *>(std::malloc(size));
-  if (text == nullptr)
-    return nullptr;
-  NSData *const kept = [NSData dataWithBytesNoCopy:text length:size freeWhenDone:YES];
-  if (![string getCString:text maxLength:size encoding:NSASCIIStringEncoding])
-    return nullptr;
-  return static_cast<const char *>([kept bytes]);
+/// As Latin 1, which most strings are held in and GNUstep copies as it is; ASCII it converts a
+/// character at a time, and an empty string it refuses.
+const char *ascii(CString original, NSString *string, SEL selector) {
+  const char *const text = original(string, selector, NSISOLatin1StringEncoding);
+  const std::string_view bytes(text, text != nullptr ? [string length] : 0);
+  unsigned char all = 0;
+  for (const char byte : bytes)
+    all |= static_cast<unsigned char>(byte);
+  return all < 0x80 ? text : nullptr;
 }
 
 /// Stands in the place of the original of one class, so that a subclass's call of super reaches its
@@ -35,7 +33,7 @@ template <std::size_t Slot>
 const char *c_string_or_null(id self, SEL selector, NSStringEncoding encoding) {
   @try {
     if (encoding == NSASCIIStringEncoding)
-      return ascii(self);
+      return ascii(originals[Slot], self, selector);
     return originals[Slot](self, selector, encoding);
   } @catch (NSException *exception) {
     if (![[exception name] isEqualToString:NSCharacterConversionException])

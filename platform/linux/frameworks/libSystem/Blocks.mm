@@ -1,8 +1,8 @@
 // The runtime of blocks. Follows clang's description of how it compiles blocks (Block-ABI-Apple),
 // whose layout and flags are the compiler's. Debian's BlocksRuntime does not retain the objects
 // that a block captures, and GNUstep's stand-in leaves blocks that capture none on the stack; this
-// one stands before both. Blocks that are messaged as objects, weak captures and garbage collection
-// are left out.
+// one stands before both. A block is an object that can be copied, retained and released by
+// message, as properties and collections do. Weak captures and garbage collection are left out.
 
 #include "frameworks/libSystem/blocks.hpp"
 
@@ -103,14 +103,34 @@ void drop_byref(Byref *byref) {
 
 } // namespace
 
+/// Follows what the device's blocks do: -retain leaves a block on the stack where it is.
+@interface VHBlock : NSObject
+@end
+
+@interface VHStackBlock : VHBlock
+@end
+
+@interface VHMallocBlock : VHBlock
+@end
+
+@interface VHGlobalBlock : VHBlock
+@end
+
+// The compiler lets every block begin with the address of one of these symbols: they are the
+// classes that it has made of the above.
+#define VH_NAME_CLASS(symbol, name)                                                                \
+  __asm__(".globl " #symbol "\n.type " #symbol ", %object\n.set " #symbol ", _OBJC_CLASS_" #name)
+VH_NAME_CLASS(_NSConcreteStackBlock, VHStackBlock);
+VH_NAME_CLASS(_NSConcreteMallocBlock, VHMallocBlock);
+VH_NAME_CLASS(_NSConcreteGlobalBlock, VHGlobalBlock);
+
 extern "C" {
 
-// The blocks' classes, by address only.
-void *_NSConcreteStackBlock[32];
-void *_NSConcreteMallocBlock[32];
+extern char _NSConcreteMallocBlock[];
+
+// Of garbage collection, by address only.
 void *_NSConcreteAutoBlock[32];
 void *_NSConcreteFinalizingBlock[32];
-void *_NSConcreteGlobalBlock[32];
 void *_NSConcreteWeakBlockVariable[32];
 
 } // extern "C"
@@ -146,6 +166,43 @@ void release_block(const void *block) {
 }
 
 } // namespace veltro::host
+
+@implementation VHBlock
+
+- (id)copyWithZone:(NSZone *)zone {
+  return static_cast<id>(veltro::host::copy_block(self));
+}
+
+- (id)retain {
+  return self;
+}
+
+- (oneway void)release {
+}
+
+- (NSUInteger)retainCount {
+  return 1;
+}
+
+@end
+
+@implementation VHStackBlock
+@end
+
+@implementation VHMallocBlock
+
+- (id)retain {
+  return static_cast<id>(veltro::host::copy_block(self));
+}
+
+- (oneway void)release {
+  veltro::host::release_block(self);
+}
+
+@end
+
+@implementation VHGlobalBlock
+@end
 
 extern "C" {
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
@@ -33,13 +34,30 @@ std::uint16_t in_range(std::chrono::milliseconds time) {
 EvdevMotor::EvdevMotor(std::string folder) : folder_(std::move(folder)) {}
 
 EvdevMotor::~EvdevMotor() {
-  if (device_ >= 0)
-    close(device_);
+  close_device();
 }
 
 bool EvdevMotor::vibrate(const Vibration &vibration) {
-  if (device_ < 0 && !find_device())
+  const bool had_device = device_ >= 0;
+  if (!had_device && !find_device())
     return false;
+  if (play(vibration))
+    return true;
+  if (errno != ENODEV)
+    return false;
+  // Unplugged. Plugged in again it is another device, with none of the effects.
+  close_device();
+  return had_device && find_device() && play(vibration);
+}
+
+void EvdevMotor::close_device() {
+  if (device_ >= 0)
+    close(std::exchange(device_, -1));
+  effects_.clear();
+}
+
+/// Whether all pulses were started; errno says why not.
+bool EvdevMotor::play(const Vibration &vibration) {
   forget_effects();
   return std::ranges::all_of(vibration.pulses,
                              [&](const Pulse &pulse) { return start(pulse, vibration.intensity); });

@@ -8,7 +8,8 @@ namespace veltro::host {
 class EvdevMotor : public Motor {
 public:
   /// Takes the first device in `folder` that can rumble and that this process may write to, when it
-  /// is first asked to vibrate; looks again each time until there is one.
+  /// is first asked to vibrate; looks again each time until there is one, and when it was
+  /// unplugged.
   explicit EvdevMotor(std::string folder);
   ~EvdevMotor() override;
 
@@ -16,6 +17,8 @@ public:
 
 private:
   bool find_device();
+  void close_device();
+  bool play(const Vibration &vibration);
   bool start(const Pulse &pulse, double intensity);
   void forget_effects();
 

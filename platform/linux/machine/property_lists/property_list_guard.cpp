@@ -205,8 +205,8 @@ bool is_harmless_property_list(std::span<const std::byte> bytes) {
   const std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
   if (text.starts_with("bplist"))
     return text.starts_with(kMagic) && Walk(bytes).run();
-  // GNUstep takes a zero for the start of a format of its own, or for the end.
-  if (text.find('\0') != std::string_view::npos)
+  // GNUstep takes these for the start of formats of its own, whose lengths it believes.
+  if (text.starts_with('\0') || text.starts_with('\1'))
     return false;
   return nesting_of_tags(text) <= kDeepest &&
          (is_xml(text) || nesting_of_brackets(text) <= kDeepest);

@@ -163,6 +163,60 @@ TEST(Blocks, CopiesAndDestroysCxxObjects) {
   EXPECT_EQ(shared.use_count(), 1);
 }
 
+// Blocks as objects.
+
+[[gnu::noinline]] NSArray *adders() {
+  NSMutableArray *const all = [NSMutableArray array];
+  for (int first = 0; first < 3; ++first)
+    [all addObject:[[^{
+           return first + 40;
+         } copy] autorelease]];
+  return all;
+}
+
+TEST(Blocks, AreCopiedAndReleasedByMessage) {
+  alive = 0;
+  VTCounted *const object = [[VTCounted alloc] init];
+  id const copy = [^{
+    return object != nil ? 1 : 0;
+  } copy];
+  [object release];
+  EXPECT_EQ([copy copy], copy) << "one more reference";
+  [copy release];
+  EXPECT_EQ([copy retain], copy);
+  [copy release];
+  const Question question = copy;
+  EXPECT_EQ(question(), 1);
+  [copy release];
+  EXPECT_EQ(alive, 0);
+}
+
+TEST(Blocks, AreHeldByCollections) {
+  NSArray *const questions = adders();
+  EXPECT_EQ(overwrite_the_stack(), -2);
+  const Question question = [questions objectAtIndex:2];
+  EXPECT_EQ(question(), 42);
+}
+
+TEST(Blocks, StayOnTheStackWhenTheyAreRetained) {
+  int value = 7;
+  const Question on_stack = ^{
+    return value;
+  };
+  EXPECT_EQ([static_cast<id>(on_stack) retain], static_cast<id>(on_stack));
+  [static_cast<id>(on_stack) release];
+  EXPECT_EQ(on_stack(), 7);
+}
+
+TEST(Blocks, AreObjectsWithoutACaptureToo) {
+  id const global = ^{
+    return 1;
+  };
+  EXPECT_EQ([[global copy] autorelease], global);
+  EXPECT_TRUE([global isKindOfClass:[NSObject class]]);
+  EXPECT_FALSE([global isEqual:@"text"]);
+}
+
 TEST(Blocks, ABlockReferencedTooOftenStaysForEver) {
   int value = 5;
   const Question block = Block_copy(^{

@@ -15,7 +15,8 @@
 namespace {
 
 bool can_rumble = true;
-bool takes_effects = true;
+int upload_error = 0; ///< of every upload until it is cleared
+int uploads_before_unplugging = -1;
 std::vector<ff_effect> uploaded;
 std::vector<int> removed;
 
@@ -28,8 +29,10 @@ bool veltro::test::answers_ioctls(unsigned type) {
 int veltro::test::answer_ioctl(unsigned long request, void *argument) {
   if (request == EVIOCSFF) {
     auto *const effect = static_cast<ff_effect *>(argument);
-    if (!takes_effects) {
-      errno = ENOSPC;
+    if (uploads_before_unplugging-- == 0)
+      upload_error = ENODEV;
+    if (upload_error != 0) {
+      errno = upload_error;
       return -1;
     }
     EXPECT_EQ(effect->id, -1);
@@ -37,6 +40,9 @@ int veltro::test::answer_ioctl(unsigned long request, void *argument) {
     uploaded.push_back(*effect);
     return 0;
   }
+  // A device that is looked at is one that is plugged in.
+  if (request == EVIOCGBIT(EV_FF, FF_MAX / 8 + 1) && upload_error == ENODEV)
+    upload_error = 0;
   if (request == EVIOCRMFF) {
     removed.push_back(static_cast<int>(reinterpret_cast<std::intptr_t>(argument)));
     return 0;
@@ -52,13 +58,15 @@ int veltro::test::answer_ioctl(unsigned long request, void *argument) {
 namespace veltro::host {
 namespace {
 
+namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 class EvdevMotorContract : public testing::Test {
 protected:
   EvdevMotorContract() {
     can_rumble = true;
-    takes_effects = true;
+    upload_error = 0;
+    uploads_before_unplugging = -1;
     uploaded.clear();
     removed.clear();
     test::write_file(folder_.path() / "mouse0", "");
@@ -122,6 +130,40 @@ TEST_F(EvdevMotorContract, LooksAgainUntilThereIsADevice) {
   EXPECT_TRUE(motor.vibrate({{{0ms, 300ms}}, 1}));
 }
 
+TEST_F(EvdevMotorContract, LooksAgainWhenTheDeviceWasUnplugged) {
+  test::write_file(folder_.path() / "event0", "");
+  EvdevMotor motor(folder_.path());
+  ASSERT_TRUE(motor.vibrate({{{0ms, 300ms}}, 1}));
+  fs::rename(folder_.path() / "event0", folder_.path() / "event1");
+  uploads_before_unplugging = 1; // the second pulse finds it gone
+  EXPECT_TRUE(motor.vibrate({{{0ms, 300ms}, {400ms, 100ms}}, 1}));
+  EXPECT_EQ(uploaded.size(), 4U);
+  EXPECT_EQ(removed, std::vector{3}) << "the new device knows none of the old one's effects";
+  EXPECT_TRUE(motor.vibrate({{{0ms, 300ms}}, 1})) << "and stays";
+  EXPECT_EQ(removed, (std::vector{3, 5, 6}));
+}
+
+TEST_F(EvdevMotorContract, SaysNoUntilTheDeviceIsPluggedInAgain) {
+  test::write_file(folder_.path() / "event1", "");
+  EvdevMotor motor(folder_.path());
+  ASSERT_TRUE(motor.vibrate({{{0ms, 300ms}}, 1}));
+  fs::remove(folder_.path() / "event1");
+  uploads_before_unplugging = 0;
+  EXPECT_FALSE(motor.vibrate({{{0ms, 300ms}}, 1}));
+  EXPECT_FALSE(motor.vibrate({{{0ms, 300ms}}, 1}));
+  test::write_file(folder_.path() / "event2", "");
+  EXPECT_TRUE(motor.vibrate({{{0ms, 300ms}}, 1}));
+}
+
+TEST_F(EvdevMotorContract, KeepsADeviceThatRefuses) {
+  test::write_file(folder_.path() / "event1", "");
+  EvdevMotor motor(folder_.path());
+  ASSERT_TRUE(motor.vibrate({{{0ms, 300ms}}, 1}));
+  upload_error = ENOSPC;
+  EXPECT_FALSE(motor.vibrate({{{0ms, 300ms}}, 1})) << "and is not looked for again";
+  EXPECT_EQ(upload_error, ENOSPC);
+}
+
 TEST_F(EvdevMotorContract, HasNoMotorWithoutTheFolder) {
   EvdevMotor motor("/nonexistent");
   EXPECT_FALSE(motor.vibrate({{{0ms, 300ms}}, 1}));
@@ -129,7 +171,7 @@ TEST_F(EvdevMotorContract, HasNoMotorWithoutTheFolder) {
 
 TEST_F(EvdevMotorContract, SaysNoWhereTheDeviceIsFull) {
   test::write_file(folder_.path() / "event1", "");
-  takes_effects = false;
+  upload_error = ENOSPC;
   EvdevMotor motor(folder_.path());
   EXPECT_FALSE(motor.vibrate({{{0ms, 300ms}}, 1}));
 }
