@@ -5,7 +5,7 @@ PREFIX ?= /usr/local
 # Whose code `make test-device` and `make demo SLICE=…` run: a slice of the device's library.
 SLICE ?=
 
-.PHONY: all demo test test-device verify bench fuzz ios docs lint install clean deps build
+.PHONY: all demo test test-device verify bench fuzz ios docs lint install package clean deps build
 
 all: build
 
@@ -48,6 +48,9 @@ lint:
 install: build
 	@cmake --install build --prefix "$(PREFIX)"
 	@$(if $(DEBUG),cmake --install build --prefix "$(PREFIX)" --component debug)
+
+package: build
+	@scripts/package
 
 clean:
 	@rm -rf build

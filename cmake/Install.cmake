@@ -1,5 +1,5 @@
 # What `make install` lays down: the two shared objects, the headers, the tool, a CMake package and
-# a pkg-config file.
+# a pkg-config file; by components, each of which `make package` makes a package of.
 
 include(CMakePackageConfigHelpers)
 
@@ -7,7 +7,8 @@ set(VELTRO_PLATFORM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/veltro-platform)
 
 # Stripped; the component `debug` lays the debug information beside what was installed before, where gdb looks for it.
 install(CODE "set(CMAKE_INSTALL_DO_STRIP TRUE)" ALL_COMPONENTS)
-install(TARGETS veltro veltro-host LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS veltro veltro-host
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 install(TARGETS veltro-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 foreach(target veltro veltro-host veltro-tool)
   set(folder ${CMAKE_INSTALL_LIBDIR})
@@ -26,14 +27,15 @@ foreach(target veltro veltro-host veltro-tool)
     COMPONENT debug EXCLUDE_FROM_ALL)
 endforeach()
 install(DIRECTORY tools/veltro/Resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro)
-install(FILES platform/linux/lsan.supp DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro)
+install(FILES platform/linux/lsan.supp DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro COMPONENT development)
 install(DIRECTORY examples/component DESTINATION ${CMAKE_INSTALL_DATADIR}/veltro USE_SOURCE_PERMISSIONS)
-install(DIRECTORY include/veltro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY include/veltro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(DIRECTORY platform/include/ platform/linux/objc-support/
-        DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR})
+        DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR} COMPONENT development)
 # GCC's headers of the runtime's interface, which lie in a folder of one release of GCC: what is installed
 # here outlives an upgrade of GCC.
-install(DIRECTORY ${VELTRO_GCC_OBJC_INCLUDE}/objc DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR}/gcc)
+install(DIRECTORY ${VELTRO_GCC_OBJC_INCLUDE}/objc DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR}/gcc
+        COMPONENT development)
 set_target_properties(veltro-tool PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(veltro PROPERTIES INSTALL_RPATH "$ORIGIN")
 
@@ -45,11 +47,11 @@ list(TRANSFORM VELTRO_OBJC_DEFINITIONS PREPEND "-D" OUTPUT_VARIABLE definitions)
 list(JOIN definitions " " PC_DEFINITIONS)
 list(JOIN VELTRO_OBJC_LIBRARIES " " PC_LIBRARIES)
 configure_file(cmake/veltro.pc.in veltro.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/veltro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/veltro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 configure_package_config_file(cmake/veltro-config.cmake.in veltro-config.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/veltro
   PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR VELTRO_PLATFORM_INCLUDEDIR)
 write_basic_package_version_file(veltro-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/veltro-config.cmake ${PROJECT_BINARY_DIR}/veltro-config-version.cmake
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/veltro)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/veltro COMPONENT development)

@@ -16,3 +16,6 @@ if(VELTRO_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${VELTRO_CCACHE})
   set(CMAKE_OBJCXX_COMPILER_LAUNCHER ${VELTRO_CCACHE})
 endif()
+
+# Of what names no component of its own when it is installed.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tools)

@@ -1,0 +1,12 @@
+# Run by CPack over what it is about to pack: under /usr the loader and the compilers look by themselves, and a
+# package names no search paths of its own.
+file(GLOB programs ${CPACK_TEMPORARY_DIRECTORY}/*/usr/bin/* ${CPACK_TEMPORARY_DIRECTORY}/*/usr/lib/*.so.*.*)
+foreach(program IN LISTS programs)
+  file(RPATH_REMOVE FILE ${program})
+endforeach()
+
+file(GLOB pc ${CPACK_TEMPORARY_DIRECTORY}/*/usr/lib/pkgconfig/veltro.pc)
+file(READ ${pc} text)
+string(REPLACE "prefix=\${pcfiledir}/../.." "prefix=/usr" text "${text}")
+string(REPLACE " -Wl,-rpath,\${libdir}" "" text "${text}")
+file(WRITE ${pc} "${text}")
