@@ -66,6 +66,8 @@ TEST(IdentifierIndex, IsTheLastMatchIgnoringCase) {
   EXPECT_EQ([ZLTUtils idetifierIndex:labelled({@"Reply", @"reply", @"Send"}) identifier:@"REPLY"],
             1);
   EXPECT_EQ([ZLTUtils idetifierIndex:labelled({@"Reply", @"Send"}) identifier:@"reply"], 0);
+  EXPECT_EQ([ZLTUtils idetifierIndex:labelled({@"Send", @"Copy", @"Reply"}) identifier:@"reply"],
+            2);
   EXPECT_EQ([ZLTUtils idetifierIndex:labelled({@"ANTWORT", @"ÜBER"}) identifier:@"über"], 1);
 }
 

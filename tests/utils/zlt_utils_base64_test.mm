@@ -153,7 +153,7 @@ TEST(SecondCodec, AnswersNilForMoreThanMemoryHolds) {
 TEST(SecondCodec, DecodesWhatItSkips) {
   EXPECT_TRUE([[ZLTUtils base64DecodeString:@"Zm9v\vYmFy"] isEqual:bytes("foobar")]);
   EXPECT_TRUE([[ZLTUtils base64DecodeString:@"Zm=9v"] isEqual:bytes("foo")]);
-  EXPECT_TRUE([[ZLTUtils base64DecodeString:@" \t\n\f\rZm9v"] isEqual:bytes("foo")]);
+  EXPECT_TRUE([[ZLTUtils base64DecodeString:@" \t\n\v\f\rZm9v"] isEqual:bytes("foo")]);
 }
 
 TEST(SecondCodec, RefusesALoneLastCharacter) {
