@@ -1,0 +1,138 @@
+// The graphics state of a context: colours, lines, blending, quality. What CGContext.mm leaves out
+// is left out here too.
+
+#include "frameworks/CoreGraphics/context.hpp"
+
+#import <Foundation/Foundation.h>
+
+#include <algorithm>
+#include <cmath>
+
+using veltro::host::Color;
+using veltro::host::Context;
+using veltro::host::context_of;
+
+namespace {
+
+// What is no number is 0.
+double in_unit(CGFloat value) {
+  return value > 0 ? std::min<double>(value, 1) : 0;
+}
+
+Color color_of(CGColorRef color) {
+  const CGFloat *const part = CGColorGetComponents(color);
+  switch (CGColorGetNumberOfComponents(color)) {
+  case 2:
+    return {part[0], part[0], part[0], part[1]};
+  case 4:
+    return {part[0], part[1], part[2], part[3]};
+  default:
+    return {0, 0, 0, 0};
+  }
+}
+
+template <typename... Numbers> bool finite(Numbers... numbers) {
+  return (std::isfinite(numbers) && ...);
+}
+
+void use_operator(cairo_t *cairo, CGBlendMode mode) {
+  switch (mode) {
+  case kCGBlendModeClear:
+    return cairo_set_operator(cairo, CAIRO_OPERATOR_CLEAR);
+  case kCGBlendModeCopy:
+    return cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
+  case kCGBlendModeNormal:
+    return cairo_set_operator(cairo, CAIRO_OPERATOR_OVER);
+  }
+}
+
+cairo_filter_t filter_of(CGInterpolationQuality quality) {
+  switch (quality) {
+  case kCGInterpolationNone:
+    return CAIRO_FILTER_NEAREST;
+  case kCGInterpolationLow:
+    return CAIRO_FILTER_BILINEAR;
+  case kCGInterpolationHigh:
+    return CAIRO_FILTER_BEST;
+  case kCGInterpolationDefault:
+  case kCGInterpolationMedium:
+    break;
+  }
+  return CAIRO_FILTER_GOOD;
+}
+
+} // namespace
+
+extern "C" {
+
+void CGContextSetFillColorWithColor(CGContextRef context, CGColorRef color) {
+  if (Context *const of = context_of(context))
+    of->state().fill = color_of(color);
+}
+
+void CGContextSetStrokeColorWithColor(CGContextRef context, CGColorRef color) {
+  if (Context *const of = context_of(context))
+    of->state().stroke = color_of(color);
+}
+
+void CGContextSetRGBFillColor(CGContextRef context, CGFloat red, CGFloat green, CGFloat blue,
+                              CGFloat alpha) {
+  if (Context *const of = context_of(context))
+    of->state().fill = {in_unit(red), in_unit(green), in_unit(blue), in_unit(alpha)};
+}
+
+void CGContextSetRGBStrokeColor(CGContextRef context, CGFloat red, CGFloat green, CGFloat blue,
+                                CGFloat alpha) {
+  if (Context *const of = context_of(context))
+    of->state().stroke = {in_unit(red), in_unit(green), in_unit(blue), in_unit(alpha)};
+}
+
+void CGContextSetGrayFillColor(CGContextRef context, CGFloat gray, CGFloat alpha) {
+  CGContextSetRGBFillColor(context, gray, gray, gray, alpha);
+}
+
+void CGContextSetGrayStrokeColor(CGContextRef context, CGFloat gray, CGFloat alpha) {
+  CGContextSetRGBStrokeColor(context, gray, gray, gray, alpha);
+}
+
+void CGContextSetAlpha(CGContextRef context, CGFloat alpha) {
+  if (Context *const of = context_of(context))
+    of->state().alpha = in_unit(alpha);
+}
+
+void CGContextSetBlendMode(CGContextRef context, CGBlendMode mode) {
+  if (Context *const of = context_of(context))
+    use_operator(of->peek(), mode);
+}
+
+void CGContextSetLineWidth(CGContextRef context, CGFloat width) {
+  if (Context *const of = context_of(context); of != nullptr && finite(width) && width >= 0)
+    cairo_set_line_width(of->peek(), width);
+}
+
+void CGContextSetLineCap(CGContextRef context, CGLineCap cap) {
+  if (Context *const of = context_of(context))
+    cairo_set_line_cap(of->peek(), cap == kCGLineCapRound    ? CAIRO_LINE_CAP_ROUND
+                                   : cap == kCGLineCapSquare ? CAIRO_LINE_CAP_SQUARE
+                                                             : CAIRO_LINE_CAP_BUTT);
+}
+
+void CGContextSetLineJoin(CGContextRef context, CGLineJoin join) {
+  if (Context *const of = context_of(context))
+    cairo_set_line_join(of->peek(), join == kCGLineJoinRound   ? CAIRO_LINE_JOIN_ROUND
+                                    : join == kCGLineJoinBevel ? CAIRO_LINE_JOIN_BEVEL
+                                                               : CAIRO_LINE_JOIN_MITER);
+}
+
+void CGContextSetShouldAntialias(CGContextRef context, bool should_antialias) {
+  if (Context *const of = context_of(context))
+    cairo_set_antialias(of->peek(),
+                        should_antialias ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
+}
+
+void CGContextSetInterpolationQuality(CGContextRef context, CGInterpolationQuality quality) {
+  if (Context *const of = context_of(context))
+    of->state().filter = filter_of(quality);
+}
+
+} // extern "C"
