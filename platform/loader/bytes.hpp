@@ -24,7 +24,7 @@ public:
 
   Bytes part(uint64_t offset, uint64_t size, const char *what) const {
     if (offset > bytes_.size() || size > bytes_.size() - offset)
-      throw Unloadable(std::string("truncated: ") + what + " reach past the end");
+      throw Unloadable(std::string("truncated: ") + what + " past the end");
     return {bytes_.subspan(size_t(offset), size_t(size)), what};
   }
 
@@ -62,7 +62,7 @@ public:
   }
 
   [[noreturn]] void ends_too_early() const {
-    throw Unloadable(std::string("truncated: ") + what_ + " end too early");
+    throw Unloadable(std::string("truncated: within ") + what_);
   }
 
 private:
@@ -92,7 +92,7 @@ public:
       const uint8_t next = byte();
       const uint64_t bits = next & 0x7fu;
       if (shift > 63 || bits << shift >> shift != bits)
-        throw Unloadable(std::string(bytes_.what()) + " hold a number of more than 64 bits");
+        throw Unloadable(std::string("broken: a number of more than 64 bits in ") + bytes_.what());
       value |= bits << shift;
       if (!(next & 0x80))
         return value;
@@ -104,7 +104,7 @@ public:
     for (unsigned shift = 0;; shift += 7) {
       const uint8_t next = byte();
       if (shift > 63)
-        throw Unloadable(std::string(bytes_.what()) + " hold a number of more than 64 bits");
+        throw Unloadable(std::string("broken: a number of more than 64 bits in ") + bytes_.what());
       value |= uint64_t(next & 0x7fu) << shift;
       if (!(next & 0x80)) {
         if (shift + 7 < 64 && (next & 0x40))

@@ -81,7 +81,7 @@ private:
 };
 
 [[noreturn]] void unknown(Bytes opcodes) {
-  throw Unloadable(std::string(opcodes.what()) + " hold one that is not known");
+  throw Unloadable(std::string("broken: an unknown one of ") + opcodes.what());
 }
 
 std::vector<uint64_t> read_rebases(const Header &header) {

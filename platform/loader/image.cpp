@@ -61,6 +61,13 @@ uint64_t Image::local_pointer(uint64_t address, const char *what) const {
   return pointer.address;
 }
 
+uint64_t Image::target(uint64_t address, const char *what) const {
+  const uint64_t target = local_pointer(address, what);
+  if (target == 0)
+    throw Unloadable(std::string("broken: null in place of ") + what);
+  return target;
+}
+
 void Image::check_code(uint64_t address, uint64_t size, const char *what) const {
   const Segment &segment = segment_of(address, what);
   if (!segment.executable || size > segment.file_size ||

@@ -36,8 +36,11 @@ public:
   /// The pointer kept at `address`.
   Pointer pointer(uint64_t address, const char *what) const;
 
-  /// A pointer that no import stands in for; 0 is null.
+  /// The address in a pointer that no import stands in for; 0 is null.
   uint64_t local_pointer(uint64_t address, const char *what) const;
+
+  /// The address in one that must not be null either.
+  uint64_t target(uint64_t address, const char *what) const;
 
   /// Throws unless `size` bytes of executable code are at `address`.
   void check_code(uint64_t address, uint64_t size, const char *what) const;

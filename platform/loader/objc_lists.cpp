@@ -47,8 +47,8 @@ Lists::Entries Lists::entries(uint64_t slot, uint64_t smallest, const char *what
 
 Method Lists::absolute_method(uint64_t at) {
   const uint64_t word = image_.word();
-  return {.name = image_.text(image_.local_pointer(at, kMethods), kMethods),
-          .types = image_.text(image_.local_pointer(at + word, kMethods), kMethods),
+  return {.name = image_.text(image_.target(at, kMethods), kMethods),
+          .types = image_.text(image_.target(at + word, kMethods), kMethods),
           .code = image_.local_pointer(at + 2 * word, kMethods)};
 }
 
@@ -57,7 +57,7 @@ Method Lists::relative_method(uint64_t at) {
   const auto target = [&](uint64_t field) {
     return moved(field, image_.at(field, 4, kMethods).get<int32_t>(0));
   };
-  return {.name = image_.text(image_.local_pointer(target(at), kMethods), kMethods),
+  return {.name = image_.text(image_.target(target(at), kMethods), kMethods),
           .types = image_.text(target(at + 4), kMethods),
           .code = target(at + 8)};
 }

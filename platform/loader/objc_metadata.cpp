@@ -28,12 +28,11 @@ public:
     for (const char *const references : {"__objc_classrefs", "__objc_superrefs"})
       each(references, kClasses, [&](uint64_t slot) { read_class_slot(slot); });
     each("__objc_protorefs", kProtocols, [&](uint64_t slot) {
-      found_.protocol_slots.push_back({slot, image_.local_pointer(slot, kProtocols)});
+      found_.protocol_slots.push_back({slot, image_.target(slot, kProtocols)});
       need({found_.protocol_slots.back().target});
     });
     each("__objc_selrefs", kSelectors, [&](uint64_t slot) {
-      found_.selectors.push_back(
-          {slot, image_.text(image_.local_pointer(slot, kSelectors), kSelectors)});
+      found_.selectors.push_back({slot, image_.text(image_.target(slot, kSelectors), kSelectors)});
     });
     read_strings();
     read_protocols();
@@ -60,8 +59,7 @@ private:
   /// The part of a class's structure that does not change.
   uint64_t constants_of(uint64_t class_address) {
     // Bits below are flags.
-    const uint64_t address =
-        image_.local_pointer(class_address + 4 * word_, kClasses) & ~(word_ - 1);
+    const uint64_t address = image_.target(class_address + 4 * word_, kClasses) & ~(word_ - 1);
     (void)image_.at(address, field(7), kClasses);
     return address;
   }
@@ -69,12 +67,12 @@ private:
   uint64_t field(uint64_t n) const { return (word_ == 8 ? 16 : 12) + n * word_; }
 
   void read_class(uint64_t slot) {
-    Class found{.address = image_.local_pointer(slot, kClasses)};
-    found.metaclass = image_.local_pointer(found.address, kClasses);
+    Class found{.address = image_.target(slot, kClasses)};
+    found.metaclass = image_.target(found.address, kClasses);
     found.superclass = image_.pointer(found.address + word_, kClasses);
     const uint64_t constants = constants_of(found.address);
     const uint64_t of_metaclass = constants_of(found.metaclass);
-    found.name = image_.text(image_.local_pointer(constants + field(1), kClasses), kClasses);
+    found.name = image_.text(image_.target(constants + field(1), kClasses), kClasses);
     if (found.name.empty())
       throw Unloadable("broken: an Objective-C class without a name");
     if (!places_.try_emplace(found.address, found_.classes.size()).second ||
@@ -120,8 +118,8 @@ private:
   }
 
   void read_category(uint64_t slot) {
-    const uint64_t address = image_.local_pointer(slot, kCategories);
-    Category found{.name = image_.text(image_.local_pointer(address, kCategories), kCategories),
+    const uint64_t address = image_.target(slot, kCategories);
+    Category found{.name = image_.text(image_.target(address, kCategories), kCategories),
                    .on = image_.pointer(address + word_, kCategories)};
     if (!found.on)
       throw Unloadable("broken: category " + std::string(found.name) + " on no class");
@@ -153,8 +151,7 @@ private:
     while (!pending_.empty()) {
       const uint64_t address = pending_.back();
       pending_.pop_back();
-      Protocol found{
-          .name = image_.text(image_.local_pointer(address + word_, kProtocols), kProtocols)};
+      Protocol found{.name = image_.text(image_.target(address + word_, kProtocols), kProtocols)};
       found.parents = lists_.protocols(address + 2 * word_);
       found.methods = lists_.methods(address + 3 * word_, false);
       found.class_methods = lists_.methods(address + 4 * word_, false);
@@ -182,7 +179,7 @@ private:
     if (flags != kAsciiString && flags != kUtf16String)
       throw Unloadable("has constant strings of a kind that is not known");
     const ConstantString string{.address = at,
-                                .characters = image_.local_pointer(at + 2 * word_, kStrings),
+                                .characters = image_.target(at + 2 * word_, kStrings),
                                 .length = image_.at(at + 3 * word_, word_, kStrings).word(0, word_),
                                 .utf16 = flags == kUtf16String};
     if (string.length > image_.slice().size())
