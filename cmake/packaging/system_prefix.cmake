@@ -10,3 +10,7 @@ file(READ ${pc} text)
 string(REPLACE "prefix=\${pcfiledir}/../.." "prefix=/usr" text "${text}")
 string(REPLACE " -Wl,-rpath,\${libdir}" "" text "${text}")
 file(WRITE ${pc} "${text}")
+
+# Debian's zsh looks for what packages bring in a folder of its own.
+file(GLOB zsh ${CPACK_TEMPORARY_DIRECTORY}/*/usr/share/zsh)
+file(RENAME ${zsh}/site-functions ${zsh}/vendor-completions)

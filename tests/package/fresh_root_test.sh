@@ -43,7 +43,7 @@ for file in object.m ownership.m main.mm plain.c plain.cpp; do
   clang-19 $standard -Wall -Werror $(pkg-config --cflags veltro) -c $file -o $file.o
 done
 clang++-19 *.o $(pkg-config --libs veltro) -o by-pkg-config
-cmake -G Ninja -B tree -DCMAKE_OBJC_COMPILER=clang-19 -DCMAKE_OBJCXX_COMPILER=clang++-19
+cmake -G Ninja -B tree -DCMAKE_OBJC_COMPILER=/usr/bin/clang-19 -DCMAKE_OBJCXX_COMPILER=/usr/bin/clang++-19
 cmake --build tree
 END
 in_root sh /tmp/build

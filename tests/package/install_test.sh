@@ -74,6 +74,11 @@ done
 cmp "$scratch/de.png" "$scratch/built-de.png"
 ! cmp -s "$scratch/de.png" "$scratch/fr.png" || { echo "the installed tool lacks its tables"; exit 1; }
 
+for file in man/man1/veltro.1.gz man/man1/veltro-send.1.gz bash-completion/completions/veltro zsh/site-functions/_veltro \
+    fish/vendor_completions.d/veltro.fish; do
+  [ -f "$prefix/share/$file" ] || { echo "$file is not installed"; exit 1; }
+done
+
 # Stripped; the debug information lies beside on request, and gdb finds it.
 programs="lib/libveltro.so.0 lib/libveltro-host.so.0 bin/veltro"
 for program in $programs; do

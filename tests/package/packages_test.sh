@@ -25,6 +25,11 @@ depends libveltro-dev libobjc-12-dev
 depends veltro-tools "libveltro0 (= $version)"
 depends veltro-tools libx11-6
 
+for file in man/man1/veltro-send.1.gz bash-completion/completions/veltro zsh/vendor-completions/_veltro \
+    fish/vendor_completions.d/veltro.fish; do
+  dpkg-deb -c build/packages/veltro-tools_*.deb | grep " ./usr/share/$file$" >/dev/null || { echo "no $file"; exit 1; }
+done
+
 # Under /usr the loader finds what a library needs.
 dpkg-deb --fsys-tarfile build/packages/libveltro0_*.deb | tar -x -C "$scratch" ./usr/lib
 if readelf -d "$scratch"/usr/lib/*.so.0 | grep -E 'R(UN)?PATH'; then
