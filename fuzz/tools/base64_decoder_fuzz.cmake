@@ -1,3 +1,3 @@
-add_library(base64-decoder OBJECT ${PROJECT_SOURCE_DIR}/tools/veltro/io/base64_decoder.mm)
+add_library(base64-decoder OBJECT ${PROJECT_SOURCE_DIR}/tools/veltro/io/base64_decoder.cpp)
 target_link_libraries(base64-decoder PRIVATE veltro veltro-strict)
 set(peers base64-decoder)

@@ -1,12 +1,17 @@
 #include "support/scratch.hpp"
 #include "support/tool.hpp"
 
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace {
 
 using namespace veltro::test;
+
+const std::string tool = VELTRO_BUILD_DIR "/bin/veltro base64 ";
 
 TEST(Base64Tool, EncodesAndDecodesStandardInput) {
   const ToolResult code = run_tool({"base64", "encode"}, "foobar!");
@@ -27,6 +32,54 @@ TEST(Base64Tool, CarriesAFileOfManyPieces) {
     code.insert(at, "\n");
   EXPECT_EQ(run_tool({"base64", "decode", "--strict"}, code).out, bytes);
   EXPECT_EQ(run_tool({"base64", "decode", "--lenient"}, code).out, bytes);
+}
+
+TEST(Base64Tool, CarriesWholePiecesAndOneByteLessOrMore) {
+  for (const std::size_t piece : {std::size_t{3} << 16, std::size_t{6} << 16})
+    for (const std::size_t size : {piece - 1, piece, piece + 1}) {
+      const std::string bytes(size, 'a');
+      const ToolResult code = run_tool({"base64", "encode"}, bytes);
+      ASSERT_EQ(code.out.size(), (size + 2) / 3 * 4 + 1) << size;
+      EXPECT_EQ(code.out.find('\n'), code.out.size() - 1) << size;
+      EXPECT_EQ(code.out.substr(0, 8), "YWFhYWFh");
+      EXPECT_EQ(run_tool({"base64", "decode"}, code.out).out, bytes) << size;
+    }
+}
+
+TEST(Base64Tool, EndsSilentlyWhereItsReaderGoesAway) {
+  const auto file = scratch() / "much";
+  std::ofstream(file, std::ios::binary) << std::string(std::size_t{4} << 20, 'A');
+  const auto out = scratch() / "out";
+  const auto error = scratch() / "error";
+  for (const std::string verb : {"encode ", "decode "})
+    for (const std::string signal : {"trap '' PIPE; ", ""}) {
+      std::string command = "{ " + signal;
+      command.append(tool).append(verb).append(file).append(" 2> ").append(error);
+      command.append("; } | head -c 2 > ").append(out);
+      ASSERT_EQ(std::system(command.c_str()), 0);
+      EXPECT_EQ(std::filesystem::file_size(out), 2U) << command;
+      EXPECT_EQ(std::filesystem::file_size(error), 0U) << command;
+    }
+}
+
+/// The most memory that a child of this process has had, in KiB, once the tool has carried so many
+/// megabytes to and fro.
+long most_memory(int megabytes) {
+  const auto file = scratch() / "long";
+  std::ofstream stream(file, std::ios::binary);
+  for (const std::string block(std::size_t{1} << 20, 'A'); megabytes > 0; --megabytes)
+    stream << block;
+  stream.close();
+  for (const std::string verb : {"encode ", "decode "})
+    EXPECT_EQ(std::system((tool + verb + file.string() + " > /dev/null").c_str()), 0);
+  struct rusage usage{};
+  getrusage(RUSAGE_CHILDREN, &usage);
+  return usage.ru_maxrss;
+}
+
+TEST(Base64Tool, TakesNoMoreMemoryForMore) {
+  const long little = most_memory(1);
+  EXPECT_LT(most_memory(48), little + 16 * 1024);
 }
 
 TEST(Base64Tool, DecodesNothingAsNothing) {

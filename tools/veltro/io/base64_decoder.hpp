@@ -1,7 +1,9 @@
-// A Base64 text that comes in pieces, through either of the library's two decoders.
+// A Base64 text that comes in pieces, through the kernels of either of the library's two decoders.
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -12,7 +14,7 @@ namespace veltro::tool {
 /// than three characters.
 class Base64Decoder {
 public:
-  explicit Base64Decoder(bool lenient) : lenient_(lenient) {}
+  explicit Base64Decoder(bool lenient);
 
   /// Takes the text's next piece and appends the bytes of the whole groups to `bytes`; false where
   /// the codec refuses the text, whatever follows.
@@ -30,6 +32,7 @@ private:
   [[nodiscard]] bool skips(char character, std::size_t place) const;
 
   bool lenient_;
+  std::array<std::uint8_t, 256> table_{}; // the second codec's
   std::string text_;
 };
 

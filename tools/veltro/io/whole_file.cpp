@@ -1,5 +1,7 @@
 #include "whole_file.hpp"
 
+#include "descriptor.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -12,35 +14,12 @@
 namespace veltro::tool {
 namespace {
 
-class Descriptor {
-public:
-  explicit Descriptor(int number, bool ours = true) : number_(number), ours_(ours) {}
-  ~Descriptor() {
-    if (ours_ && number_ >= 0)
-      close(number_);
-  }
-  Descriptor(const Descriptor &) = delete;
-  Descriptor &operator=(const Descriptor &) = delete;
-  [[nodiscard]] int number() const { return number_; }
-
-private:
-  int number_;
-  bool ours_;
-};
-
 std::string error_text() {
   return std::strerror(errno);
 }
 
-std::string write_all(int descriptor, std::span<const std::uint8_t> bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR)
-      return error_text();
-    if (written > 0)
-      bytes = bytes.subspan(static_cast<std::size_t>(written));
-  }
-  return "";
+std::string write_to(int descriptor, std::span<const std::uint8_t> bytes) {
+  return write_all(descriptor, bytes) ? "" : error_text();
 }
 
 mode_t permissions_of_a_new_file() {
@@ -53,9 +32,7 @@ mode_t permissions_of_a_new_file() {
 
 std::string read_whole_file(const std::string &path, LongestFile longest,
                             std::vector<std::uint8_t> &bytes) {
-  const bool standard_input = path == "-";
-  const Descriptor file(standard_input ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC),
-                        !standard_input);
+  const Descriptor file = open_for_reading(path);
   if (file.number() < 0)
     return error_text();
   struct stat facts{};
@@ -82,18 +59,18 @@ std::string read_whole_file(const std::string &path, LongestFile longest,
 
 std::string write_whole_file(const std::string &path, std::span<const std::uint8_t> bytes) {
   if (path == "-")
-    return write_all(STDOUT_FILENO, bytes);
+    return write_to(STDOUT_FILENO, bytes);
   // What is no file (a pipe, a device) cannot be replaced.
   struct stat facts{};
   if (stat(path.c_str(), &facts) == 0 && !S_ISREG(facts.st_mode)) {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    return file.number() < 0 ? error_text() : write_all(file.number(), bytes);
+    return file.number() < 0 ? error_text() : write_to(file.number(), bytes);
   }
   std::string temporary = path + ".XXXXXX";
   const Descriptor file(mkostemp(temporary.data(), O_CLOEXEC));
   if (file.number() < 0)
     return error_text();
-  std::string problem = write_all(file.number(), bytes);
+  std::string problem = write_to(file.number(), bytes);
   static const mode_t permissions = permissions_of_a_new_file();
   if (problem.empty() && (fchmod(file.number(), permissions) != 0 ||
                           std::rename(temporary.c_str(), path.c_str()) != 0))

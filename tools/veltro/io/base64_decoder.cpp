@@ -1,8 +1,6 @@
 #include "base64_decoder.hpp"
 
-#import <veltro/ZLTUtils+Base64.h>
-
-#include <utility>
+#include "utils/base64.hpp"
 
 namespace veltro::tool {
 namespace {
@@ -12,21 +10,29 @@ bool is_value(char character) {
          (character >= '0' && character <= '9') || character == '+' || character == '/';
 }
 
+/// Whether the codecs count the character, or refuse it.
+bool is_unskipped(char character) {
+  return static_cast<unsigned char>(character) > ' ' && character != '=';
+}
+
 /// How many characters of `text` end with a whole group. Both codecs decode such a piece by itself
 /// as they do within the whole.
 std::size_t whole_groups(std::string_view text) {
-  std::size_t end = 0;
-  std::size_t values = 0;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (is_value(text[at]))
-      ++values;
-    if (values % 4 == 0)
-      end = at + 1;
-  }
+  std::uint8_t count = 0; // all that the rest of a division by four needs
+  for (const char character : text)
+    count = static_cast<std::uint8_t>(count + (is_unskipped(character) ? 1 : 0));
+  std::size_t end = text.size();
+  for (unsigned open = count % 4; open != 0;)
+    if (is_unskipped(text[--end]))
+      --open;
   return end;
 }
 
 } // namespace
+
+Base64Decoder::Base64Decoder(bool lenient) : lenient_(lenient) {
+  base64::make_table(table_.data());
+}
 
 bool Base64Decoder::take(std::string_view piece, std::string &bytes) {
   text_ += piece;
@@ -39,33 +45,26 @@ bool Base64Decoder::finish(std::string &bytes) {
 
 /// Decodes the first `size` characters and takes them off.
 bool Base64Decoder::decode(std::size_t size, std::string &bytes) {
-  @autoreleasepool {
-    // A zero would end the codec's text in its middle.
-    if (text_.find('\0') < size)
-      return false;
-    NSString *const piece = [[[NSString alloc] initWithBytes:text_.data()
-                                                      length:size
-                                                    encoding:NSASCIIStringEncoding] autorelease];
-    NSData *const data =
-        lenient_ ? [ZLTUtils decodeBase64WithString:piece] : [ZLTUtils base64DecodeString:piece];
-    if (piece == nil || data == nil)
-      return false;
-    bytes.append(static_cast<const char *>([data bytes]), [data length]);
-  }
+  const std::size_t had = bytes.size();
+  bytes.resize(had + base64::decoded_capacity(size));
+  auto *const to = reinterpret_cast<std::uint8_t *>(bytes.data() + had);
+  const auto decoded = lenient_ ? base64::decode_dropping(text_.data(), size, to)
+                                : base64::decode_refusing(text_.data(), size, table_.data(), to);
+  bytes.resize(had + decoded.length);
   text_.erase(0, size);
-  return true;
+  return decoded.valid;
 }
 
 /// Drops what is skipped from the open group; false where there is what no continuation saves.
 bool Base64Decoder::keep_what_counts() {
-  std::string values;
-  for (const char character : std::exchange(text_, {})) {
+  std::size_t kept = 0;
+  for (const char character : text_) {
     if (is_value(character))
-      values += character;
-    else if (!skips(character, values.size()))
+      text_[kept++] = character;
+    else if (!skips(character, kept))
       return false;
   }
-  text_ = std::move(values);
+  text_.resize(kept);
   return true;
 }
 
