@@ -1,2 +1,2 @@
-pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
-set(peers PkgConfig::HOST_DEPS PkgConfig::LIBSECRET)
+pkg_check_modules(KEYCHAIN_PEERS REQUIRED IMPORTED_TARGET libsecret-1 sqlite3 libsodium)
+set(peers PkgConfig::KEYCHAIN_PEERS)

@@ -63,24 +63,19 @@ bool read_number(id value, Field &field) {
   return true;
 }
 
-bool read_boolean(id value, bool &out) {
-  if (value == (id)kCFBooleanTrue || value == (id)kCFBooleanFalse) {
-    out = value == (id)kCFBooleanTrue;
-    return true;
-  }
-  Field field;
-  if (!read_number(value, field) || (field.integer != 0 && field.integer != 1))
+bool read_boolean(id value, Field &field) {
+  if (value == (id)kCFBooleanTrue || value == (id)kCFBooleanFalse)
+    field = Field::of(std::int64_t{value == (id)kCFBooleanTrue});
+  else if (!read_number(value, field))
     return false;
-  out = field.integer == 1;
-  return true;
+  return field.integer == 0 || field.integer == 1;
 }
 
-bool read_boolean(id value, Field &field) {
-  bool truth = false;
-  if (!read_boolean(value, truth))
-    return false;
-  field = Field::of(std::int64_t{truth});
-  return true;
+bool read_boolean(id value, bool &out) {
+  Field field;
+  const bool read = read_boolean(value, field);
+  out = field.integer == 1;
+  return read;
 }
 
 bool read_date(id value, Field &field) {
@@ -95,14 +90,8 @@ bool read_date(id value, Field &field) {
 }
 
 bool read_accessible(id value, ItemQuery &out, Field &field) {
-  for (const CFStringRef known :
-       {kSecAttrAccessibleWhenUnlocked, kSecAttrAccessibleAfterFirstUnlock,
-        kSecAttrAccessibleAlways, kSecAttrAccessibleWhenPasscodeSetThisDeviceOnly,
-        kSecAttrAccessibleWhenUnlockedThisDeviceOnly,
-        kSecAttrAccessibleAfterFirstUnlockThisDeviceOnly, kSecAttrAccessibleAlwaysThisDeviceOnly})
-    if (equals(value, known))
-      return read_text((id)known, out, field);
-  return false;
+  constexpr std::array<std::string_view, 7> known{"ak", "ck", "dk", "akpu", "aku", "cku", "dku"};
+  return read_text(value, out, field) && std::ranges::find(known, field.bytes) != known.end();
 }
 
 bool read_sync(id value, Use use, ItemQuery &out) {

@@ -1,8 +1,5 @@
 #include "frameworks/Security/item_rows.hpp"
 
-#include <array>
-#include <utility>
-
 namespace veltro::host::keychain {
 namespace {
 
@@ -16,36 +13,19 @@ constexpr int kSealedParameter = kAttributeCount + 1;
 constexpr int kLimitParameter = kAttributeCount + 1;
 constexpr int kIdParameter = kAttributeCount + 2;
 
-/// What the condition of a query says of each attribute that it gives.
-const std::array<std::string, kAttributes.size()> &terms() {
-  static const auto terms = [] {
-    std::array<std::string, kAttributes.size()> made;
-    for (std::size_t at = 0; at < made.size(); ++at)
-      made[at] =
-          std::string("\"") + kAttributes[at].key + "\" = ?" + std::to_string(parameter_of(at));
-    return made;
-  }();
-  return terms;
-}
-
-/// Appends the condition of a query, which has the same text for all that give the same attributes.
-std::string &append_condition(std::string &sql, const Query &query) {
-  const char *before = " WHERE ";
-  const auto append = [&](std::string_view term) {
-    sql.append(std::exchange(before, " AND ")).append(term);
+/// The condition of a query, which has the same text for all that give the same attributes.
+std::string condition_of(const Query &query) {
+  std::string condition;
+  const auto add = [&](std::size_t at, const std::string &value) {
+    condition.append(condition.empty() ? " WHERE \"" : " AND \"").append(kAttributes[at].key);
+    condition.append("\" = ").append(value);
   };
   for (std::size_t at = 0; at < kAttributes.size(); ++at)
     if (query.fields[at].present())
-      append(terms()[at]);
+      add(at, "?" + std::to_string(parameter_of(at)));
   if (!query.any_sync && !query.fields[sync].present())
-    append("sync = 0");
-  return sql;
-}
-
-std::string selection_of(const Query &query) {
-  std::string sql = "SELECT * FROM genp";
-  sql.reserve(128);
-  return append_condition(sql, query);
+    add(sync, "0");
+  return condition;
 }
 
 void bind_present(Statement &statement, const Fields &fields) {
@@ -57,7 +37,7 @@ void bind_present(Statement &statement, const Fields &fields) {
 } // namespace
 
 Selection::Selection(Database &database, const Query &query)
-    : Statement(database, selection_of(query)) {
+    : Statement(database, "SELECT * FROM genp" + condition_of(query)) {
   bind_present(*this, query.fields);
 }
 
@@ -71,12 +51,10 @@ Row row_of(const Statement &statement) {
 }
 
 int delete_items(Database &database, const Query &query) {
-  std::string sql = "DELETE FROM genp";
+  std::string sql = "DELETE FROM genp" + condition_of(query);
   if (query.limit > 0)
-    sql += " WHERE id IN (SELECT id FROM genp";
-  append_condition(sql, query);
-  if (query.limit > 0)
-    sql += " LIMIT ?" + std::to_string(kLimitParameter) + ")";
+    sql = "DELETE FROM genp WHERE id IN (SELECT id FROM genp" + condition_of(query) + " LIMIT ?" +
+          std::to_string(kLimitParameter) + ")";
   Statement statement(database, sql);
   bind_present(statement, query.fields);
   if (query.limit > 0)

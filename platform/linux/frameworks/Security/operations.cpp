@@ -14,8 +14,6 @@ namespace {
 constexpr std::string_view kDefaultGroup = "default";
 constexpr std::string_view kDefaultAccessible = "ak"; // kSecAttrAccessibleWhenUnlocked
 
-constexpr const char *kNotSealedHere = "damaged or not sealed with the key beside it";
-
 /// What the last operation of a thread was, where it was a deletion that failed. A save deletes
 /// first and does not look at the status; the addition that follows returns it.
 struct FailedRemoval {
@@ -35,6 +33,10 @@ double now() {
 template <typename Value> void fill(Field &field, Value value) {
   if (!field.present())
     field = value;
+}
+
+void log_unsealable(const Session &session, std::int64_t items) {
+  session.log("has items that do not unseal with the key beside it: " + std::to_string(items));
 }
 
 int insert_sealed(const Session &session, Row row, std::string_view secret) {
@@ -61,7 +63,7 @@ int replace(const Session &session, std::int64_t id, const Fields &changes,
     write_associated_data(row.fields, associated_data);
     old = unseal(session.key(), associated_data, row.sealed);
     if (!old) {
-      session.log(std::string("has an item that is ") + kNotSealedHere);
+      log_unsealable(session, 1);
       status = errSecDecode;
       return SQLITE_DONE;
     }
@@ -164,7 +166,7 @@ OSStatus Search::finish() {
   if (session_.status() != errSecSuccess)
     return session_.status();
   if (skipped_ > 0)
-    session_.log("has " + std::to_string(skipped_) + " items that are " + kNotSealedHere);
+    log_unsealable(session_, skipped_);
   // Where there is nothing but such items it is rather the key that is wrong.
   const OSStatus nothing = skipped_ > 0 ? errSecDecode : errSecItemNotFound;
   return session_.finish(code_, found_ > 0 ? errSecSuccess : nothing);

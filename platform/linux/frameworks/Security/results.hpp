@@ -28,16 +28,18 @@ public:
   static void wipe_secret_of(id result);
 
 private:
-  struct Text {
+  /// An object and what it was made of.
+  struct Shared {
     std::string bytes;
-    NSString *object = nil;
+    double real = 0;
+    id object = nil;
   };
 
   id new_value(std::size_t at, const Field &field);
-  id shared_text(std::size_t at, std::string_view bytes);
+  id shared(std::size_t at, const Field &field);
 
   bool data_, attributes_;
-  std::vector<Text> last_; ///< of each attribute
+  std::vector<Shared> last_; ///< of each attribute
 };
 
 } // namespace veltro::host::keychain

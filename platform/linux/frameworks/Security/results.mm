@@ -14,20 +14,14 @@ NSData *new_data(Secret secret) {
                                         freeWhenDone:YES];
 }
 
-NSString *new_text(std::string_view text) {
-  return [[classes().string alloc] initWithBytes:text.data()
-                                          length:text.size()
-                                        encoding:NSUTF8StringEncoding];
-}
-
 } // namespace
 
 Results::Results(bool data, bool attributes)
     : data_(data), attributes_(attributes), last_(attributes ? kAttributes.size() : 0) {}
 
 Results::~Results() {
-  for (const Text &text : last_)
-    [text.object release];
+  for (const Shared &value : last_)
+    [value.object release];
 }
 
 id Results::new_value(std::size_t at, const Field &field) {
@@ -40,21 +34,26 @@ id Results::new_value(std::size_t at, const Field &field) {
   case Kind::synchronizable:
     return [(id)(field.integer != 0 ? kCFBooleanTrue : kCFBooleanFalse) retain];
   case Kind::date:
-    return [[classes().date alloc] initWithTimeIntervalSinceReferenceDate:field.real];
+    return shared(created, field); // an item that was never changed has one date
   case Kind::text:
   case Kind::accessible:
     break;
   }
-  return shared_text(at, field.bytes);
+  return shared(at, field);
 }
 
 // The rows of one listing mostly have the same group, accessibility and service as the row before.
-id Results::shared_text(std::size_t at, std::string_view bytes) {
-  Text &last = last_[at];
-  if (last.object == nil || last.bytes != bytes) {
+id Results::shared(std::size_t at, const Field &field) {
+  Shared &last = last_[at];
+  if (last.object == nil || last.bytes != field.bytes || last.real != field.real) {
     [last.object release];
-    last.object = new_text(bytes);
-    last.bytes = bytes;
+    last.object = field.type == Field::Type::real
+                      ? [[classes().date alloc] initWithTimeIntervalSinceReferenceDate:field.real]
+                      : [[classes().string alloc] initWithBytes:field.bytes.data()
+                                                         length:field.bytes.size()
+                                                       encoding:NSUTF8StringEncoding];
+    last.bytes = field.bytes;
+    last.real = field.real;
   }
   return [last.object retain];
 }

@@ -158,7 +158,8 @@ TEST_F(KeychainDamage, AnItemThatDoesNotUnsealIsSkippedByListingsOnly) {
           nil);
       EXPECT_EQ(status, errSecDecode);
       EXPECT_EQ(logged_lines().size(), 1U);
-      EXPECT_EQ(lines_with("keychain.db has 1 item"), 1U);
+      EXPECT_EQ(lines_with("keychain.db has items that do not unseal with the key beside it: 1"),
+                1U);
     }
 
   for (const CFStringRef what : {kSecReturnAttributes, kSecReturnData}) {
@@ -168,7 +169,7 @@ TEST_F(KeychainDamage, AnItemThatDoesNotUnsealIsSkippedByListingsOnly) {
     EXPECT_EQ([search(with(every, kSecMatchLimit, (id)kSecMatchLimitAll), status) count], 2U);
     EXPECT_EQ(status, errSecSuccess);
     EXPECT_EQ(logged_lines().size(), 1U);
-    EXPECT_EQ(lines_with("keychain.db has 2 items"), 1U);
+    EXPECT_EQ(lines_with("keychain.db has items that do not unseal with the key beside it: 2"), 1U);
     EXPECT_EQ([search(with(every, kSecMatchLimit, [NSNumber numberWithInt:2]), status) count], 2U)
         << "what is skipped counts for no limit";
   }
