@@ -7,13 +7,13 @@
 
 namespace {
 
-NSString *answer_to(NSString *question) {
+NSString *value_of(NSString *question) {
   if (MGCopyAnswer == nullptr)
     return nil;
-  const veltro::OwnedCF answer(MGCopyAnswer(reinterpret_cast<CFStringRef>(question)));
-  if (!answer)
+  const veltro::OwnedCF value(MGCopyAnswer(reinterpret_cast<CFStringRef>(question)));
+  if (!value)
     return nil;
-  return [NSString stringWithString:static_cast<NSString *>(const_cast<void *>(answer.get()))];
+  return [NSString stringWithString:static_cast<NSString *>(const_cast<void *>(value.get()))];
 }
 
 NSString *command_name(const kinfo_proc &record) {
@@ -25,11 +25,11 @@ NSString *command_name(const kinfo_proc &record) {
 @implementation UIDevice (ZLT)
 
 - (NSString *)UDID {
-  return answer_to(@"UniqueDeviceID");
+  return value_of(@"UniqueDeviceID");
 }
 
 - (NSString *)serialNumber {
-  return answer_to(@"SerialNumber");
+  return value_of(@"SerialNumber");
 }
 
 - (NSMutableArray *)__zltRunningProcesses {

@@ -63,7 +63,7 @@ NSData *ask_server(Class utils, char identifier, NSData *payload) {
       static_cast<UInt32>([ZLTSocketUtils socketPort]), &streams.read, &streams.write);
   if (!streams.complete())
     return nil;
-  // What opening answers tells nothing: a connection that fails shows in the transfers.
+  // What opening returns tells nothing: a connection that fails shows in the transfers.
   CFReadStreamOpen(streams.read);
   CFWriteStreamOpen(streams.write);
   if (!write_request(utils, streams.write, identifier, payload))

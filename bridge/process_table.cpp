@@ -6,7 +6,7 @@
 namespace veltro {
 namespace {
 
-// Never asks for 0 bytes, at which some allocators free the buffer and answer null.
+// Never asks for 0 bytes, at which some allocators free the buffer and return null.
 void *grown(void *buffer, std::size_t size) {
   return realloc(buffer, size != 0 ? size : 1);
 }

@@ -11,7 +11,7 @@ NSString *const couria_settings = @"/Library/PreferenceBundles/CouriaPreferences
 
 } // namespace
 
-/// What an entry given to idetifierIndex:identifier: answers, whatever its class.
+/// What an entry given to idetifierIndex:identifier: returns, whatever its class.
 @protocol ZLTLabelledEntry
 - (NSDictionary *)properties;
 @end
@@ -46,7 +46,7 @@ NSString *const couria_settings = @"/Library/PreferenceBundles/CouriaPreferences
   NSBundle *bundle = [NSBundle bundleWithIdentifier:identifier];
   if (bundle != nil)
     return bundle;
-  // ZLTUtils and not self, on purpose: a subclass that answers other directories does not change
+  // ZLTUtils and not self, on purpose: a subclass that returns other directories does not change
   // which bundle is opened.
   NSString *directory = [ZLTUtils applicationInstalledDirectory:identifier];
   if (directory == nil)

@@ -1,4 +1,4 @@
-// The reference messenger: a messaging app that answers the add-on's requests. It runs as a process
+// The reference messenger: a messaging app that serves the add-on's requests. It runs as a process
 // named WhatsApp, so that the library finds it, and keeps its conversations under the device root.
 
 #include "messenger.hpp"

@@ -49,7 +49,7 @@ int run_messenger(const std::string &device_root, const ServerOptions &options) 
     return give_up("cannot open the conversations: " + error);
 
   Server server(options, {payload_limit, [&store](signed char identifier, Bytes payload) {
-                            return answer(*store, identifier, std::move(payload));
+                            return reply_to(*store, identifier, std::move(payload));
                           }});
   const PublishedPort published(device_root, server.port());
   if (!published.published())

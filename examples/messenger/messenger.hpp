@@ -4,7 +4,7 @@
 
 namespace veltro::messenger {
 
-/// Serves the conversations under the device root until SIGTERM or SIGINT. Answers the process's
+/// Serves the conversations under the device root until SIGTERM or SIGINT. Returns the process's
 /// exit status: 0 after a clean end, 1 where it could not start or had to give up.
 int run_messenger(const std::string &device_root, const ServerOptions &options);
 

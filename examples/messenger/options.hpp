@@ -7,7 +7,7 @@
 
 namespace veltro::messenger {
 
-/// Reads "--port N" and "--stall-time SECONDS". Answers false, with the reason in `error`, where
+/// Reads "--port N" and "--stall-time SECONDS". Returns false, with the reason in `error`, where
 /// the command line makes no sense.
 bool read_options(std::span<char *const> arguments, ServerOptions &options, std::string &error);
 

@@ -13,6 +13,6 @@ std::uint64_t payload_limit(signed char identifier);
 
 /// The reply to a request; empty for one that makes no sense or cannot be carried out. Stands any
 /// bytes.
-Bytes answer(Store &store, signed char identifier, Bytes payload);
+Bytes reply_to(Store &store, signed char identifier, Bytes payload);
 
 } // namespace veltro::messenger

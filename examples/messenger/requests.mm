@@ -83,7 +83,7 @@ std::uint64_t payload_limit(signed char identifier) {
   return Request{identifier} == Request::echo ? echo_limit : argument_limit;
 }
 
-Bytes answer(Store &store, signed char identifier, Bytes payload) {
+Bytes reply_to(Store &store, signed char identifier, Bytes payload) {
   const Request request{identifier};
   if (request == Request::echo)
     return payload;

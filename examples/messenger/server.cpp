@@ -160,7 +160,7 @@ void Server::stop() {
   accept_clients();
   listen(false);
   stopping_ = true;
-  // Who comes now is refused at once instead of waiting for an answer.
+  // Who comes now is refused at once instead of waiting for a reply.
   listener_ = Descriptor();
 }
 
@@ -235,14 +235,14 @@ void Server::finish_request(Client &client) {
     return client.payload_length() == 0 ? finish_request(client) : receive(client);
   }
   held_ -= client.bytes.size();
-  Bytes answer;
+  Bytes content;
   try {
-    answer = service_.answer(client.identifier(), std::exchange(client.bytes, {}));
+    content = service_.reply(client.identifier(), std::exchange(client.bytes, {}));
   } catch (const std::exception &) {
     // Out of memory, as a rule. One request fails; the other clients are still to be served.
-    answer.clear();
+    content.clear();
   }
-  reply(client, std::move(answer));
+  reply(client, std::move(content));
 }
 
 void Server::reply(Client &client, Bytes bytes) {

@@ -16,19 +16,19 @@ namespace veltro::messenger {
 
 using Bytes = std::vector<std::byte>;
 
-/// Answers requests; called on the server's thread only.
+/// Serves requests; called on the server's thread only.
 struct Service {
   /// The longest payload that a request with this identifier may announce.
   std::function<std::uint64_t(signed char identifier)> limit;
   /// The reply to a whole request; empty where there is nothing to say.
-  std::function<Bytes(signed char identifier, Bytes payload)> answer;
+  std::function<Bytes(signed char identifier, Bytes payload)> reply;
 };
 
 struct ServerOptions {
   std::uint16_t port = 0; ///< 0 lets the kernel choose.
   /// A client that neither sends nor takes a byte for this long is dropped.
   std::chrono::milliseconds stall{10'000};
-  /// Payloads and replies of all clients together; a request beyond it is answered with nothing.
+  /// Payloads and replies of all clients together; a request beyond it gets an empty reply.
   std::size_t held = std::size_t{512} * 1024 * 1024;
 };
 

@@ -67,10 +67,10 @@ Message message_in(const Statement &row) {
   return {row.text(0), row.text(1), row.integer(2) != 0, row.real(3)};
 }
 
-/// Counts records and their text against the bounds of an answer.
-class Room {
+/// Counts records and their text against the bounds of a reply.
+class Allowance {
 public:
-  explicit Room(const Bounds &bounds) : left_(bounds) {}
+  explicit Allowance(const Bounds &bounds) : left_(bounds) {}
 
   bool take(const Message &message) {
     const std::size_t bytes = message.user.size() + message.text.size();
@@ -112,10 +112,10 @@ std::optional<std::vector<Chat>> Store::chats(const Bounds &bounds) {
       ON id = (SELECT id FROM messages WHERE user = name ORDER BY time DESC, id DESC LIMIT 1)
     ORDER BY time DESC, id DESC)");
   std::vector<Chat> chats;
-  Room room(bounds);
+  Allowance allowance(bounds);
   while (rows.next()) {
     Message newest = message_in(rows);
-    if (!room.take(newest))
+    if (!allowance.take(newest))
       break;
     std::string user = newest.user;
     chats.push_back({std::move(user), rows.integer(4), rows.integer(5), std::move(newest)});
@@ -134,10 +134,10 @@ std::optional<std::vector<Message>> Store::read(const std::string &user, std::si
   rows.bind(2, since);
   rows.bind(3, static_cast<std::int64_t>(std::min(last, bounds.records)));
   std::vector<Message> messages;
-  Room room(bounds);
+  Allowance allowance(bounds);
   while (rows.next()) {
     Message message = message_in(rows);
-    if (!room.take(message))
+    if (!allowance.take(message))
       break;
     messages.push_back(std::move(message));
   }

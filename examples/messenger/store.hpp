@@ -1,4 +1,4 @@
-// The conversations, in one SQLite file. What add() has answered true to survives the end of the
+// The conversations, in one SQLite file. What add() has returned true for survives the end of the
 // process and of the machine.
 #pragma once
 
@@ -28,13 +28,13 @@ struct Chat {
   Message newest;
 };
 
-/// How much one answer may hold; what goes beyond is left out from the far end.
+/// How much one reply may hold; what goes beyond is left out from the far end.
 struct Bounds {
   std::size_t records = 1000;
   std::size_t text_bytes = std::size_t{16} * 1024 * 1024;
 };
 
-/// One thread at a time. Every call answers nothing where the file cannot be read or written.
+/// One thread at a time. Every call returns nothing where the file cannot be read or written.
 class Store {
 public:
   /// Opens the file, or makes it; nothing where that fails, with the reason in `error`.
@@ -49,10 +49,10 @@ public:
                                            double since = -std::numeric_limits<double>::infinity(),
                                            const Bounds &bounds = {});
 
-  /// Keeps a message and answers its number; a received one counts as unread.
+  /// Keeps a message and returns its number; a received one counts as unread.
   std::optional<std::int64_t> add(const Message &message);
 
-  /// Marks all messages with `user` as read and answers how many were not.
+  /// Marks all messages with `user` as read and returns how many were not.
   std::optional<std::int64_t> mark_read(const std::string &user);
 
 private:

@@ -73,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   std::string error;
   const std::unique_ptr<Store> store = Store::open(":memory:", error);
   store->add({"anna", "hello", false, 7e8});
-  const Bytes reply = answer(*store, identifier, payload);
+  const Bytes reply = reply_to(*store, identifier, payload);
   if (Request{identifier} == Request::echo) {
     if (reply != payload)
       std::abort();

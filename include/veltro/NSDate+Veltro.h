@@ -8,9 +8,9 @@
 
 /// Calendar questions about a date, and dates a number of calendar days away.
 ///
-/// Questions are answered in the user's calendar, locale and time zone at the time of the call.
-/// Eras are never compared. A nil argument is answered with NO; nothing here raises. Dates returned
-/// are autoreleased. Every method may be called on any thread.
+/// All goes by the user's calendar, locale and time zone at the time of the call.
+/// Eras are never compared. For a nil argument the result is NO; nothing here raises. Dates
+/// returned are autoreleased. Every method may be called on any thread.
 @interface NSDate (Veltro)
 
 /// The calendar that the comparisons below use: the platform's autoupdating current calendar, taken
@@ -25,7 +25,7 @@
 + (NSDate *)veltro_dateYesterday;
 
 /// Whether the receiver and `date` have the same week number and lie less than 604800 seconds apart
-/// (a distance of exactly that answers NO). Years are not compared: the distance tells equal week
+/// (a distance of exactly that gives NO). Years are not compared: the distance tells equal week
 /// numbers of different years apart.
 - (BOOL)veltro_isSameWeekAsDate:(NSDate *)date;
 
@@ -50,8 +50,8 @@
 - (BOOL)veltro_isLastWeek;
 
 /// Whether the receiver lies after the start of the day `days` calendar days before today and
-/// before the start of today. Both ends are open: an instant exactly at either start answers NO,
-/// and so does any instant of today. With `days` 0 or negative the answer is always NO.
+/// before the start of today. Both ends are open: an instant exactly at either start gives NO,
+/// and so does any instant of today. With `days` 0 or negative the result is always NO.
 - (BOOL)veltro__occuredDaysBeforeToday:(NSInteger)days;
 
 /// Whether the receiver lies in the seven whole calendar days before today:

@@ -16,7 +16,7 @@
 - (NSDate *)zlt_normalizedDateWithDate;
 
 /// Whether the receiver and `date` lie in the same calendar minute. This is no tolerance: one
-/// second across the turn of a minute answers NO. A nil `date` answers NO.
+/// second across the turn of a minute gives NO. A nil `date` gives NO.
 - (BOOL)zlt_isEqualIgnoringTimeInSecond:(NSDate *)date;
 
 @end

@@ -15,7 +15,7 @@ VELTRO_EXPORT
 /// Initialises the alert and adds the spinner as the running release allows: a plain subview up to
 /// iOS 6.1, which never turns; the accessory view up to iOS 7.1; a view within the accessory view
 /// from then on. Where the release's alert has no accessory view there is no spinner. nil only
-/// where the superclass answers nil. The caller owns the alert.
+/// where the superclass returns nil. The caller owns the alert.
 - (id)initWithFrame:(CGRect)frame;
 
 /// Dismisses the alert, animated, as if the button with index 0 had been clicked. May be sent to an

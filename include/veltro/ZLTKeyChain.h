@@ -13,7 +13,7 @@
 /// framework, unchanged, and those of ZLTKeyChainErrorCode.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainErrorDomain;
 
-/// Keys of the attribute dictionaries that the listings answer. kZLTKeyChainClassKey has the value
+/// Keys of the attribute dictionaries that the listings return. kZLTKeyChainClassKey has the value
 /// of the label key, as it always had: callers that read the one or the other get the same.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainAccountKey;
 VELTRO_EXPORT extern NSString *const kZLTKeyChainCreatedAtKey;
@@ -36,7 +36,7 @@ typedef NS_ENUM(NSInteger, ZLTKeyChainErrorCode) {
 /// An error is stored through the last argument, where one is given, on failure only, and is
 /// autoreleased; the forms without that argument report by their result alone. A nil service or
 /// account is a failure with ZLTKeyChainErrorBadArguments, except in listings. All methods block
-/// until the keychain has answered; any thread may call them.
+/// until the keychain has returned; any thread may call them.
 VELTRO_EXPORT
 @interface ZLTKeyChain : NSObject
 

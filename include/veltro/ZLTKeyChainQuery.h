@@ -19,10 +19,10 @@ typedef NS_ENUM(unsigned long long, ZLTKeyChainQuerySynchronizationMode) {
 /// One request to the keychain for a generic-password item. Set the properties, then run one of the
 /// operations, which read the properties at that moment.
 ///
-/// Operations answer whether they succeeded and, where they failed and an error pointer is given,
+/// Operations return whether they succeeded and, where they failed and an error pointer is given,
 /// store an autoreleased error of the domain kZLTKeyChainErrorDomain; nothing is stored on success.
 /// Its code is the keychain's status, or ZLTKeyChainErrorBadArguments for a missing property, in
-/// which case the keychain was not called. They block until the keychain has answered. A query is
+/// which case the keychain was not called. They block until the keychain has returned. A query is
 /// to be used by one thread at a time.
 VELTRO_EXPORT
 @interface ZLTKeyChainQuery : NSObject {

@@ -14,7 +14,7 @@ VELTRO_EXPORT
 
 /// Builds the whole panel for the width and height of `frame`, in points; nothing follows a later
 /// change of the frame. A frame less than 44 points high puts the spinner above the upper edge.
-/// nil only where the superclass answers nil. The caller owns the view, adds it to a view of its
+/// nil only where the superclass returns nil. The caller owns the view, adds it to a view of its
 /// own and removes it when the work is done; the spinner turns until then.
 - (id)initWithFrame:(CGRect)frame;
 

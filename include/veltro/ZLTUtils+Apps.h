@@ -7,14 +7,14 @@
 #import <veltro/ZLTUtils.h>
 
 /// Where installed apps lie, and labels out of other bundles. Nothing here keeps state but
-/// `dateFormatter`; all methods may be called on any thread; absence is answered by nil or -1, with
+/// `dateFormatter`; all methods may be called on any thread; absence gives nil or -1, with
 /// no log line. Every object is autoreleased.
 @interface ZLTUtils (Apps)
 
-/// What the getter named `selector` of the app's `LSApplicationProxy` answers: the path where that
-/// is an NSURL, else the answer itself. Nil for an identifier that no app has, for an app whose
+/// What the getter named `selector` of the app's `LSApplicationProxy` returns: the path where that
+/// is an NSURL, else the object itself. Nil for an identifier that no app has, for an app whose
 /// type is not "User", and where the system has no `LSApplicationProxy`. `selector` must name a
-/// getter that answers an object.
+/// getter that returns an object.
 + (id)appRelatedDirectory:(NSString *)identifier selector:(NSString *)selector;
 
 /// The path of a user app's bundle container, the folder that holds its bundle; nil as above.
@@ -32,7 +32,7 @@
 /// so.
 + (NSBundle *)bundleForIdentifier:(NSString *)identifier;
 
-/// The string for `key` in a strings table of the bundle that `bundleForIdentifier:` answers, or
+/// The string for `key` in a strings table of the bundle that `bundleForIdentifier:` returns, or
 /// `key` itself where the table has none; nil where there is no such bundle. A nil `table` is the
 /// bundle's default one.
 + (NSString *)localizedLabel:(NSString *)identifier table:(NSString *)table key:(NSString *)key;
@@ -50,7 +50,7 @@
 + (NSDateFormatter *)dateFormatter;
 
 /// The index of the last of `entries` whose label equals `identifier`, ignoring case, or -1. An
-/// entry answers `properties` with a dictionary, whose value for "label" is its label; entries
+/// entry returns a dictionary for `properties`, whose value for "label" is its label; entries
 /// without one are passed over. No label equals nil.
 + (int)idetifierIndex:(NSArray *)entries identifier:(NSString *)identifier;
 

@@ -12,14 +12,14 @@
 /// one request and one reply.
 @interface ZLTUtils (Channel)
 
-/// Reads exactly `length` bytes from an open stream into `buffer`, which must have room for them.
+/// Reads exactly `length` bytes from an open stream into `buffer`, which must be large enough.
 /// NO at the end of the stream or on an error; what was read before then is in the buffer. For
-/// length 0 the answer is YES and the stream is not touched. Blocks the calling thread without a
+/// length 0 the result is YES and the stream is not touched. Blocks the calling thread without a
 /// timeout.
 + (BOOL)readBytes:(CFReadStreamRef)stream buffer:(void *)buffer length:(NSUInteger)length;
 
 /// Writes exactly `length` bytes to an open stream. NO when the stream takes no more; what was
-/// written before then stays written. For length 0 the answer is YES and the stream is not touched.
+/// written before then stays written. For length 0 the result is YES and the stream is not touched.
 /// Blocks the calling thread without a timeout.
 + (BOOL)writeBytes:(CFWriteStreamRef)stream bytes:(const void *)bytes length:(NSUInteger)length;
 

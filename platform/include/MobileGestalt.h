@@ -8,7 +8,7 @@
 extern "C" {
 #endif
 
-/// The answer to `question`, which the caller releases; null where the device has none.
+/// The value for `question`, which the caller releases; null where the device has none.
 // Weak: a release may lack it, and the library has to load there all the same.
 __attribute__((weak)) CFTypeRef MGCopyAnswer(CFStringRef question);
 

@@ -22,7 +22,7 @@ using veltro::messenger::Service;
 /// Request 1 says "yes", request 2 breaks off with an exception, request 3 answers its payload.
 Service service() {
   return {.limit = [](signed char) { return std::uint64_t{1000}; },
-          .answer = [](signed char identifier, Bytes payload) -> Bytes {
+          .reply = [](signed char identifier, Bytes payload) -> Bytes {
             if (identifier == 2)
               throw std::bad_alloc();
             if (identifier == 1)

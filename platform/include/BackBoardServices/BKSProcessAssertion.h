@@ -8,7 +8,7 @@
   void *_assertion;
 }
 
-/// Asks for an assertion on the running app with that bundle identifier. The answer comes later and
+/// Asks for an assertion on the running app with that bundle identifier. The result comes later and
 /// on another thread: `handler`, which may be nil, is called once with whether it was acquired.
 - (id)initWithBundleIdentifier:(NSString *)bundleIdentifier
                          flags:(unsigned int)flags

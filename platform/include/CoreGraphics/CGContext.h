@@ -1,5 +1,5 @@
 // Drawing. A context belongs to one thread at a time. Every function takes a null context, does
-// nothing with it and answers zero.
+// nothing with it and returns zero.
 //
 // A bitmap context of Core Graphics has its origin at the bottom left, y upwards, and a unit of a
 // pixel; a context of UIKit has its origin at the top left, y downwards, and a unit of a point.

@@ -37,7 +37,7 @@ typedef enum CGColorRenderingIntent : int32_t {
 
 /// An image of bytes of one's own: 8 bits a component and 32 a pixel in RGB, with any alpha
 /// information but `kCGImageAlphaNone`, or 8 bits a pixel in gray without alpha. The bytes are
-/// taken over at once. Null for any other format, for a size without pixels and where there are too
+/// converted at once. Null for any other format, for a size without pixels and where there are too
 /// few bytes; `decode` and `intent` are not looked at. The caller owns the image.
 CGImageRef CGImageCreate(size_t width, size_t height, size_t bits_per_component,
                          size_t bits_per_pixel, size_t bytes_per_row, CGColorSpaceRef space,

@@ -1,4 +1,4 @@
-// The status codes of the Security framework that the keychain answers with.
+// The status codes of the Security framework that the keychain returns.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>

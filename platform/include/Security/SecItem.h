@@ -43,26 +43,26 @@ extern const CFStringRef kSecAttrAccessibleAlwaysThisDeviceOnly;
 /// The secret, a CFData.
 extern const CFStringRef kSecValueData;
 
-/// How many items a search answers: a CFNumber of at least 1, or one of these. The default is one;
+/// How many items a search returns: a CFNumber of at least 1, or one of these. The default is one;
 /// a deletion or an update without a limit concerns every item that matches.
 extern const CFStringRef kSecMatchLimit;
 extern const CFStringRef kSecMatchLimitOne;
 extern const CFStringRef kSecMatchLimitAll;
 
-/// What a search answers, each a CFBoolean. References are not offered.
+/// What a search returns, each a CFBoolean. References are not offered.
 extern const CFStringRef kSecReturnData;
 extern const CFStringRef kSecReturnAttributes;
 extern const CFStringRef kSecReturnRef;
 extern const CFStringRef kSecReturnPersistentRef;
 
 /// Adds one item. Its identity is account, service, access group and synchronisable flag; a second
-/// one of the same identity answers errSecDuplicateItem. `result` may be null; the caller owns what
+/// one of the same identity gives errSecDuplicateItem. `result` may be null; the caller owns what
 /// is stored there.
 OSStatus SecItemAdd(CFDictionaryRef attributes, CFTypeRef *result);
 
 /// Finds the items that match every attribute given; without kSecAttrSynchronizable those that are
 /// not synchronised. Stores a CFData, a CFDictionary or, where the limit is not one, a CFArray of
-/// them, which the caller owns. Answers errSecItemNotFound where nothing matches, and then stores
+/// them, which the caller owns. Returns errSecItemNotFound where nothing matches, and then stores
 /// nothing.
 OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef *result);
 

@@ -35,7 +35,7 @@
 @property (nonatomic, copy) NSString *message;
 /// Not retained.
 @property (nonatomic, assign) id delegate;
-/// Answers the new button's index.
+/// Returns the new button's index.
 - (NSInteger)addButtonWithTitle:(NSString *)title;
 - (NSString *)buttonTitleAtIndex:(NSInteger)index;
 @property (nonatomic, readonly) NSInteger numberOfButtons;

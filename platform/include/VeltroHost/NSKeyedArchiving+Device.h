@@ -11,7 +11,7 @@ enum {
   NSCoderInvalidValueError = 4866,  ///< an object may not be archived
 };
 
-/// Each answers an autoreleased object, or nil with `*error` set (unless `error` is null) where the
+/// Each returns an autoreleased object, or nil with `*error` set (unless `error` is null) where the
 /// archive cannot be read or holds something else than was asked for. None raises for an archive's
 /// sake.
 @interface NSKeyedUnarchiver (VHDevice)

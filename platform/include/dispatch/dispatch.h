@@ -29,7 +29,7 @@ extern struct dispatch_queue_s _dispatch_main_q;
 /// Runs `block` at the first call for `predicate`; a call meanwhile waits until it has run.
 void dispatch_once(dispatch_once_t *predicate, dispatch_block_t block);
 
-/// The time `delta` nanoseconds after `when`, which is DISPATCH_TIME_NOW or an earlier answer.
+/// The time `delta` nanoseconds after `when`, which is DISPATCH_TIME_NOW or an earlier result.
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t delta);
 
 /// Runs a copy of `block` on `queue` as soon as possible once `when` has come. Any thread.

@@ -46,8 +46,8 @@ extern "C" {
 
 /// Reads the variable `name` of `namelen` numbers into `oldp`, whose size is `*oldlenp`; leaves the
 /// number of bytes copied there. With a null `oldp` only the needed size is left, for the process
-/// table with some room to spare. Answers 0, or -1 with errno: ENOMEM where the buffer is short (as
-/// many whole records as fit are copied), ENOENT where there is no such variable, EPERM for an
+/// table with some space to spare. Returns 0, or -1 with errno: ENOMEM where the buffer is short
+/// (as many whole records as fit are copied), ENOENT where there is no such variable, EPERM for an
 /// attempt to write.
 int sysctl(int *name, unsigned int namelen, void *oldp, size_t *oldlenp, void *newp, size_t newlen);
 
