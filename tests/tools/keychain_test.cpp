@@ -25,6 +25,8 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
+constexpr const char *no_such_item = "There is no such item in the keychain. (errSecItemNotFound)";
+
 class KeychainTool : public testing::Test {
 protected:
   KeychainTool() {
@@ -58,8 +60,8 @@ TEST_F(KeychainTool, StoresPrintsAndDeletes) {
   EXPECT_EQ(keychain({"set", "mail", "ann"}, "new").status, 0);
   EXPECT_EQ(stored("mail", "ann"), "new");
   EXPECT_EQ(keychain({"rm", "mail", "ann"}).status, 0);
-  expect_no(keychain({"get", "mail", "ann"}), "errSecItemNotFound");
-  expect_no(keychain({"rm", "mail", "ann"}), "errSecItemNotFound");
+  expect_no(keychain({"get", "mail", "ann"}), no_such_item);
+  expect_no(keychain({"rm", "mail", "ann"}), no_such_item);
   const ToolResult none = keychain({"list"});
   EXPECT_EQ(none.status, 0);
   EXPECT_EQ(none.out, "service  account  label  group  sync  accessible  created  modified\n");
@@ -120,7 +122,7 @@ TEST_F(KeychainTool, TellsAnEmptyNameFromNone) {
   EXPECT_EQ(listed({"list", ""}), 1);
   EXPECT_EQ(listed({"list", "--group", ""}), 1);
   EXPECT_EQ(listed({"list", "--group", "default"}), 1);
-  expect_no(keychain({"get", "", "ann", "--group", ""}), "errSecItemNotFound");
+  expect_no(keychain({"get", "", "ann", "--group", ""}), no_such_item);
 }
 
 TEST_F(KeychainTool, LinesUpWhatIsNotPlainLetters) {
@@ -193,7 +195,7 @@ TEST_F(KeychainTool, TellsTheItemsOfOneNameApart) {
   EXPECT_EQ(keychain({"get", "mail", "ann", "--sync", "no", "--group", "default"}).out, "local");
   EXPECT_EQ(keychain({"get", "mail", "ann", "--group", "team"}).out, "team's");
   EXPECT_EQ(keychain({"rm", "mail", "ann"}).status, 0);
-  expect_no(keychain({"get", "mail", "ann"}), "errSecItemNotFound");
+  expect_no(keychain({"get", "mail", "ann"}), no_such_item);
 }
 
 TEST_F(KeychainTool, KeepsArchivedObjects) {
@@ -359,7 +361,7 @@ TEST_F(KeychainTool, ControlCEndsItAtOnceAndLeavesTheTerminalAsItWas) {
   EXPECT_EQ(tool.status(), 128 + SIGINT);
   EXPECT_TRUE(tool.echoes());
   EXPECT_THAT(tool.shown_until("\n"), Not(HasSubstr("half")));
-  expect_no(keychain({"get", "mail", "ann"}), "errSecItemNotFound");
+  expect_no(keychain({"get", "mail", "ann"}), no_such_item);
 }
 
 // Without a shell that could have it go on, Control-Z stops nothing.
@@ -380,7 +382,7 @@ TEST_F(KeychainTool, TheEndOfInputAtThePromptStoresNothing) {
   tool.type("\x04");
   EXPECT_EQ(tool.status(), 1);
   EXPECT_TRUE(tool.echoes());
-  expect_no(keychain({"get", "mail", "ann"}), "errSecItemNotFound");
+  expect_no(keychain({"get", "mail", "ann"}), no_such_item);
 }
 
 TEST_F(KeychainTool, SignalsAtThePromptEndItAndLeaveTheTerminalAsItWas) {
