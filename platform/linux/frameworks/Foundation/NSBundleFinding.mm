@@ -9,8 +9,8 @@
 //  - an identifier finds the system's frameworks too. It does not find apps that no bundle object
 //    of this process stands for, neither does the device;
 //  - the main bundle of a program NAME without GNUstep's folder Resources/NAME beside it is
-//    ../share/NAME, where installed programs keep their files.
-// +allBundles lists GNUstep's own only.
+//    ../share/NAME, where installed programs keep their files;
+//  - +allBundles lists every object whose folder is still there.
 
 #import <Foundation/Foundation.h>
 
@@ -29,6 +29,7 @@ using veltro::host::replace_method;
 
 id (*gnustep_init)(NSBundle *, SEL, NSString *);
 id (*gnustep_main_bundle)(Class, SEL);
+NSArray *(*gnustep_all_bundles)(Class, SEL);
 id (*gnustep_bundle_with_identifier)(Class, SEL, NSString *);
 
 // The main bundle's folder is allowed to be missing: a tool's seldom exists.
@@ -75,6 +76,14 @@ id main_bundle(Class self, SEL command) {
   return bundle;
 }
 
+NSArray *all_bundles(Class self, SEL command) {
+  NSMutableArray *const all = [[gnustep_all_bundles(self, command) mutableCopy] autorelease];
+  for (NSBundle *bundle in veltro::host::all_bundles())
+    if ([all indexOfObjectIdenticalTo:bundle] == NSNotFound)
+      [all addObject:bundle];
+  return all;
+}
+
 id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
   const char *wanted = [identifier UTF8String];
   if (wanted == nullptr)
@@ -98,6 +107,7 @@ id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
   Class bundle = objc_getClass("NSBundle");
   gnustep_init = replace_method(bundle, "initWithPath:", init_with_path);
   gnustep_main_bundle = replace_class_method(bundle, "mainBundle", main_bundle);
+  gnustep_all_bundles = replace_class_method(bundle, "allBundles", ::all_bundles);
   gnustep_bundle_with_identifier =
       replace_class_method(bundle, "bundleWithIdentifier:", bundle_with_identifier);
 }

@@ -17,9 +17,13 @@ namespace {
 
 using veltro::host::replace_method;
 
+// GNUstep's mark of a library's bundle in _bundleType.
+constexpr unsigned kLibraryBundle = 4;
+
 NSDictionary *(*gnustep_info)(NSBundle *, SEL);
 NSString *(*gnustep_resource_path)(NSBundle *, SEL);
 BOOL (*gnustep_load)(NSBundle *, SEL);
+Class (*gnustep_class)(NSBundle *, SEL, NSString *);
 
 NSString *flat_info_path(NSBundle *bundle) {
   return [[bundle bundlePath] stringByAppendingPathComponent:@"Info.plist"];
@@ -47,6 +51,10 @@ NSString *resource_path(NSBundle *self, SEL command) {
 
 BOOL link(NSBundle *bundle, SEL command) {
   using veltro::host::Executable;
+  // The code of a library's bundle runs already. Asked for the path of it, GNUstep looks where the
+  // principal class comes from, and so would load the bundle first.
+  if (bundle->_bundleType == kLibraryBundle)
+    return gnustep_load(bundle, command);
   NSString *path = [bundle executablePath];
   const Executable kind = [path length] != 0
                               ? veltro::host::kind_of_executable([path fileSystemRepresentation])
@@ -70,6 +78,12 @@ BOOL load(NSBundle *self, SEL command) {
   }
 }
 
+/// A name that is not ASCII is no class's; GNUstep raises when it looks for one.
+Class class_named(NSBundle *self, SEL command, NSString *name) {
+  return [name canBeConvertedToEncoding:NSASCIIStringEncoding] ? gnustep_class(self, command, name)
+                                                               : Nil;
+}
+
 } // namespace
 
 @interface VHBundleLoading : NSObject
@@ -82,6 +96,7 @@ BOOL load(NSBundle *self, SEL command) {
   gnustep_info = replace_method(bundle, "infoDictionary", info_dictionary);
   gnustep_resource_path = replace_method(bundle, "resourcePath", resource_path);
   gnustep_load = replace_method(bundle, "load", ::load);
+  gnustep_class = replace_method(bundle, "classNamed:", class_named);
 }
 
 @end

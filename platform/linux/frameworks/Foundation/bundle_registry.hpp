@@ -2,7 +2,7 @@
 // it does not retain, so that another thread's last release frees them meanwhile.
 #pragma once
 
-@class NSBundle, NSString;
+@class NSArray, NSBundle, NSString;
 
 namespace veltro::host {
 
@@ -13,5 +13,8 @@ NSBundle *bundle_at(NSString *path, NSBundle *fresh);
 
 /// The newest object of a folder that is still there and has that identifier, or nil. Any thread.
 NSBundle *bundle_identified(NSString *identifier);
+
+/// The objects for all folders that are still there, the oldest first. Any thread.
+NSArray *all_bundles();
 
 } // namespace veltro::host

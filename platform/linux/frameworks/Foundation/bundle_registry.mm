@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace veltro::host {
@@ -46,18 +45,21 @@ NSBundle *bundle_at(NSString *path, NSBundle *fresh) {
   return fresh;
 }
 
+NSArray *all_bundles() {
+  NSMutableArray *const all = [NSMutableArray array];
+  const std::lock_guard lock(mutex);
+  for (const Known &known : registry)
+    if (std::filesystem::is_directory(known.path))
+      [all addObject:known.bundle];
+  return all;
+}
+
 NSBundle *bundle_identified(NSString *identifier) {
-  std::vector<std::pair<std::string, NSBundle *>> candidates;
-  {
-    const std::lock_guard lock(mutex);
-    for (const Known &known : registry)
-      candidates.emplace_back(known.path, known.bundle);
-  }
-  const auto found = std::find_if(candidates.rbegin(), candidates.rend(), [&](const auto &one) {
-    return [[one.second bundleIdentifier] isEqual:identifier] &&
-           std::filesystem::is_directory(one.first);
-  });
-  return found != candidates.rend() ? found->second : nil;
+  // Not under the lock: a bundle that is asked may ask for another one.
+  for (NSBundle *bundle in [all_bundles() reverseObjectEnumerator])
+    if ([[bundle bundleIdentifier] isEqual:identifier])
+      return bundle;
+  return nil;
 }
 
 } // namespace veltro::host

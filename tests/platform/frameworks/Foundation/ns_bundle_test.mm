@@ -261,4 +261,29 @@ TEST_F(Bundles, ABundleThatWasLoadedStaysSo) {
   EXPECT_TRUE([[NSBundle bundleWithPath:text(app)] isLoaded]);
 }
 
+TEST_F(Bundles, ALibrarysBundleIsLoadedAlready) {
+  // As GNUstep finds its own bundle.
+  NSBundle *const bundle = [NSBundle bundleForClass:[NSString class]];
+  EXPECT_EQ([bundle principalClass], [NSObject class]);
+  EXPECT_TRUE([[bundle executablePath] hasPrefix:@"/"]);
+  EXPECT_TRUE([bundle load]);
+  EXPECT_EQ([bundle classNamed:@"NSNoSuchClass"], Nil);
+}
+
+TEST_F(Bundles, NoClassHasANameThatIsNotAscii) {
+  NSBundle *const bundle = [NSBundle bundleWithPath:text(lay_system_app("an.app", "App"))];
+  EXPECT_EQ([bundle classNamed:[NSString stringWithUTF8String:"Stra\xc3\x9f"]], Nil);
+  EXPECT_EQ([bundle classNamed:nil], Nil);
+  EXPECT_EQ([bundle classNamed:@"NSString"], Nil) << "another bundle's";
+}
+
+TEST_F(Bundles, AreListedAsLongAsTheyAreThere) {
+  const fs::path app = lay_system_app("com.example.listed", "Listed");
+  NSBundle *const bundle = [NSBundle bundleWithPath:text(app)];
+  EXPECT_TRUE([[NSBundle allBundles] containsObject:bundle]);
+  EXPECT_TRUE([[NSBundle allBundles] containsObject:[NSBundle mainBundle]]);
+  fs::remove_all(app);
+  EXPECT_FALSE([[NSBundle allBundles] containsObject:bundle]);
+}
+
 } // namespace
