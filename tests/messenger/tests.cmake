@@ -15,7 +15,7 @@ endfunction()
 
 messenger_process_test(requests Requests Refusals Restart)
 messenger_process_test(faults Clients Hostile FewDescriptors Stalls End Start Kill)
-messenger_process_test(tool Send NotRunning Chat)
+messenger_process_test(tool Send NotRunning Roots Chat)
 
 add_test(NAME demo COMMAND ${PROJECT_SOURCE_DIR}/tests/support/alone
   ${PROJECT_SOURCE_DIR}/scripts/demo ${PROJECT_BINARY_DIR}/bin)

@@ -1,7 +1,9 @@
 """veltro send and veltro chat, against the messenger and against servers that behave otherwise."""
+import fcntl
 import json
 import os
 import shutil
+import signal
 import socket
 import subprocess
 import tempfile
@@ -133,7 +135,116 @@ class NotRunning(unittest.TestCase):
                 'com.norvane.Veltro: Error => +[ZLTUtils sendMessage:messageData:], [Line 319], '
                 'Seems WhatsApp is not running, hence returning...'), lines[1])
             self.assertEqual(lines[2],
-                             f'veltro: no reply, and no messenger has published its port under {root}')
+                             f'veltro: no reply, and no messenger serves {root}; veltro messenger start starts one')
+
+
+class Roots(unittest.TestCase):
+    """Device roots of their own, without a messenger at first."""
+
+    def setUp(self):
+        self.root, self.other = (os.path.realpath(tempfile.mkdtemp(prefix='veltro-test-')) for _ in range(2))
+        for root in (self.root, self.other):
+            self.addCleanup(shutil.rmtree, root, True)
+            self.addCleanup(self.veltro, root, 'stop')
+
+    def veltro(self, root, *arguments):
+        return veltro(root, 'messenger', *arguments)
+
+    def status(self, root, *arguments):
+        ended = self.veltro(root, *arguments, '--json')
+        return ended.returncode, json.loads(ended.stdout)
+
+    def assert_not_running(self, root):
+        self.assertEqual(self.status(root, 'status'), (1, {'running': False, 'pid': None, 'port': None}))
+        for arguments in (('status',), ()):
+            ended = self.veltro(root, *arguments)
+            self.assertEqual((ended.returncode, ended.stdout, ended.stderr), (1, b'not running\n', b''))
+
+    def test_starting_installs_and_serves(self):
+        self.assert_not_running(self.root)
+        returned, started = self.status(self.root, 'start')
+        self.assertEqual((returned, started['running']), (0, True))
+        self.assertEqual(veltro(self.root, 'send', '-q', '5', '--text', 'hello').stdout, b'hello')
+        self.assertIn(b'net.whatsapp.WhatsApp\tUser\t', veltro(self.root, 'apps', 'list').stdout)
+        with open(f'/proc/{started["pid"]}/comm') as name:
+            self.assertEqual(name.read(), 'WhatsApp\n')
+        self.assertEqual(self.status(self.root, 'start'), (0, started), 'no second one')
+        self.assertEqual(self.status(self.root, 'status'), (0, started))
+        self.assertEqual(self.status(self.root), (0, started))
+        self.assertEqual(self.veltro(self.root).stdout.decode(),
+                         f'running: pid {started["pid"]}, port {started["port"]}\n')
+        self.assertEqual(self.veltro(self.root, 'stop').returncode, 0)
+        self.assertFalse(os.path.exists(f'/proc/{started["pid"]}'))
+        self.assert_not_running(self.root)
+        self.assertEqual(self.veltro(self.root, 'stop').returncode, 0, 'it is as it should be')
+
+    def test_what_was_said_is_there_after_a_new_start(self):
+        self.veltro(self.root, 'start')
+        self.assertEqual(veltro(self.root, 'chat', 'say', 'anna', 'kept').returncode, 0)
+        self.veltro(self.root, 'stop')
+        self.veltro(self.root, 'start')
+        self.assertIn(b'> kept\n', veltro(self.root, 'chat', 'read', 'anna').stdout)
+
+    def test_a_stopped_one_ends_too(self):
+        started = self.status(self.root, 'start')[1]
+        os.kill(started['pid'], signal.SIGSTOP)
+        self.assertEqual(self.veltro(self.root, 'stop').returncode, 0)
+        self.assert_not_running(self.root)
+
+    def test_one_that_was_killed_does_not_run(self):
+        started = self.status(self.root, 'start')[1]
+        os.kill(started['pid'], signal.SIGKILL)
+        self.assert_not_running_soon()
+        self.assertEqual(self.status(self.root, 'start')[0], 0)
+
+    def assert_not_running_soon(self):
+        while self.veltro(self.root, 'status').returncode == 0:
+            pass
+        self.assert_not_running(self.root)
+
+    def test_one_that_cannot_start(self):
+        lock = os.path.join(self.root, 'var/mobile/Library/WhatsApp/lock')
+        os.makedirs(os.path.dirname(lock))
+        with open(lock, 'wb') as held:
+            fcntl.flock(held, fcntl.LOCK_EX)
+            ended = self.veltro(self.root, 'start')
+        self.assertEqual((ended.returncode, ended.stdout), (1, b''))
+        self.assertEqual(ended.stderr.splitlines()[-1], b'veltro: the messenger was launched, and does not serve')
+
+    def test_the_commands_name_it(self):
+        for arguments, what in ((('launch', 'net.whatsapp.WhatsApp'), b'cannot launch net.whatsapp.WhatsApp'),
+                                (('keep-alive',), b'cannot keep net.whatsapp.WhatsApp alive')):
+            ended = veltro(self.root, *arguments)
+            self.assertEqual((ended.returncode, ended.stderr.splitlines()[-1]),
+                             (1, b'veltro: ' + what + b': no such app; veltro messenger start starts one'))
+        self.assertNotIn(b'messenger', veltro(self.root, 'launch', 'org.example.other').stderr)
+
+    def test_messages_name_the_process_and_root_in_the_way(self):
+        other = self.status(self.other, 'start')[1]['pid']
+        in_the_way = (f'; veltro messenger start starts one; process {other} (root {self.other}) is named WhatsApp '
+                      'too: unshare --user --pid --fork --mount-proc gives each job its own processes').encode()
+        self.assertEqual(veltro(self.root, 'apps', 'install', os.path.join(BUILD, 'share/WhatsApp.app')).returncode, 0)
+        for arguments, what in (
+                (('keep-alive',), f'the assertion was not granted: the app of {self.root} does not run'),
+                (('send', '5'), f'no reply, and no messenger serves {self.root}'),
+                (('chat', 'chats'), f'no reply, and no messenger serves {self.root}')):
+            ended = veltro(self.root, *arguments)
+            self.assertEqual((ended.returncode, ended.stderr.splitlines()[-1]),
+                             (1, b'veltro: ' + what.encode() + in_the_way))
+        info = json.loads(veltro(self.root, 'info', '--json').stdout)
+        self.assertEqual((info['whatsapp_running'], info['whatsapp_processes']),
+                         (True, [{'pid': other, 'root': self.other}]))
+        self.assertIn(f'\nwhatsapp_running: yes\nwhatsapp_processes: {other} (root {self.other})\n',
+                      veltro(self.root, 'info').stdout.decode())
+        self.assertEqual(self.status(self.root, 'start')[0], 0, 'side by side')
+        self.assertEqual(veltro(self.root, 'send', '-q', '5', '--text', 'mine').stdout, b'mine')
+        self.veltro(self.root, 'stop')
+        self.assertEqual(self.status(self.other, 'status')[0], 0)
+
+    def test_command_lines_that_make_no_sense(self):
+        for arguments in (('strat',), ('start', 'more'), ('--root', 'x')):
+            ended = self.veltro(self.root, *arguments)
+            self.assertEqual((ended.returncode, len(ended.stderr.splitlines())), (2, 1))
 
 
 class Chat(Tool):

@@ -79,9 +79,18 @@ for file in man/man1/veltro.1.gz man/man1/veltro-send.1.gz bash-completion/compl
   [ -f "$prefix/share/$file" ] || { echo "$file is not installed"; exit 1; }
 done
 
+# The messenger is installed as an app, which a device root gets a copy of; it runs with the libraries that are
+# installed.
+app=$prefix/libexec/veltro/WhatsApp.app
+check "$(readelf -d "$app/WhatsApp" | sed -n 's/.*runpath: //p')" "[$prefix/lib]" "the messenger's run path"
+# shellcheck disable=SC2016 # for the inner shell
+check "$("$(dirname "$0")/../support/alone" sh -c '
+  "$1" -q messenger start >/dev/null && "$1" -q send 5 --text "from the installed one" && "$1" -q messenger stop' \
+  sh "$prefix/bin/veltro")" "from the installed onenot running" "the installed messenger"
+
 # Stripped; the debug information lies beside on request, and gdb finds it.
 programs="lib/libveltro.so.0 lib/libveltro-host.so.0 bin/veltro"
-for program in $programs; do
+for program in $programs libexec/veltro/WhatsApp.app/WhatsApp; do
   ! readelf -S --wide "$prefix/$program" | grep -E ' \.(symtab|debug_info) ' || { echo "$program is not stripped"; exit 1; }
 done
 cmake --install "$build" --prefix "$prefix" --component debug >"$scratch/log" || { cat "$scratch/log"; exit 1; }

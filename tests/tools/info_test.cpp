@@ -25,8 +25,8 @@ TEST(InfoTool, ShowsTheDevice) {
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, StartsWith("release: 9.3.5\nios8: yes\nios8_2: yes\nios9: yes\nmodel: " +
                                      veltro::host::machine_model() + "\nudid: "));
-  EXPECT_THAT(result.out,
-              EndsWith("\nroot: " + device_root().string() + "\nwhatsapp_running: no\n"));
+  EXPECT_THAT(result.out, EndsWith("\nroot: " + device_root().string() +
+                                   "\nwhatsapp_running: no\nwhatsapp_processes: -\n"));
 }
 
 TEST(InfoTool, ShowsOneObject) {
@@ -35,7 +35,8 @@ TEST(InfoTool, ShowsOneObject) {
                 quoted_or_null(veltro::host::machine_model()) + R"(, "udid": )" +
                 quoted_or_null(veltro::host::machine_identifier()) + R"(, "serial": )" +
                 quoted_or_null(veltro::host::machine_serial_number()) + R"(, "root": ")" +
-                device_root().string() + R"(", "whatsapp_running": false})" + "\n");
+                device_root().string() +
+                R"(", "whatsapp_running": false, "whatsapp_processes": []})" + "\n");
 }
 
 TEST(InfoTool, FollowsTheEnvironment) {
@@ -64,9 +65,13 @@ TEST(InfoTool, TellsReleasesApart) {
 
 TEST(InfoTool, SeesTheMessagingApp) {
   const NamedProcess app("WhatsApp");
-  EXPECT_THAT(run_tool({"info"}).out, EndsWith("\nwhatsapp_running: yes\n"));
-  EXPECT_THAT(run_tool({"info", "--json"}).out, EndsWith(R"("whatsapp_running": true})"
-                                                         "\n"));
+  const std::string process = std::to_string(app.pid());
+  // Its environment is this program's as it was started.
+  EXPECT_THAT(run_tool({"info"}).out,
+              HasSubstr("\nwhatsapp_running: yes\nwhatsapp_processes: " + process));
+  EXPECT_THAT(run_tool({"info", "--json"}).out,
+              HasSubstr(R"("whatsapp_running": true, "whatsapp_processes": [{"pid": )" + process +
+                        R"(, "root": )"));
 }
 
 TEST(InfoTool, RefusesWrongUse) {

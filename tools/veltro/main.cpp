@@ -26,6 +26,7 @@ void add_commands(CLI::App &app, Action &run) {
   add_keychain(app, run);
   add_label(app, run);
   add_launch(app, run);
+  add_messenger(app, run);
   add_new(app, run);
   add_ps(app, run);
   add_round(app, run);

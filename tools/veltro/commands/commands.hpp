@@ -22,6 +22,7 @@ void add_keep_alive(CLI::App &app, Action &run);
 void add_keychain(CLI::App &app, Action &run);
 void add_label(CLI::App &app, Action &run);
 void add_launch(CLI::App &app, Action &run);
+void add_messenger(CLI::App &app, Action &run);
 void add_new(CLI::App &app, Action &run);
 void add_ps(CLI::App &app, Action &run);
 void add_round(CLI::App &app, Action &run);

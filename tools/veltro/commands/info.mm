@@ -3,6 +3,7 @@
 #include "commands.hpp"
 #include "io/exit.hpp"
 #include "io/json.hpp"
+#include "io/whatsapp_processes.hpp"
 
 #import <VeltroHost/VeltroHost.h>
 #import <veltro/UIDevice+ZLT.h>
@@ -39,6 +40,19 @@ NSString *model() {
   return [text length] == 0 ? nil : text;
 }
 
+/// Which processes they are, each with its root where that is known.
+Fact fact_of_processes() {
+  Fact fact{"whatsapp_processes", "", ""};
+  for (const WhatsAppProcess &each : whatsapp_processes()) {
+    fact.text += (fact.text.empty() ? "" : ", ") + description(each);
+    fact.json += (fact.json.empty() ? R"({"pid": )" : R"(, {"pid": )") +
+                 std::to_string(each.process) + R"(, "root": )" +
+                 (each.root ? json_string(*each.root) : "null") + "}";
+  }
+  fact.json = "[" + fact.json + "]";
+  return fact;
+}
+
 int print_info(bool as_json) {
   UIDevice *const device = [UIDevice currentDevice];
   const std::vector<Fact> facts{
@@ -51,6 +65,7 @@ int print_info(bool as_json) {
       fact("serial", [device serialNumber]),
       fact("root", VHDeviceRoot()),
       fact("whatsapp_running", [ZLTUtils isWhatsAppRunning] != NO),
+      fact_of_processes(),
   };
   if (as_json) {
     std::string line;

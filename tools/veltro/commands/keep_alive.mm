@@ -3,6 +3,7 @@
 #include "commands.hpp"
 #include "io/checks.hpp"
 #include "io/exit.hpp"
+#include "io/messenger.hpp"
 
 #import <VeltroHost/VeltroHost.h>
 #import <veltro/veltro.h>
@@ -17,8 +18,6 @@
 
 namespace veltro::tool {
 namespace {
-
-constexpr const char *kMessagingApp = "net.whatsapp.WhatsApp";
 
 timespec time_of(double seconds) {
   const auto whole = static_cast<time_t>(seconds);
@@ -53,11 +52,13 @@ int keep_alive(const std::optional<double> &seconds) {
   NSString *const app = [NSString stringWithUTF8String:kMessagingApp];
   if (NSString *const obstacle = VHLaunchObstacle(app); obstacle != nil)
     return answered_no(std::string("cannot keep ") + kMessagingApp +
-                       " alive: " + [obstacle UTF8String]);
+                       " alive: " + [obstacle UTF8String] + how_to_have_one());
   [ZLTUtils startProcessAssertion];
   if (!is_granted()) {
     [ZLTUtils stopProcessAssertion];
-    return answered_no("the assertion was not granted: the app does not run");
+    return answered_no("the assertion was not granted: the app of " +
+                       std::string([VHDeviceRoot() UTF8String]) + " does not run" +
+                       how_to_have_one());
   }
   std::cout << "granted\n" << std::flush;
   wait_for_the_end(seconds);

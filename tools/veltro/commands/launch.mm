@@ -3,10 +3,10 @@
 #include "commands.hpp"
 #include "io/exit.hpp"
 #include "io/json.hpp"
-#include "io/main_queue.hpp"
+#include "io/launching.hpp"
+#include "io/messenger.hpp"
 
 #import <VeltroHost/VeltroHost.h>
-#import <veltro/veltro.h>
 
 #include <CLI/CLI.hpp>
 #include <iostream>
@@ -24,10 +24,9 @@ int launch(const Options &options) {
   NSString *const identifier = [NSString stringWithUTF8String:options.identifier.c_str()];
   const std::string what = "cannot launch " + options.identifier + ": ";
   if (NSString *const obstacle = VHLaunchObstacle(identifier); obstacle != nil)
-    return answered_no(what + [obstacle UTF8String]);
-  [ZLTUtils launchApplication:identifier];
-  constexpr int64_t kLaunchDelay = 100'000'000;
-  run_main_queue_for(kLaunchDelay);
+    return answered_no(what + [obstacle UTF8String] +
+                       (options.identifier == kMessagingApp ? how_to_have_one() : ""));
+  launch_in_background(identifier);
   NSNumber *const process = [VHProcessesOfApp(identifier) firstObject];
   if (process == nil)
     return answered_no(what + "it does not run");

@@ -64,6 +64,7 @@ std::size_t columns_of(std::string_view text) {
 void print_table(const std::vector<std::string> &names,
                  const std::vector<std::vector<std::string>> &rows) {
   std::vector<std::size_t> widths;
+  widths.reserve(names.size());
   for (const std::string &name : names)
     widths.push_back(columns_of(name));
   for (const std::vector<std::string> &row : rows)
