@@ -267,6 +267,40 @@ TEST_F(RoundTool, ReplacesItsOwnInput) {
   EXPECT_EQ(facts.st_mode & 0777, 0666 & ~mask);
 }
 
+TEST_F(RoundTool, LeavesThePicturesOfItsOwnFolderAlone) {
+  const std::string png = png_in_one_color(4, 4);
+  const std::string in = file("in/one.png", png);
+  const std::string other = file("other/two.png", png);
+  fs::create_directory_symlink(path("in"), path("link"));
+  for (const char *const folder : {"in", "in/", "in/../in", "link"}) {
+    const ToolResult result =
+        run_tool({"round", other, in, "--size", "9x9", "--out-dir", path(folder)});
+    EXPECT_EQ(result.status, 2) << folder;
+    EXPECT_EQ(result.error, "veltro: round: " + in + " lies in " + path(folder) +
+                                " itself; --out-dir must be another folder than the pictures'\n");
+  }
+  const fs::path before = fs::current_path();
+  fs::current_path(path("in"));
+  EXPECT_EQ(run_tool({"round", "one.png", "--size", "9x9", "--out-dir", "."}).status, 2);
+  fs::current_path(before);
+  EXPECT_EQ(text_of(in), png);
+  EXPECT_EQ(text_of(other), png);
+  EXPECT_FALSE(fs::exists(path("in/two.png"))) << "nothing was begun";
+}
+
+TEST_F(RoundTool, WritesNoPngUnderAnotherName) {
+  const std::string in = file("in.png", png_in_one_color(4, 4));
+  for (const char *const name : {"o.jpg", "o.JPEG", "o.gif", "o.webp", "o.tiff"}) {
+    const ToolResult result = run_tool({"round", in, path(name), "--size", "9x9"});
+    EXPECT_EQ(result.status, 2) << name;
+    EXPECT_EQ(result.error, "veltro: round: " + path(name) +
+                                ": the result is PNG, and its name says otherwise\n");
+    EXPECT_FALSE(fs::exists(path(name)));
+  }
+  for (const char *const name : {"o.PNG", "o", "o.new"})
+    EXPECT_EQ(run_tool({"round", in, path(name), "--size", "9x9"}).status, 0) << name;
+}
+
 TEST_F(RoundTool, ExplainsWrongUse) {
   const std::string in = file("in.png", png_in_one_color(4, 4));
   const std::string out = path("out.png");

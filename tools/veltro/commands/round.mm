@@ -3,6 +3,7 @@
 #include "commands.hpp"
 #include "io/exit.hpp"
 #include "io/parallel_for.hpp"
+#include "io/picture_name.hpp"
 #include "io/progress_bar.hpp"
 #include "io/whole_file.hpp"
 
@@ -124,6 +125,14 @@ std::string round_picture(const Job &job, const Target &target, std::size_t max_
   return write_problem.empty() ? "" : job.out + ": " + write_problem;
 }
 
+/// Whether the file lies in that folder, whatever way leads there.
+bool is_folder_of(const std::string &folder, const std::string &file) {
+  namespace fs = std::filesystem;
+  const fs::path parent = fs::path(file).parent_path();
+  std::error_code error;
+  return fs::equivalent(parent.empty() ? "." : parent, folder, error) && !error;
+}
+
 /// Where each picture goes; false, and the reason in `problem`, where that makes no sense.
 bool plan(const RoundOptions &options, std::vector<Job> &jobs, std::string &problem) {
   if (options.out_dir.empty()) {
@@ -132,10 +141,19 @@ bool plan(const RoundOptions &options, std::vector<Job> &jobs, std::string &prob
       return false;
     }
     jobs.push_back({options.files[0], options.files[1]});
+    if (names_another_format(options.files[1])) {
+      problem = "round: " + options.files[1] + ": the result is PNG, and its name says otherwise";
+      return false;
+    }
     return true;
   }
   std::map<std::string, std::string> sources;
   for (const std::string &in : options.files) {
+    if (is_folder_of(options.out_dir, in)) {
+      problem = "round: " + in + " lies in " + options.out_dir +
+                " itself; --out-dir must be another folder than the pictures'";
+      return false;
+    }
     const std::filesystem::path name = std::filesystem::path(in).stem();
     std::string out = (std::filesystem::path(options.out_dir) / name).string() + ".png";
     const auto [first, is_new] = sources.emplace(out, in);

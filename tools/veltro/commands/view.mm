@@ -3,6 +3,7 @@
 #include "commands.hpp"
 #include "io/checks.hpp"
 #include "io/exit.hpp"
+#include "io/picture_name.hpp"
 #include "io/whole_file.hpp"
 #include "view/shown_view.hpp"
 #include "view/view_window.hpp"
@@ -68,8 +69,9 @@ bool parse_size(const std::string &text, CGSize &size) {
 std::string problem_with(const ViewOptions &options, CGSize &size) {
   if (options.out.empty() && options.animation.empty() && !options.window)
     return "one of --out, --animate and --window is needed";
-  if (options.animation.ends_with(".gif"))
-    return "an animation is a PNG file";
+  for (const std::string &file : {options.out, options.animation})
+    if (names_another_format(file))
+      return file + ": the picture is PNG, and its name says otherwise";
   const bool is_alert = options.kind == "alert";
   if (is_alert && !options.size.empty())
     return "an alert has the size that its contents need";
