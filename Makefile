@@ -39,6 +39,7 @@ ios: deps
 
 docs: build
 	@scripts/docs
+	@scripts/reference
 
 lint:
 	@scripts/install-deps bench

@@ -55,3 +55,9 @@ configure_package_config_file(cmake/veltro-config.cmake.in veltro-config.cmake
 write_basic_package_version_file(veltro-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/veltro-config.cmake ${PROJECT_BINARY_DIR}/veltro-config-version.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/veltro COMPONENT development)
+
+install(FILES docs/arc.md docs/environment.md docs/tutorial.md
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/veltro COMPONENT development)
+# Where `make docs` has made it.
+install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/reference
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/veltro COMPONENT development OPTIONAL)

@@ -1,3 +1,5 @@
+/// @file
+/// Passwords in the keychain, and the names of what its listings tell.
 #pragma once
 
 #include <veltro/ZLTLanguage.h>
@@ -13,14 +15,23 @@
 /// framework, unchanged, and those of ZLTKeyChainErrorCode.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainErrorDomain;
 
-/// Keys of the attribute dictionaries that the listings return. kZLTKeyChainClassKey has the value
-/// of the label key, as it always had: callers that read the one or the other get the same.
+// Keys of the attribute dictionaries that the listings return. Each value is as the keychain has
+// it.
+
+/// The account, an NSString.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainAccountKey;
+/// When the item was made, an NSDate.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainCreatedAtKey;
+/// The same string as kZLTKeyChainLabelKey, as it always was: callers that read the one or the
+/// other get the label.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainClassKey;
+/// The description, an NSString.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainDescriptionKey;
+/// The label, an NSString.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainLabelKey;
+/// When the item was last changed, an NSDate.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainLastModifiedKey;
+/// The service, an NSString.
 VELTRO_EXPORT extern NSString *const kZLTKeyChainWhereKey;
 
 /// The store's own error codes.
@@ -43,12 +54,14 @@ VELTRO_EXPORT
 /// The password as a string (autoreleased). Nil where there is no such item (errSecItemNotFound),
 /// and, without an error, where its bytes are empty or not UTF-8.
 + (NSString *)passwordForService:(NSString *)service account:(NSString *)account;
+/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
 + (NSString *)passwordForService:(NSString *)service
                          account:(NSString *)account
                            error:(NSError **)error;
 
 /// Deletes the item; NO where there is none (errSecItemNotFound).
 + (BOOL)deletePasswordForService:(NSString *)service account:(NSString *)account;
+/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
 + (BOOL)deletePasswordForService:(NSString *)service
                          account:(NSString *)account
                            error:(NSError **)error;
@@ -56,6 +69,7 @@ VELTRO_EXPORT
 /// Stores the password's UTF-8 bytes as a new item, after deleting the one that was there: its
 /// creation date is new as well. An empty password is stored; nil is ZLTKeyChainErrorBadArguments.
 + (BOOL)setPassword:(NSString *)password forService:(NSString *)service account:(NSString *)account;
+/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
 + (BOOL)setPassword:(NSString *)password
          forService:(NSString *)service
             account:(NSString *)account
@@ -65,10 +79,12 @@ VELTRO_EXPORT
 /// (autoreleased), without their secrets. Nil on failure, and where there is none
 /// (errSecItemNotFound).
 + (NSArray *)allAccounts;
+/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
 + (NSArray *)allAccounts:(NSError **)error;
 
 /// The same for the items of one service, or of all where it is nil.
 + (NSArray *)accountsForService:(NSString *)service;
+/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
 + (NSArray *)accountsForService:(NSString *)service error:(NSError **)error;
 
 /// The accessibility that every save of this process gives its item; null, as it is at first, for

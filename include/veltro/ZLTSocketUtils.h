@@ -11,7 +11,8 @@
 VELTRO_EXPORT
 @interface ZLTSocketUtils : NSObject
 
-/// The port that requests go to: 0, on which nobody listens, until one is set.
+/// The port that requests go to: 0, on which nobody listens, until one is set. Any
+/// thread.
 + (NSInteger)socketPort;
 
 /// Sets the port for all later requests of this process. Any number is taken as it is; a connection

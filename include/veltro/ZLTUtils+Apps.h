@@ -37,7 +37,7 @@
 /// bundle's default one.
 + (NSString *)localizedLabel:(NSString *)identifier table:(NSString *)table key:(NSString *)key;
 
-/// UIKit's string for `key`, from its default table, or `key` itself.
+/// UIKit's string for `key`, from its default table, or `key` itself; the empty string for nil.
 + (NSString *)localizedLabelFromUIKit:(NSString *)key;
 
 /// ChatKit's string for `key`; where it has none, that of the Couria settings bundle's default

@@ -7,6 +7,7 @@
 #import <UIKit/UIImage.h>
 #import <veltro/ZLTUtils.h>
 
+/// Pictures. May be called on any thread; the caller does not own what is returned.
 @interface ZLTUtils (Images)
 
 /// `image` stretched to `width` x `height` points and clipped to a circle, as a new image at the

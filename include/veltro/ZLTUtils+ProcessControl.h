@@ -14,8 +14,8 @@
 @interface ZLTUtils (ProcessControl)
 
 /// Launches the app with that bundle identifier in the background, 0.1 seconds later on the main
-/// queue, whether or not it runs already. Logs "Trying to launch Whatsapp..." whatever the
-/// identifier and returns at once. Any thread.
+/// queue, whether or not it runs already; nothing for nil. Logs "Trying to launch Whatsapp..."
+/// whatever the identifier and returns at once. Any thread.
 + (void)launchApplication:(NSString *)identifier;
 
 /// `launchApplication:` for the messaging app, unless `isWhatsAppRunning`. Any thread.
@@ -34,7 +34,7 @@
 + (void)startProcessAssertion;
 
 /// Gives up the held process assertion and logs "************** Assertion invlidated for WhatsApp
-/// ***************"; does nothing where none is held.
+/// ***************"; does nothing where none is held. From the thread that starts it.
 + (void)stopProcessAssertion;
 
 @end

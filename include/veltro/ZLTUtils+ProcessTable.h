@@ -6,6 +6,7 @@
 
 #import <veltro/ZLTUtils.h>
 
+/// What runs on the device.
 @interface ZLTUtils (ProcessTable)
 
 /// Whether the messaging app runs: whether a process exists whose command name is "WhatsApp",

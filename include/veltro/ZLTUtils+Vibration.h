@@ -6,6 +6,7 @@
 
 #import <veltro/ZLTUtils.h>
 
+/// The device's motor.
 @interface ZLTUtils (Vibration)
 
 /// Makes the device vibrate once, briefly. Any thread.

@@ -21,7 +21,8 @@ VELTRO_EXPORT
   NSString *_userIdentifier;
 }
 
-/// Reads the keys of the archive form; a key that is missing leaves its property empty.
+/// Reads the keys of the archive form; a key that is missing leaves its property empty, and so does
+/// a nil coder. The caller owns the message.
 - (id)initWithCoder:(NSCoder *)coder;
 
 /// Writes the four keys of the archive form, references that are nil included.

@@ -34,7 +34,7 @@ in_root veltro info
 grep -q '^release: 9.3.5$' "$log" || { cat "$log"; exit 1; }
 in_root veltro view loading --language de -o /tmp/loading.png
 
-in_root apt-get install -y --no-install-recommends /tmp/libveltro-dev.deb clang-19 cmake ninja-build pkg-config g++
+in_root apt-get install -y --no-install-recommends /tmp/libveltro-dev.deb clang-19 cmake ninja-build pkg-config
 cat >"$root/tmp/build" <<'END'
 set -eu
 cd /tmp/consumer
@@ -43,7 +43,8 @@ for file in object.m ownership.m main.mm plain.c plain.cpp; do
   clang-19 $standard -Wall -Werror $(pkg-config --cflags veltro) -c $file -o $file.o
 done
 clang++-19 *.o $(pkg-config --libs veltro) -o by-pkg-config
-cmake -G Ninja -B tree -DCMAKE_OBJC_COMPILER=/usr/bin/clang-19 -DCMAKE_OBJCXX_COMPILER=/usr/bin/clang++-19
+cmake -G Ninja -B tree -DCMAKE_C_COMPILER=clang-19 -DCMAKE_CXX_COMPILER=clang++-19 \
+  -DCMAKE_OBJC_COMPILER=/usr/bin/clang-19 -DCMAKE_OBJCXX_COMPILER=/usr/bin/clang++-19
 cmake --build tree
 END
 in_root sh /tmp/build
