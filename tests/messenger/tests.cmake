@@ -20,3 +20,5 @@ messenger_process_test(tool Send NotRunning Roots Chat)
 add_test(NAME demo COMMAND ${PROJECT_SOURCE_DIR}/tests/support/alone
   ${PROJECT_SOURCE_DIR}/scripts/demo ${PROJECT_BINARY_DIR}/bin)
 set_tests_properties(demo PROPERTIES TIMEOUT 300 LABELS library)
+add_test(NAME demo/side-by-side COMMAND ${PROJECT_SOURCE_DIR}/tests/messenger/demos_test.sh ${PROJECT_BINARY_DIR}/bin)
+set_tests_properties(demo/side-by-side PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
