@@ -4,6 +4,7 @@
 
 #import <veltro/ZLTKeyChain.h>
 
+#include <algorithm>
 #include <set>
 
 namespace veltro::test {
@@ -23,6 +24,13 @@ std::vector<std::size_t> pages_of(const std::string &file, char kind) {
     if (file[at] == kind)
       found.push_back(at);
   return found;
+}
+
+/// The file with these pages unreadable.
+std::string without(std::string file, const std::vector<std::size_t> &pages) {
+  for (const std::size_t at : pages)
+    file[at] = '?';
+  return file;
 }
 
 /// Puts `file` in the place of the keychain's, and of all that was beside it.
@@ -260,6 +268,18 @@ protected:
     ASSERT_EQ(intact_.size() % page, 0U);
   }
 
+  /// The names of the items of which nothing stands on these pages.
+  [[nodiscard]] std::set<std::string> items_outside(const std::vector<std::size_t> &pages) const {
+    std::set<std::string> names;
+    for (int at = 0; at < items; ++at)
+      if (std::ranges::none_of(pages, [&](std::size_t begin) {
+            return intact_.substr(begin, page).find(account_name(at)) != std::string::npos;
+          }))
+        names.insert(account_name(at));
+    EXPECT_LT(names.size(), static_cast<std::size_t>(items));
+    return names;
+  }
+
   std::string intact_;
 };
 
@@ -268,18 +288,8 @@ TEST_F(KeychainOfManyPages, OnlyItemsOnUnreadablePagesAreLost) {
   ASSERT_GT(leaves.size(), 5U);
   // The table breaks off at the second page and, from behind, at the fourth: what is between is
   // found by the index.
-  std::string corrupt = intact_;
-  std::set<std::string> expected;
-  for (int at = 0; at < items; ++at) {
-    bool lost = false;
-    for (const std::size_t leaf : {leaves[1], leaves[3]})
-      lost |= intact_.substr(leaf, page).find(account_name(at)) != std::string::npos;
-    if (!lost)
-      expected.insert(account_name(at));
-  }
-  ASSERT_LT(expected.size(), static_cast<std::size_t>(items));
-  for (const std::size_t leaf : {leaves[1], leaves[3]})
-    corrupt[leaf] = '?';
+  const std::string corrupt = without(intact_, {leaves[1], leaves[3]});
+  const std::set<std::string> expected = items_outside({leaves[1], leaves[3]});
   put_in_place(corrupt);
   EXPECT_EQ(list(item(nil, nil)), nil);
   EXPECT_EQ(look_at_all(), expected);
@@ -287,11 +297,16 @@ TEST_F(KeychainOfManyPages, OnlyItemsOnUnreadablePagesAreLost) {
   EXPECT_TRUE(contents(paths().database + ".damaged-1") == corrupt);
 }
 
+TEST_F(KeychainOfManyPages, TheTableIsReadFromBothEnds) {
+  const std::size_t leaf = pages_of(intact_, leaf_of_table).at(2);
+  const std::string corrupt = without(intact_, {leaf});
+  put_in_place(without(corrupt, pages_of(intact_, leaf_of_index)));
+  EXPECT_EQ(list(item(nil, nil)), nil);
+  EXPECT_EQ(look_at_all(), items_outside({leaf}));
+}
+
 TEST_F(KeychainOfManyPages, TheTableAloneIsEnough) {
-  std::string corrupt = intact_;
-  for (const std::size_t leaf : pages_of(intact_, leaf_of_index))
-    corrupt[leaf] = '?';
-  put_in_place(corrupt);
+  put_in_place(without(intact_, pages_of(intact_, leaf_of_index)));
   EXPECT_EQ(status_of_search(item(@"pages", account(0))), errSecNotAvailable);
   EXPECT_EQ(look_at_all().size(), static_cast<std::size_t>(items));
 }

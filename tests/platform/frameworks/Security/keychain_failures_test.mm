@@ -6,7 +6,9 @@
 #include <array>
 #include <cstring>
 #include <dlfcn.h>
+#include <functional>
 #include <sqlite3.h>
+#include <utility>
 
 namespace {
 
@@ -18,6 +20,7 @@ int failures = 0;
 
 int statements = 0; ///< that are prepared now
 bool reading_fails = false;
+std::function<void()> before_begin; ///< what happens once while a writer waits for its turn
 int busy_timeout = -1;
 
 template <typename Function> Function real(const char *name) {
@@ -61,6 +64,8 @@ int sqlite3_step(sqlite3_stmt *statement) {
   static const auto text = real<decltype(&sqlite3_sql)>("sqlite3_sql");
   if (!fails_to_prepare && is_to_fail(text(statement)))
     return failure;
+  if (before_begin && text(statement) == std::string_view("BEGIN IMMEDIATE"))
+    std::exchange(before_begin, nullptr)();
   return step(statement);
 }
 
@@ -223,6 +228,20 @@ TEST_F(KeychainFailures, ASaveSaysWhyTheOldItemIsInItsWay) {
   EXPECT_EQ(add(@"mail", @"ann", "two"), errSecDiskFull);
   EXPECT_EQ(add(@"mail", @"ann", "two"), errSecDuplicateItem);
   expect_all_is_well();
+}
+
+TEST_F(KeychainFailures, AWriterThatWaitedWritesToTheFileThatIsThereThen) {
+  checkpoint();
+  ASSERT_EQ(status_of_search(item(@"mail", @"ann")), errSecSuccess);
+  const std::string copy = paths().database + ".copy";
+  before_begin = [&] {
+    write_file(copy, contents(paths().database));
+    files::rename(copy, paths().database);
+  };
+  EXPECT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
+  EXPECT_FALSE(before_begin);
+  close_keychain();
+  EXPECT_EQ([list(item(nil, nil)) count], 2U);
 }
 
 TEST_F(KeychainFailures, StatementsOfManyQueriesDoNotPileUp) {
