@@ -77,6 +77,8 @@ int Database::open(const std::string &path, Access access) {
   sqlite3_busy_timeout(connection, kBusyTimeout);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  // The name of a column that is not there, in a foreign schema, is to be an error and no text.
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   if (access == Access::exclusive)
     run("PRAGMA locking_mode = EXCLUSIVE");
   // The page cache holds 100,000 items; only pages that were read take memory.
