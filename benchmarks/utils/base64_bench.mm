@@ -1,5 +1,7 @@
 // Base64, the kernels and the whole methods, against what a user would pick instead, on clean input
-// and with a line break every 76 characters. Bytes per second count the plain bytes.
+// and with a line break every 76 characters; the methods also against what they are made of: the
+// kernel with one allocation of the result, and Foundation's part. Bytes per second count the plain
+// bytes.
 
 #import <Foundation/Foundation.h>
 #import <veltro/ZLTUtils+Base64.h>
@@ -206,8 +208,59 @@ NSData *libb64_decoded(NSString *string) {
   return [NSData dataWithBytesNoCopy:bytes length:static_cast<NSUInteger>(length) freeWhenDone:YES];
 }
 
+/// What a method would take that made its result by nothing but the kernel.
+void kernel_and_malloc_encode(benchmark::State &state) {
+  const Bytes bytes = plain(size_of(state));
+  method(state, [&] {
+    auto *const text = static_cast<char *>(malloc(veltro::base64::encoded_length(bytes.size())));
+    veltro::base64::encode(bytes.data(), bytes.size(), text);
+    benchmark::DoNotOptimize(text);
+    free(text);
+    return nil;
+  });
+}
+
+void kernel_and_malloc_decode(benchmark::State &state, bool lines) {
+  const std::string text = code(size_of(state), lines);
+  std::uint8_t table[256];
+  veltro::base64::make_table(table);
+  method(state, [&] {
+    auto *const bytes =
+        static_cast<std::uint8_t *>(malloc(veltro::base64::decoded_capacity(text.size())));
+    veltro::base64::decode_refusing(text.data(), text.size(), table, bytes);
+    benchmark::DoNotOptimize(bytes);
+    free(bytes);
+    return nil;
+  });
+}
+
+/// The string of a text that is there.
+void foundation_encode(benchmark::State &state) {
+  std::string text = code(size_of(state), false);
+  method(state, [&] {
+    return [[[NSString alloc] initWithBytesNoCopy:text.data()
+                                           length:text.size()
+                                         encoding:NSASCIIStringEncoding
+                                     freeWhenDone:NO] autorelease];
+  });
+}
+
+/// The text of a string, and the data of bytes that are there.
+void foundation_decode(benchmark::State &state, bool lines) {
+  @autoreleasepool {
+    const Bytes bytes = plain(size_of(state));
+    NSString *const string = string_of(state, lines);
+    method(state, [&] {
+      @autoreleasepool {
+        benchmark::DoNotOptimize([string cStringUsingEncoding:NSASCIIStringEncoding]);
+      }
+      return [NSData dataWithBytes:bytes.data() length:bytes.size()];
+    });
+  }
+}
+
 void sizes(benchmark::internal::Benchmark *benchmark) {
-  benchmark->Arg(1 << 10)->Arg(64 << 10)->Arg(16 << 20);
+  benchmark->Arg(48)->Arg(1 << 10)->Arg(64 << 10)->Arg(16 << 20);
 }
 
 } // namespace
@@ -231,6 +284,8 @@ BENCHMARK_CAPTURE(openssl_decode, , true)->Name("decode-dropping-lines/openssl")
 
 ENCODE("method-encode/veltro", [ZLTUtils base64EncodeData:data]);
 ENCODE("method-encode/veltro-first-codec", [ZLTUtils encodeBase64WithData:data]);
+BENCHMARK(kernel_and_malloc_encode)->Name("method-encode/kernel-and-malloc") SIZES;
+BENCHMARK(foundation_encode)->Name("method-encode/foundation-alone") SIZES;
 ENCODE("method-encode/gnustep", [data base64EncodedStringWithOptions:0]);
 ENCODE("method-encode/glib", glib_encoded(data));
 ENCODE("method-encode/libb64", libb64_encoded(data));
@@ -241,6 +296,8 @@ ENCODE("method-encode/libb64", libb64_encoded(data));
 #define DECODE_ALL(group, lines)                                                                   \
   DECODE(group "/veltro", lines, [ZLTUtils base64DecodeString:string]);                            \
   DECODE(group "/veltro-first-codec", lines, [ZLTUtils decodeBase64WithString:string]);            \
+  BENCHMARK_CAPTURE(kernel_and_malloc_decode, , lines)->Name(group "/kernel-and-malloc") SIZES;    \
+  BENCHMARK_CAPTURE(foundation_decode, , lines)->Name(group "/foundation-alone") SIZES;            \
   DECODE(group "/gnustep", lines,                                                                  \
          [[[NSData alloc] initWithBase64EncodedString:string                                       \
                                               options:NSDataBase64DecodingIgnoreUnknownCharacters] \
