@@ -1,7 +1,9 @@
 #include "support/png.hpp"
 #include "support/scratch.hpp"
+#include "support/tool.hpp"
 
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -16,6 +18,7 @@ using namespace veltro::test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 /// Runs the tool with its standard error on a terminal; what it wrote there.
 std::string seen_on_terminal(const std::vector<std::string> &arguments, int expected_status) {
@@ -45,7 +48,7 @@ std::string seen_on_terminal(const std::vector<std::string> &arguments, int expe
 }
 
 /// What stands on each line of the terminal in the end: a carriage return goes back to a line's
-/// start, ESC [ K wipes what is right of the cursor.
+/// start; spaces at the end are not seen.
 std::vector<std::string> lines_left(const std::string &seen) {
   std::vector<std::string> lines(1);
   std::size_t column = 0;
@@ -55,14 +58,13 @@ std::vector<std::string> lines_left(const std::string &seen) {
       column = 0;
     } else if (seen[at] == '\n') {
       lines.emplace_back();
-    } else if (seen.compare(at, 3, "\033[K") == 0) {
-      line.resize(column);
-      at += 2;
     } else {
       line.resize(std::max(line.size(), column + 1), ' ');
       line[column++] = seen[at];
     }
   }
+  for (std::string &line : lines)
+    line.resize(line.find_last_not_of(' ') + 1);
   return lines;
 }
 
@@ -108,6 +110,22 @@ TEST_F(RoundProgress, KeepsComplaintsOnLinesOfTheirOwn) {
 
 TEST_F(RoundProgress, ShowsNothingForASinglePicture) {
   EXPECT_THAT(seen_on_terminal(rounding(1), 0), IsEmpty());
+}
+
+TEST_F(RoundProgress, NeedsNoEscapeSequences) {
+  for (const char *const no_color : {"", "1"}) {
+    setenv("NO_COLOR", no_color, 1);
+    EXPECT_THAT(seen_on_terminal(rounding(3, {file("empty.png", "")}), 1), Not(HasSubstr("\033")));
+    EXPECT_THAT(seen_on_terminal({"ps", "no such name"}, 1), Not(HasSubstr("\033")));
+    EXPECT_THAT(seen_on_terminal({"--help"}, 0), Not(HasSubstr("\033")));
+  }
+  unsetenv("NO_COLOR");
+}
+
+TEST_F(RoundProgress, IsShownOnATerminalOnly) {
+  const ToolResult result = run_tool(rounding(3));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out + result.error, "");
 }
 
 } // namespace

@@ -30,19 +30,21 @@ void ProgressBar::complain(std::string_view text) {
   draw();
 }
 
-void ProgressBar::draw() const {
+void ProgressBar::draw() {
   constexpr std::size_t kWidth = 40;
   if (!shown_)
     return;
   const std::size_t full = done_ * kWidth / total_;
-  std::cerr << "\r[" + std::string(full, '#') + std::string(kWidth - full, ' ') + "] " +
-                   std::to_string(done_) + "/" + std::to_string(total_)
-            << std::flush;
+  const std::string bar = "[" + std::string(full, '#') + std::string(kWidth - full, ' ') + "] " +
+                          std::to_string(done_) + "/" + std::to_string(total_);
+  length_ = bar.size();
+  std::cerr << '\r' + bar << std::flush;
 }
 
 void ProgressBar::clear() const {
+  // Spaces do what an escape sequence would, on every terminal.
   if (shown_)
-    std::cerr << "\r\033[K" << std::flush;
+    std::cerr << '\r' + std::string(length_, ' ') + '\r' << std::flush;
 }
 
 } // namespace veltro::tool

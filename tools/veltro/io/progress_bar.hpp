@@ -22,12 +22,13 @@ public:
   void complain(std::string_view text);
 
 private:
-  void draw() const;
+  void draw();
   void clear() const;
 
   std::mutex mutex_;
   std::size_t total_;
   std::size_t done_ = 0;
+  std::size_t length_ = 0; ///< of the bar that is drawn
   bool shown_;
 };
 
