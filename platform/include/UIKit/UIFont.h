@@ -4,7 +4,8 @@
 
 #import <Foundation/Foundation.h>
 
-/// A font, which never changes. The system's font is the machine's sans-serif one.
+/// A font, which never changes. The system's font is Liberation Sans, which measures as
+/// Helvetica does; the machine's sans-serif fonts stand in for what it lacks.
 @interface UIFont : NSObject <NSCopying> {
   NSString *_fontName;
   CGFloat _pointSize;

@@ -1,5 +1,8 @@
-// UIFont: the system's font, regular and bold. Follows Apple's UIFont class reference; fonts by
-// name, descriptors and single glyphs' measures are left out.
+// UIFont: the system's font, regular and bold: Liberation Sans, whose letters are as wide as
+// Helvetica's, so that lines break where they do on the device. What it has no letters for is set
+// in whatever font of the machine has them, and so is all text where it is not installed;
+// fontconfig chooses. Follows Apple's UIFont class reference; fonts by name, descriptors and single
+// glyphs' measures are left out.
 
 #import <UIKit/UIFont.h>
 
@@ -12,7 +15,7 @@
 
 - (instancetype)initWithSize:(CGFloat)size bold:(BOOL)bold {
   if ((self = [super init]) != nil) {
-    _fontName = [(bold ? @"Sans Bold" : @"Sans") retain];
+    _fontName = [(bold ? @"Liberation Sans Bold" : @"Liberation Sans") retain];
     _pointSize = size;
     _bold = bold;
   }

@@ -30,6 +30,8 @@ TextLayout::TextLayout(NSString *text, UIFont *font)
   cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
   pango_cairo_context_set_font_options(context_, options);
   cairo_font_options_destroy(options);
+  // Letters are as wide as the font says, and not whole points.
+  pango_context_set_round_glyph_positions(context_, FALSE);
   layout_ = pango_layout_new(context_);
 
   PangoFontDescription *const description =

@@ -48,6 +48,32 @@ TEST(Font, HasLinesThatGrowWithIt) {
   EXPECT_NEAR([[UIFont systemFontOfSize:30] lineHeight], 3 * height, 0.1);
 }
 
+/// Of ten letters at a size of 100, so that the width is that of Helvetica's tables.
+CGFloat width_of_ten(NSString *letter, UIFont *font) {
+  UILabel *const label = label_of([@"" stringByPaddingToLength:10
+                                                    withString:letter
+                                               startingAtIndex:0]);
+  [label setFont:font];
+  return size_in(label, 0).width;
+}
+
+TEST(Font, IsAsWideAsHelvetica) {
+  UIFont *const regular = [UIFont systemFontOfSize:100];
+  EXPECT_NEAR(width_of_ten(@"M", regular), 833, 1);
+  EXPECT_NEAR(width_of_ten(@"i", regular), 222, 1);
+  EXPECT_NEAR(width_of_ten(@"n", regular), 556, 1);
+  EXPECT_NEAR(width_of_ten(@"n", [UIFont boldSystemFontOfSize:100]), 611, 1);
+}
+
+TEST(Font, LeavesWhatItLacksToOtherFonts) {
+  // An alef is a mere stroke; the box of a letter that no font has is wide.
+  UILabel *const label = label_of(@"\u0627", 100, 100);
+  [label setFont:[UIFont systemFontOfSize:60]];
+  const Ink drawn = ink(label);
+  EXPECT_LT(drawn.right - drawn.left, 12U);
+  EXPECT_GT(drawn.bottom - drawn.top, 30U);
+}
+
 TEST(Label, HasTheDevicesNumbersForItsAlignments) {
   EXPECT_EQ(NSTextAlignmentLeft, 0);
   EXPECT_EQ(NSTextAlignmentCenter, 1);
@@ -92,7 +118,7 @@ TEST(Label, StandsFontsOfAnySize) {
     [label setFont:[UIFont systemFontOfSize:size]];
     EXPECT_EQ(picture_of(label, 3).width, 180U) << size;
     EXPECT_GE([label sizeThatFits:CGSizeMake(60, 0)].width, 0) << size;
-    // None spoils the text that is drawn after it.
+    // None changes the text that is drawn after it.
     EXPECT_EQ(ink(label_of(@"word")).pixels, before.pixels) << size;
   }
   EXPECT_GT(before.pixels, 50U);
