@@ -3,30 +3,40 @@
 #import <QuartzCore/CALayer.h>
 #import <UIKit/UIColor.h>
 #import <UIKit/UIFont.h>
+#import <UIKit/UIGraphics.h>
 #import <UIKit/UILabel.h>
 #import <UIKit/UIScreen.h>
 
+#include "frameworks/CoreGraphics/context.hpp"
+#include "frameworks/UIKit/alert_drawing.hpp"
+#include "frameworks/UIKit/alert_style.hpp"
 #include "machine/device/release.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
 
 namespace {
 
-constexpr CGFloat kMargin = 16;
-constexpr CGFloat kButtonHeight = 44;
+using veltro::host::AlertStyle;
 
-/// A line of the alert that stands at `top`, as high as it must be.
-UILabel *text_line(NSString *text, UIFont *font, CGFloat top, CGFloat width, bool light) {
+/// Above and below an accessory view.
+constexpr CGFloat kAccessoryGap = 12;
+
+const AlertStyle &current_style() {
+  return veltro::host::alert_style(
+      veltro::host::foundation_version_number(veltro::host::system_version()));
+}
+
+/// Text in the middle of its lines, on nothing.
+UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
   UILabel *const label = [[[UILabel alloc] initWithFrame:CGRectZero] autorelease];
   [label setBackgroundColor:nil];
   [label setFont:font];
-  [label setNumberOfLines:0];
   [label setText:text];
-  [label setTextColor:light ? [UIColor blackColor] : [UIColor whiteColor]];
+  [label setTextColor:color];
   [label setTextAlignment:NSTextAlignmentCenter];
-  const CGFloat inner = width - 2 * kMargin;
-  const CGSize size = [label sizeThatFits:CGSizeMake(inner, 0)];
-  [label setFrame:CGRectMake(kMargin, top, inner, size.height)];
   return label;
 }
 
@@ -35,7 +45,7 @@ UILabel *text_line(NSString *text, UIFont *font, CGFloat top, CGFloat width, boo
 @implementation UIAlertView (Layout)
 
 + (BOOL)isLight {
-  return veltro::host::foundation_version_number(veltro::host::system_version()) >= 1047.0;
+  return current_style().light;
 }
 
 - (void)addLabel:(UILabel *)label {
@@ -43,62 +53,75 @@ UILabel *text_line(NSString *text, UIFont *font, CGFloat top, CGFloat width, boo
   [self addSubview:label];
 }
 
+/// Adds `text`, where there is any, at `top` and as high as it must be. Returns where it ends.
+- (CGFloat)addText:(NSString *)text font:(UIFont *)font top:(CGFloat)top {
+  if ([text length] == 0)
+    return top;
+  const AlertStyle &style = current_style();
+  UILabel *const label =
+      centered_label(text, font, style.light ? [UIColor blackColor] : [UIColor whiteColor]);
+  [label setNumberOfLines:0];
+  const CGFloat width = style.width - 2 * style.text_margin;
+  const CGFloat height = [label sizeThatFits:CGSizeMake(width, 0)].height;
+  [label setFrame:CGRectMake(style.text_margin, top, width, height)];
+  [self addLabel:label];
+  return top + height;
+}
+
+/// Adds the buttons below `top`. Returns where the last of them ends.
+- (CGFloat)addButtonsBelow:(CGFloat)top {
+  const AlertStyle &style = current_style();
+  UIColor *const color =
+      style.light ? [UIColor colorWithRed:0 green:0.478 blue:1 alpha:1] : [UIColor whiteColor];
+  CGFloat bottom = top;
+  NSInteger index = 0;
+  for (const CGRect &frame :
+       veltro::host::button_frames(style, [_buttonTitles count], _cancelButtonIndex, top)) {
+    const bool bold = !style.light || index == _cancelButtonIndex;
+    UILabel *const button = centered_label([self buttonTitleAtIndex:index],
+                                           bold ? [UIFont boldSystemFontOfSize:style.button_size]
+                                                : [UIFont systemFontOfSize:style.button_size],
+                                           color);
+    [button setFrame:frame];
+    [button setTag:++index];
+    [self addLabel:button];
+    bottom = std::max(bottom, CGRectGetMaxY(frame));
+  }
+  return bottom;
+}
+
 - (void)build {
-  const bool light = [UIAlertView isLight];
-  const CGFloat width = light ? 270 : 284;
-  CGFloat bottom = 20;
+  const AlertStyle &style = current_style();
   // An alert may be shown again, with other contents.
   for (UILabel *label in _labels)
     [label removeFromSuperview];
   [_labels removeAllObjects];
-  if ([_title length] != 0) {
-    UILabel *const line = text_line(_title, [UIFont boldSystemFontOfSize:17], bottom, width, light);
-    [self addLabel:line];
-    bottom = CGRectGetMaxY([line frame]) + 4;
-  }
-  if ([_message length] != 0) {
-    UILabel *const line =
-        text_line(_message, [UIFont systemFontOfSize:light ? 13 : 15], bottom, width, light);
-    [self addLabel:line];
-    bottom = CGRectGetMaxY([line frame]) + 4;
-  }
+  CGFloat bottom = [self addText:_title
+                            font:[UIFont boldSystemFontOfSize:style.title_size]
+                             top:style.text_top];
+  if ([_title length] != 0 && [_message length] != 0)
+    bottom += style.text_gap;
+  bottom = [self addText:_message font:[UIFont systemFontOfSize:style.message_size] top:bottom];
   if (_accessoryView != nil) {
     const CGRect frame = [_accessoryView frame];
-    const CGFloat x = frame.origin.x != 0 ? frame.origin.x : (width - frame.size.width) / 2;
-    [_accessoryView setFrame:CGRectMake(x, bottom + 8, frame.size.width, frame.size.height)];
-    bottom += frame.size.height + 8;
+    const CGFloat x = frame.origin.x != 0 ? frame.origin.x : (style.width - frame.size.width) / 2;
+    bottom += kAccessoryGap;
+    [_accessoryView setFrame:CGRectMake(x, bottom, frame.size.width, frame.size.height)];
+    bottom += frame.size.height + kAccessoryGap;
   } else {
-    // Room for what was added as a plain subview, where it was put.
+    // Space for what was added as a plain subview, where it was put.
     for (UIView *view in [self subviews])
       bottom = std::max(bottom, CGRectGetMaxY([view frame]));
+    bottom += style.below_text;
   }
-  bottom += 12;
-  const bool beside = [self numberOfButtons] == 2;
-  const CGFloat button_width = beside ? width / 2 : width;
-  for (NSInteger index = 0; index < [self numberOfButtons]; ++index) {
-    UIFont *const font = index == _cancelButtonIndex ? [UIFont boldSystemFontOfSize:17]
-                                                     : [UIFont systemFontOfSize:17];
-    UILabel *const button = [[[UILabel alloc]
-        initWithFrame:CGRectMake(beside ? static_cast<CGFloat>(index) * button_width : 0, bottom,
-                                 button_width, kButtonHeight)] autorelease];
-    [button setBackgroundColor:nil];
-    [button setFont:font];
-    [button setTextAlignment:NSTextAlignmentCenter];
-    [button setTextColor:light ? [UIColor colorWithRed:0 green:0.478 blue:1 alpha:1]
-                               : [UIColor whiteColor]];
-    [button setText:[self buttonTitleAtIndex:index]];
-    [button setTag:index + 1];
-    [self addLabel:button];
-    if (!beside || index == 1)
-      bottom += kButtonHeight;
-  }
-  [self setBackgroundColor:light ? [UIColor colorWithWhite:0.97 alpha:0.97]
-                                 : [UIColor colorWithRed:0.07 green:0.15 blue:0.34 alpha:0.92]];
-  [[self layer] setCornerRadius:light ? 7 : 12];
-  [[self layer] setMasksToBounds:YES];
+  // Buttons stand on the grid of pixels, whatever is above them.
+  bottom = [self addButtonsBelow:std::ceil(bottom)] + style.below_buttons;
+  [self setBackgroundColor:style.light ? [UIColor colorWithWhite:0.97 alpha:0.97] : nil];
+  [[self layer] setCornerRadius:style.light ? style.corner_radius : 0];
+  [[self layer] setMasksToBounds:style.light];
   const CGRect screen = [[UIScreen mainScreen] bounds];
-  [self setFrame:CGRectMake((screen.size.width - width) / 2, (screen.size.height - bottom) / 2,
-                            width, bottom)];
+  [self setFrame:CGRectMake((screen.size.width - style.width) / 2,
+                            (screen.size.height - bottom) / 2, style.width, bottom)];
 }
 
 - (NSInteger)buttonIndexAtPoint:(CGPoint)point {
@@ -106,6 +129,25 @@ UILabel *text_line(NSString *text, UIFont *font, CGFloat top, CGFloat width, boo
     if ([label tag] > 0 && CGRectContainsPoint([label frame], point))
       return [label tag] - 1;
   return -1;
+}
+
+- (void)drawRect:(CGRect)rect {
+  cairo_t *const cairo = veltro::host::cairo_of(UIGraphicsGetCurrentContext());
+  if (!_visible || cairo == nullptr)
+    return;
+  const AlertStyle &style = current_style();
+  std::vector<CGRect> buttons;
+  for (UILabel *label in _labels)
+    if ([label tag] > 0)
+      buttons.push_back([label frame]);
+  if (style.light) {
+    veltro::host::draw_hairlines(cairo, buttons, [[UIScreen mainScreen] scale]);
+    return;
+  }
+  veltro::host::draw_panel(cairo, rect, style.corner_radius);
+  const long darker = veltro::host::darker_button(buttons.size(), _cancelButtonIndex);
+  for (std::size_t index = 0; index < buttons.size(); ++index)
+    veltro::host::draw_raised_button(cairo, buttons[index], std::cmp_equal(index, darker));
 }
 
 @end

@@ -1,0 +1,123 @@
+#include "frameworks/UIKit/alert_drawing.hpp"
+
+#include <initializer_list>
+#include <numbers>
+
+namespace veltro::host {
+namespace {
+
+constexpr double kHairlineShade = 0.2;
+
+/// How far the shadow reaches; it falls downwards.
+constexpr int kShadowReach = 4;
+constexpr double kShadowDrop = 2;
+constexpr double kRimWidth = 2;
+/// The gloss ends in an arc, which is lowest in the middle of the panel.
+constexpr double kGlossHeight = 32;
+constexpr double kGlossRadius = 560;
+constexpr double kButtonRadius = 6;
+
+/// A place of a gradient of white.
+struct Stop {
+  double offset;
+  double alpha;
+};
+
+CGRect inset(CGRect rect, double by) {
+  return CGRectInset(rect, by, by);
+}
+
+void rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
+  constexpr double right_angle = std::numbers::pi / 2;
+  const double left = CGRectGetMinX(rect) + radius;
+  const double right = CGRectGetMaxX(rect) - radius;
+  const double top = CGRectGetMinY(rect) + radius;
+  const double bottom = CGRectGetMaxY(rect) - radius;
+  cairo_new_path(cairo);
+  cairo_arc(cairo, right, top, radius, -right_angle, 0);
+  cairo_arc(cairo, right, bottom, radius, 0, right_angle);
+  cairo_arc(cairo, left, bottom, radius, right_angle, 2 * right_angle);
+  cairo_arc(cairo, left, top, radius, 2 * right_angle, 3 * right_angle);
+  cairo_close_path(cairo);
+}
+
+/// Lightens the path from `top` to `bottom`.
+void lighten(cairo_t *cairo, double top, double bottom, std::initializer_list<Stop> stops) {
+  cairo_pattern_t *const light = cairo_pattern_create_linear(0, top, 0, bottom);
+  for (const Stop &stop : stops)
+    cairo_pattern_add_color_stop_rgba(light, stop.offset, 1, 1, 1, stop.alpha);
+  cairo_set_source(cairo, light);
+  cairo_pattern_destroy(light);
+  cairo_fill(cairo);
+}
+
+/// A line `width` wide along the inner side of the rounded rectangle's edge.
+void stroke_inside(cairo_t *cairo, CGRect rect, double radius, double width, double level,
+                   double alpha) {
+  rounded_rect(cairo, inset(rect, width / 2), radius - width / 2);
+  cairo_set_line_width(cairo, width);
+  cairo_set_source_rgba(cairo, level, level, level, alpha);
+  cairo_stroke(cairo);
+}
+
+} // namespace
+
+void draw_hairlines(cairo_t *cairo, std::span<const CGRect> buttons, CGFloat pixels_per_point) {
+  const double thickness = 1 / pixels_per_point;
+  // One path, so that nothing is darker where the lines meet.
+  cairo_new_path(cairo);
+  for (const CGRect &button : buttons) {
+    cairo_rectangle(cairo, CGRectGetMinX(button), CGRectGetMinY(button), CGRectGetWidth(button),
+                    thickness);
+    if (CGRectGetMinX(button) > 0)
+      cairo_rectangle(cairo, CGRectGetMinX(button), CGRectGetMinY(button), thickness,
+                      CGRectGetHeight(button));
+  }
+  cairo_set_source_rgba(cairo, 0, 0, 0, kHairlineShade);
+  cairo_fill(cairo);
+}
+
+void draw_panel(cairo_t *cairo, CGRect bounds, CGFloat corner_radius) {
+  CGRect panel = inset(bounds, kShadowReach);
+  panel.size.height -= kShadowDrop;
+  // Of shapes above one another, each somewhat smaller: the shadow fades outwards.
+  for (int reach = kShadowReach; reach > 0; --reach) {
+    CGRect shape = inset(panel, -reach);
+    shape.origin.y += kShadowDrop;
+    rounded_rect(cairo, shape, corner_radius + reach);
+    cairo_set_source_rgba(cairo, 0, 0, 0, 0.1);
+    cairo_fill(cairo);
+  }
+
+  rounded_rect(cairo, panel, corner_radius);
+  cairo_set_source_rgba(cairo, 0.07, 0.15, 0.34, 0.92);
+  cairo_fill(cairo);
+
+  const double top = CGRectGetMinY(panel);
+  cairo_save(cairo);
+  rounded_rect(cairo, inset(panel, kRimWidth), corner_radius - kRimWidth);
+  cairo_clip(cairo);
+  cairo_arc(cairo, CGRectGetMidX(panel), top + kGlossHeight - kGlossRadius, kGlossRadius, 0,
+            std::numbers::pi);
+  cairo_close_path(cairo);
+  lighten(cairo, top, top + kGlossHeight, {{0, 0.5}, {1, 0.14}});
+  cairo_restore(cairo);
+
+  stroke_inside(cairo, inset(panel, -1), corner_radius + 1, 1, 0, 0.4);
+  stroke_inside(cairo, panel, corner_radius, kRimWidth, 1, 0.8);
+}
+
+void draw_raised_button(cairo_t *cairo, CGRect frame, bool darker) {
+  // Light falls on the edge below the outline, and again below the button.
+  stroke_inside(cairo, CGRectOffset(frame, 0, 1), kButtonRadius, 1, 1, 0.18);
+  rounded_rect(cairo, frame, kButtonRadius);
+  if (darker)
+    lighten(cairo, CGRectGetMinY(frame), CGRectGetMaxY(frame),
+            {{0, 0.24}, {0.5, 0.12}, {0.5, 0.03}, {1, 0.1}});
+  else
+    lighten(cairo, CGRectGetMinY(frame), CGRectGetMaxY(frame),
+            {{0, 0.42}, {0.5, 0.27}, {0.5, 0.18}, {1, 0.28}});
+  stroke_inside(cairo, frame, kButtonRadius, 1, 0, 0.5);
+}
+
+} // namespace veltro::host

@@ -1,0 +1,46 @@
+// The measures of the alerts of each release, and where their buttons stand, in points.
+#pragma once
+
+#include <CoreGraphics/CGGeometry.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace veltro::host {
+
+struct AlertStyle {
+  /// Light with hairlines between plain buttons, as from iOS 7 on; before, a glossy dark blue panel
+  /// with a rim and raised buttons.
+  bool light;
+  CGFloat width;
+  CGFloat corner_radius;
+  /// The text's distance from the top and from the sides, and the message's from the title.
+  CGFloat text_top;
+  CGFloat text_margin;
+  CGFloat text_gap;
+  CGFloat title_size;
+  CGFloat message_size;
+  /// Between the text and what is below it.
+  CGFloat below_text;
+  CGFloat button_size;
+  CGFloat button_height;
+  /// The buttons' distance from the sides and from each other, beside and above one another.
+  CGFloat button_margin;
+  CGFloat button_gap;
+  /// Below the last button, and below the text where there is none.
+  CGFloat below_buttons;
+};
+
+/// The style of the release with this Foundation version number.
+const AlertStyle &alert_style(double foundation_version);
+
+/// The frames of `count` buttons by their index, below `top`: two beside each other, any other
+/// number below one another, the one at index `cancel` (-1 for none) last.
+std::vector<CGRect> button_frames(const AlertStyle &style, std::size_t count, long cancel,
+                                  CGFloat top);
+
+/// Which of `count` buttons has the darker shape in the style that is not light: the left one of
+/// two, else the cancel button, which is never the only one; -1 for none.
+long darker_button(std::size_t count, long cancel);
+
+} // namespace veltro::host
