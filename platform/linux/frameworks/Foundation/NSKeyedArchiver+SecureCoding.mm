@@ -3,11 +3,10 @@
 // for everything where secure coding is required, and reports none. Follows Apple's NSKeyedArchiver
 // reference.
 
+#include "frameworks/Foundation/replace_method.hpp"
 #import "frameworks/Foundation/secure_coding.hpp"
 
 #import <VeltroHost/NSKeyedArchiving+Device.h>
-
-#include <objc/runtime.h>
 
 namespace {
 
@@ -52,13 +51,10 @@ id archived_data(id /*self*/, SEL /*selector*/, id object, BOOL secure, NSError 
 
 + (void)load {
   const Class archiver = objc_getClass("NSKeyedArchiver");
-  encode_object = reinterpret_cast<EncodeObject>(method_setImplementation(
-      class_getInstanceMethod(archiver, sel_registerName("_encodeObject:conditional:")),
-      reinterpret_cast<IMP>(encode_checked)));
-  method_setImplementation(
-      class_getClassMethod(archiver, @selector(archivedDataWithRootObject:
-                                                    requiringSecureCoding:error:)),
-      reinterpret_cast<IMP>(reinterpret_cast<void *>(archived_data)));
+  encode_object =
+      veltro::host::replace_method(archiver, "_encodeObject:conditional:", encode_checked);
+  veltro::host::replace_class_method(
+      archiver, "archivedDataWithRootObject:requiringSecureCoding:error:", archived_data);
 }
 
 @end

@@ -12,11 +12,12 @@
 // Follows Apple's references of NSKeyedUnarchiver and NSSecureCoding. Left out: the delegate's
 // substitutes are not checked, and the failure policy that returns errors by itself.
 
+#include "frameworks/Foundation/replace_method.hpp"
 #import "frameworks/Foundation/secure_coding.hpp"
 
-#include <objc/runtime.h>
-
 namespace {
+
+using veltro::host::replace_method;
 
 /// What the key that is being decoded may hold. Keys nest as the objects do.
 struct Expectation {
@@ -200,12 +201,9 @@ id decode_elements_checked(id self, SEL selector, NSString *key) {
 + (void)load {
   const Class unarchiver = objc_getClass("NSKeyedUnarchiver");
   objects_offset = ivar_getOffset(class_getInstanceVariable(unarchiver, "_objects"));
-  decode_object = reinterpret_cast<DecodeObject>(method_setImplementation(
-      class_getInstanceMethod(unarchiver, sel_registerName("_decodeObject:")),
-      reinterpret_cast<IMP>(decode)));
-  decode_elements = reinterpret_cast<DecodeForKey>(method_setImplementation(
-      class_getInstanceMethod(unarchiver, sel_registerName("_decodeArrayOfObjectsForKey:")),
-      reinterpret_cast<IMP>(decode_elements_checked)));
+  decode_object = replace_method(unarchiver, "_decodeObject:", decode);
+  decode_elements =
+      replace_method(unarchiver, "_decodeArrayOfObjectsForKey:", decode_elements_checked);
 }
 
 @end

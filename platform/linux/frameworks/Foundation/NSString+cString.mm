@@ -4,10 +4,12 @@
 
 #import <Foundation/Foundation.h>
 
-#include <cstdlib>
+#include "frameworks/Foundation/replace_method.hpp"
+
 #include <objc/runtime.h>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -48,11 +50,19 @@ CString replacement(std::size_t slot, std::index_sequence<Slots...>) {
   return all[slot];
 }
 
-bool is_string_class(Class candidate) {
+constexpr const char *kSelector = "cStringUsingEncoding:";
+
+/// Whether it is a string class that implements the method itself.
+bool implements(Class candidate) {
   const Class string = objc_getClass("NSString");
-  while (candidate != Nil && candidate != string)
-    candidate = class_getSuperclass(candidate);
-  return candidate == string;
+  Class ancestor = candidate;
+  while (ancestor != Nil && ancestor != string)
+    ancestor = class_getSuperclass(ancestor);
+  const SEL selector = sel_registerName(kSelector);
+  return candidate == string ||
+         (ancestor == string &&
+          class_getInstanceMethod(candidate, selector) !=
+              class_getInstanceMethod(class_getSuperclass(candidate), selector));
 }
 
 } // namespace
@@ -65,34 +75,21 @@ bool is_string_class(Class candidate) {
 + (void)load {
   // No message to a string here: its +initialize would settle the encoding of C strings before the
   // process's locale and arguments are known.
-  const SEL selector = @selector(cStringUsingEncoding:);
-  const int count = objc_getClassList(nullptr, 0);
-  auto *const classes =
-      static_cast<Class *>(std::calloc(static_cast<std::size_t>(count), sizeof(Class)));
-  objc_getClassList(classes, count);
+  std::vector<Class> classes(static_cast<std::size_t>(objc_getClassList(nullptr, 0)));
+  objc_getClassList(classes.data(), static_cast<int>(classes.size()));
   std::size_t slot = 0;
-  for (int index = 0; index < count && slot < kMostClasses; ++index) {
-    if (!is_string_class(classes[index]))
-      continue;
-    unsigned method_count = 0;
-    Method *const methods = class_copyMethodList(classes[index], &method_count);
-    for (unsigned method = 0; method < method_count; ++method)
-      if (sel_isEqual(method_getName(methods[method]), selector)) {
-        originals[slot] = reinterpret_cast<CString>(
-            reinterpret_cast<void *>(method_getImplementation(methods[method])));
-        method_setImplementation(methods[method],
-                                 reinterpret_cast<IMP>(reinterpret_cast<void *>(
-                                     replacement(slot, std::make_index_sequence<kMostClasses>()))));
-        ++slot;
-      }
-    std::free(methods);
-  }
-  std::free(classes);
+  for (const Class candidate : classes)
+    if (slot < kMostClasses && implements(candidate)) {
+      originals[slot] = veltro::host::replace_method(
+          candidate, kSelector, replacement(slot, std::make_index_sequence<kMostClasses>()));
+      ++slot;
+    }
 
   // The runtime does not pass a changed method on to the class of literals: it gets one of its own.
   const Class literals = objc_getClass("NSConstantString");
-  const Method inherited = class_getInstanceMethod(objc_getClass("NSString"), selector);
-  class_addMethod(literals, selector, method_getImplementation(inherited),
+  const Method inherited =
+      class_getInstanceMethod(objc_getClass("NSString"), sel_registerName(kSelector));
+  class_addMethod(literals, sel_registerName(kSelector), method_getImplementation(inherited),
                   method_getTypeEncoding(inherited));
 }
 
