@@ -1,0 +1,164 @@
+// NSBundle's localizations and strings tables. Follows Apple's NSBundle reference and its guide to
+// bundles: a table of the bundle's folder itself comes first, then that of the localization that
+// suits the user best, then that of the development region; a key that the first table found does
+// not have is answered by the default value, or by the key itself where that is nil or empty.
+// Tables are read again when their file changed, as the languages are when the environment changed.
+// GNUstep's default NSShowNonLocalizedStrings and tables of plural rules are left out.
+
+#import <Foundation/Foundation.h>
+
+#include "frameworks/Foundation/NSBundle/languages.hpp"
+#include "frameworks/Foundation/replace_method.hpp"
+#include "machine/files/watched_path.hpp"
+#include "machine/property_lists/corrupt_file.hpp"
+#include "machine/property_lists/property_list.hpp"
+#include "machine/text/utf8.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <string_view>
+
+namespace {
+
+using veltro::host::replace_method;
+using veltro::host::string_of;
+using veltro::host::utf8_of;
+using veltro::host::WatchedPath;
+
+namespace fs = std::filesystem;
+
+/// The folders that hold a bundle's resources: its own and, where it has one, Resources.
+std::vector<std::string> resource_folders(NSBundle *bundle) {
+  std::vector<std::string> folders{utf8_of([bundle bundlePath])};
+  if (std::string resources = utf8_of([bundle resourcePath]); resources != folders.front())
+    folders.push_back(std::move(resources));
+  return folders;
+}
+
+std::vector<std::string> localizations_in(const std::vector<std::string> &folders) {
+  std::vector<std::string> names;
+  for (const std::string &folder : folders) {
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error))
+      if (entry->path().extension() == ".lproj")
+        names.push_back(entry->path().stem().string());
+  }
+  std::ranges::sort(names);
+  names.erase(std::ranges::unique(names).begin(), names.end());
+  return names;
+}
+
+std::vector<std::string> preferred_in(NSBundle *bundle, const std::vector<std::string> &available) {
+  std::vector<std::string> wanted = veltro::host::user_languages();
+  id region = [[bundle infoDictionary] objectForKey:@"CFBundleDevelopmentRegion"];
+  if ([region isKindOfClass:[NSString class]])
+    wanted.push_back(utf8_of(region));
+  for (const char *last : {"en", "Base"})
+    wanted.emplace_back(last);
+  return veltro::host::matching_localizations(available, wanted);
+}
+
+/// A property list, or Foundation's old format of text in UTF-8 or UTF-16.
+NSDictionary *parse_table(NSData *data) {
+  if (veltro::host::begins_as_property_list(data))
+    return veltro::host::dictionary_in(data);
+  const auto *bytes = static_cast<const unsigned char *>([data bytes]);
+  const bool wide = [data length] >= 2 && ((bytes[0] == 0xFE && bytes[1] == 0xFF) ||
+                                           (bytes[0] == 0xFF && bytes[1] == 0xFE));
+  NSString *source = [[[NSString alloc]
+      initWithData:data
+          encoding:wide ? NSUTF16StringEncoding : NSUTF8StringEncoding] autorelease];
+  @try {
+    return [source propertyListFromStringsFileFormat];
+  } @catch (NSException *) {
+    return nil;
+  }
+}
+
+struct Table {
+  WatchedPath file;
+  NSDictionary *strings;
+};
+
+/// The strings in the file at `path`, or nil where there is no such table.
+NSDictionary *table_at(const std::string &path) {
+  static std::mutex mutex;
+  static auto &known = *new std::map<std::string, Table>;
+  struct stat status{};
+  if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+    return nil;
+  const std::lock_guard lock(mutex);
+  const auto found = known.find(path);
+  if (found != known.end()) {
+    if (found->second.file.unchanged())
+      return [[found->second.strings retain] autorelease];
+    [found->second.strings release];
+    known.erase(found);
+  }
+  WatchedPath file(path);
+  NSDictionary *strings = parse_table([NSData dataWithContentsOfFile:string_of(path)]);
+  if (strings == nil && status.st_size != 0)
+    veltro::host::log_corrupt_file(path);
+  known.emplace(path, Table{std::move(file), [strings retain]});
+  return strings;
+}
+
+NSDictionary *table_named(NSBundle *bundle, const std::string &name) {
+  const std::string file = '/' + name + ".strings";
+  const std::vector<std::string> folders = resource_folders(bundle);
+  for (const std::string &folder : folders)
+    if (NSDictionary *table = table_at(folder + file); table != nil)
+      return table;
+  for (const std::string &language : preferred_in(bundle, localizations_in(folders)))
+    for (std::string folder : folders) {
+      folder.append("/").append(language).append(".lproj").append(file);
+      if (NSDictionary *table = table_at(folder); table != nil)
+        return table;
+    }
+  return nil;
+}
+
+NSString *localized_string(NSBundle *self, SEL /*command*/, NSString *key, NSString *value,
+                           NSString *table) {
+  if (key == nil)
+    return value != nil ? value : @"";
+  id string =
+      [table_named(self, [table length] != 0 ? utf8_of(table) : "Localizable") objectForKey:key];
+  if ([string isKindOfClass:[NSString class]])
+    return string;
+  return [value length] != 0 ? value : key;
+}
+
+NSArray *names(const std::vector<std::string> &list) {
+  NSMutableArray *array = [NSMutableArray array];
+  for (const std::string &name : list)
+    [array addObject:string_of(name)];
+  return array;
+}
+
+NSArray *localizations(NSBundle *self, SEL /*command*/) {
+  return names(localizations_in(resource_folders(self)));
+}
+
+NSArray *preferred_localizations(NSBundle *self, SEL /*command*/) {
+  return names(preferred_in(self, localizations_in(resource_folders(self))));
+}
+
+} // namespace
+
+@interface VHBundleLocalization : NSObject
+@end
+
+@implementation VHBundleLocalization
+
++ (void)load {
+  Class bundle = objc_getClass("NSBundle");
+  replace_method(bundle, "localizedStringForKey:value:table:", localized_string);
+  replace_method(bundle, "localizations", localizations);
+  replace_method(bundle, "preferredLocalizations", preferred_localizations);
+}
+
+@end

@@ -1,0 +1,314 @@
+// The methods of NSCalendar that take dates apart, put them together, step by days and find where a
+// unit begins. Follows Apple's NSCalendar and NSDateComponents class references; time zones come
+// from the system's time-zone files, in full. What GNUstep does otherwise, and why that does not
+// do, is in docs/calendar.md. Left to GNUstep: the fields of calendars other than the Gregorian,
+// dates from weeks and weekdays, and steps by other units than days.
+
+#include "frameworks/Foundation/NSCalendar/civil_date.hpp"
+#include "frameworks/Foundation/NSCalendar/current_calendar.hpp"
+#include "frameworks/Foundation/NSCalendar/gnustep_calendar.hpp"
+#include "frameworks/Foundation/NSTimeZone/time_zone_rules.hpp"
+#include "frameworks/Foundation/NSTimeZone/wall_clock.hpp"
+#include "frameworks/Foundation/replace_method.hpp"
+
+#import <Foundation/Foundation.h>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace veltro::host {
+namespace {
+
+constexpr NSUInteger kWeekUnits = NSUInteger{NSWeekCalendarUnit} | NSCalendarUnitWeekOfYear |
+                                  NSCalendarUnitWeekOfMonth | NSCalendarUnitYearForWeekOfYear;
+
+// 1 January 2001, from which NSDate counts.
+constexpr UnixTime kReferenceDate = 978'307'200;
+
+/// A date in whole seconds, and what it has beyond them (0 or more, less than 1).
+struct Moment {
+  UnixTime seconds = 0;
+  double fraction = 0;
+  bool far = false; ///< so far away that it was brought back to kFarthest
+};
+
+Moment moment_of_date(NSDate *date) {
+  const double time = [date timeIntervalSinceReferenceDate];
+  const double whole = std::floor(time);
+  constexpr double farthest = static_cast<double>(kFarthest);
+  if (!(std::abs(whole) < farthest))
+    return {whole > 0 ? kFarthest : -kFarthest, 0, true};
+  return {static_cast<UnixTime>(whole) + kReferenceDate, time - whole, false};
+}
+
+NSDate *date_at(UnixTime seconds, double fraction = 0) {
+  return
+      [NSDate dateWithTimeIntervalSinceReferenceDate:static_cast<double>(seconds - kReferenceDate) +
+                                                     fraction];
+}
+
+bool is_gregorian(NSCalendar *calendar) {
+  NSString *identifier = [calendar calendarIdentifier];
+  return identifier == nil || [identifier isEqualToString:NSCalendarIdentifierGregorian];
+}
+
+bool is_set(NSInteger component) {
+  return component != NSDateComponentUndefined;
+}
+
+NSTimeZone *greenwich() {
+  return [NSTimeZone timeZoneForSecondsFromGMT:0];
+}
+
+WeekRules week_rules_of(NSCalendar *calendar) {
+  return {static_cast<int>([calendar firstWeekday]),
+          static_cast<int>([calendar minimumDaysInFirstWeek])};
+}
+
+void fill_date(NSDateComponents *components, NSUInteger units, std::int64_t day) {
+  const CivilDate date = civil_from_days(day);
+  const bool before_christ = date.year < 1;
+  if ((units & NSCalendarUnitEra) != 0)
+    [components setEra:before_christ ? 0 : 1];
+  if ((units & NSCalendarUnitYear) != 0)
+    [components setYear:before_christ ? 1 - date.year : date.year];
+  if ((units & NSCalendarUnitQuarter) != 0)
+    [components setQuarter:(date.month + 2) / 3];
+  if ((units & NSCalendarUnitMonth) != 0)
+    [components setMonth:date.month];
+  if ((units & NSCalendarUnitDay) != 0)
+    [components setDay:date.day];
+  if ((units & NSCalendarUnitWeekday) != 0)
+    [components setWeekday:weekday_of(day)];
+  if ((units & NSCalendarUnitWeekdayOrdinal) != 0)
+    [components setWeekdayOrdinal:(date.day - 1) / 7 + 1];
+}
+
+void fill_weeks(NSDateComponents *components, NSUInteger units, std::int64_t day, WeekRules rules) {
+  const WeekNumbers weeks = week_numbers(day, rules);
+  if ((units & NSWeekCalendarUnit) != 0)
+    [components setWeek:weeks.of_year];
+  if ((units & NSCalendarUnitWeekOfYear) != 0)
+    [components setWeekOfYear:weeks.of_year];
+  if ((units & NSCalendarUnitWeekOfMonth) != 0)
+    [components setWeekOfMonth:weeks.of_month];
+  if ((units & NSCalendarUnitYearForWeekOfYear) != 0)
+    [components setYearForWeekOfYear:static_cast<NSInteger>(weeks.year)];
+}
+
+void fill_time(NSDateComponents *components, NSUInteger units, std::int64_t second_of_day,
+               double fraction) {
+  if ((units & NSCalendarUnitHour) != 0)
+    [components setHour:second_of_day / 3600];
+  if ((units & NSCalendarUnitMinute) != 0)
+    [components setMinute:second_of_day / 60 % 60];
+  if ((units & NSCalendarUnitSecond) != 0)
+    [components setSecond:second_of_day % 60];
+  if ((units & NSCalendarUnitNanosecond) != 0)
+    [components setNanosecond:static_cast<NSInteger>(fraction * 1e9)];
+}
+
+NSDateComponents *components_from_date(NSCalendar *self, SEL selector, NSUInteger units,
+                                       NSDate *date) {
+  if (date == nil)
+    return nil;
+  NSCalendar *calendar = settled(self);
+  const Moment moment = moment_of_date(date);
+  const LocalTime local = local_time(*rules_of([calendar timeZone], date), moment.seconds);
+  NSDateComponents *components = nil;
+  if (is_gregorian(calendar)) {
+    const std::int64_t day = floor_div(local, kSecondsInDay);
+    components = [[[NSDateComponents alloc] init] autorelease];
+    fill_date(components, units, day);
+    if ((units & kWeekUnits) != 0)
+      fill_weeks(components, units, day, week_rules_of(calendar));
+    fill_time(components, units, local - day * kSecondsInDay, moment.fraction);
+  } else {
+    components = gnustep_methods.components(gnustep_calendar(calendar, greenwich()), selector,
+                                            units, date_at(local, moment.fraction));
+  }
+  if ((units & NSCalendarUnitCalendar) != 0)
+    [components setCalendar:self];
+  if ((units & NSCalendarUnitTimeZone) != 0)
+    [components setTimeZone:[calendar timeZone]];
+  return components;
+}
+
+bool names_weeks(NSDateComponents *components) {
+  return is_set([components week]) || is_set([components weekOfYear]) ||
+         is_set([components weekOfMonth]) || is_set([components yearForWeekOfYear]) ||
+         is_set([components weekday]) || is_set([components weekdayOrdinal]);
+}
+
+/// The local time that year to second give; nothing where one lies too far out.
+std::optional<LocalTime> local_time_from(NSDateComponents *components) {
+  bool in_reach = true;
+  const auto value = [&](NSInteger component, NSInteger unset, NSInteger most) {
+    if (!is_set(component))
+      return unset;
+    in_reach = in_reach && component >= -most && component <= most;
+    return std::clamp(component, -most, most);
+  };
+  constexpr NSInteger most_years = 10'000'000;
+  constexpr NSInteger most_seconds = kFarthest / 8;
+  NSInteger year = value([components year], 1, most_years);
+  if (is_set([components era]) && [components era] == 0)
+    year = 1 - year;
+  const std::int64_t day =
+      days_from_civil(year, value([components month], 1, most_years),
+                      value([components day], 1, most_seconds / kSecondsInDay));
+  const LocalTime local = day * kSecondsInDay +
+                          value([components hour], 0, most_seconds / 3600) * 3600 +
+                          value([components minute], 0, most_seconds / 60) * 60 +
+                          value([components second], 0, most_seconds);
+  return in_reach ? std::optional(local) : std::nullopt;
+}
+
+NSDate *date_from_components(NSCalendar *self, SEL selector, NSDateComponents *components) {
+  if (components == nil)
+    return nil;
+  NSCalendar *calendar = settled(self);
+  NSTimeZone *zone = [components timeZone] != nil ? [components timeZone] : [calendar timeZone];
+  std::optional<LocalTime> local;
+  if (is_gregorian(calendar) && !names_weeks(components)) {
+    local = local_time_from(components);
+  } else {
+    NSDateComponents *in_greenwich = [[components copy] autorelease];
+    [in_greenwich setTimeZone:nil];
+    local = moment_of_date(gnustep_methods.date(gnustep_calendar(calendar, greenwich()), selector,
+                                                in_greenwich))
+                .seconds;
+  }
+  if (!local)
+    return nil;
+  const double fraction =
+      is_set([components nanosecond]) ? static_cast<double>([components nanosecond]) / 1e9 : 0;
+  const auto rules = rules_of(zone, date_at(*local));
+  return date_at(moment_of(*rules, *local), fraction);
+}
+
+bool holds_days_only(NSDateComponents *components) {
+  const NSInteger others[] = {[components era],         [components year],
+                              [components quarter],     [components month],
+                              [components hour],        [components minute],
+                              [components second],      [components nanosecond],
+                              [components weekday],     [components weekdayOrdinal],
+                              [components week],        [components weekOfYear],
+                              [components weekOfMonth], [components yearForWeekOfYear]};
+  return std::ranges::none_of(others, is_set);
+}
+
+NSDate *date_by_adding_components(NSCalendar *self, SEL selector, NSDateComponents *components,
+                                  NSDate *date, NSUInteger options) {
+  if (date == nil)
+    return nil;
+  NSCalendar *calendar = settled(self);
+  if (options != 0 || !holds_days_only(components))
+    return gnustep_methods.adding(gnustep_calendar(calendar, [calendar timeZone]), selector,
+                                  components, date, options);
+  const NSInteger days = is_set([components day]) ? [components day] : 0;
+  const Moment moment = moment_of_date(date);
+  constexpr std::int64_t most_days = kFarthest / kSecondsInDay;
+  const double seconds = moment.far || days > most_days || days < -most_days
+                             ? static_cast<double>(days) * static_cast<double>(kSecondsInDay)
+                             : static_cast<double>(seconds_to_same_time(
+                                   *rules_of([calendar timeZone], date), moment.seconds, days));
+  return [NSDate
+      dateWithTimeIntervalSinceReferenceDate:[date timeIntervalSinceReferenceDate] + seconds];
+}
+
+/// Where a unit begins, and where the next of its kind does.
+struct Extent {
+  UnixTime start = 0;
+  UnixTime end = 0;
+};
+
+std::optional<Extent> extent_of_time(const ZoneRules &zone, UnixTime time, std::int64_t length) {
+  const UnixTime start = time - floor_mod(local_time(zone, time), length);
+  return Extent{start, start + length};
+}
+
+std::optional<Extent> extent_of_days(const ZoneRules &zone, std::int64_t first, std::int64_t next) {
+  const UnixTime start = first_moment_of_day(zone, first);
+  UnixTime end = first_moment_of_day(zone, next);
+  return Extent{start, end};
+}
+
+std::optional<Extent> extent_of(NSCalendar *calendar, NSCalendarUnit unit, const ZoneRules &zone,
+                                UnixTime time) {
+  const std::int64_t day = floor_div(local_time(zone, time), kSecondsInDay);
+  switch (unit) {
+  case NSCalendarUnitSecond:
+    return extent_of_time(zone, time, 1);
+  case NSCalendarUnitMinute:
+    return extent_of_time(zone, time, 60);
+  case NSCalendarUnitHour:
+    return extent_of_time(zone, time, 3600);
+  case NSCalendarUnitDay:
+  case NSCalendarUnitWeekday:
+    return extent_of_days(zone, day, day + 1);
+  case NSWeekCalendarUnit:
+  case NSCalendarUnitWeekOfYear:
+  case NSCalendarUnitWeekOfMonth: {
+    const std::int64_t first =
+        day - floor_mod(weekday_of(day) - week_rules_of(calendar).first_weekday, 7);
+    return extent_of_days(zone, first, first + 7);
+  }
+  default:
+    break;
+  }
+  if (!is_gregorian(calendar))
+    return std::nullopt;
+  const CivilDate date = civil_from_days(day);
+  switch (unit) {
+  case NSCalendarUnitMonth:
+    return extent_of_days(zone, days_from_civil(date.year, date.month, 1),
+                          days_from_civil(date.year, date.month + 1, 1));
+  case NSCalendarUnitYear:
+    return extent_of_days(zone, days_from_civil(date.year, 1, 1),
+                          days_from_civil(date.year + 1, 1, 1));
+  default:
+    return std::nullopt;
+  }
+}
+
+BOOL range_of_unit(NSCalendar *self, SEL /*selector*/, NSCalendarUnit unit, NSDate **start,
+                   NSTimeInterval *interval, NSDate *date) {
+  if (date == nil)
+    return NO;
+  NSCalendar *calendar = settled(self);
+  const Moment moment = moment_of_date(date);
+  if (moment.far)
+    return NO;
+  const auto rules = rules_of([calendar timeZone], date);
+  const std::optional<Extent> extent = extent_of(calendar, unit, *rules, moment.seconds);
+  if (!extent)
+    return NO;
+  if (start != nullptr)
+    *start = date_at(extent->start);
+  if (interval != nullptr)
+    *interval = static_cast<NSTimeInterval>(extent->end - extent->start);
+  return YES;
+}
+
+} // namespace
+} // namespace veltro::host
+
+@interface VHCalendarMending : NSObject
+@end
+
+@implementation VHCalendarMending
+
++ (void)load {
+  using namespace veltro::host;
+  Class calendar = objc_getClass("NSCalendar");
+  gnustep_methods.components =
+      replace_method(calendar, "components:fromDate:", &components_from_date);
+  gnustep_methods.date = replace_method(calendar, "dateFromComponents:", &date_from_components);
+  gnustep_methods.adding = replace_method(
+      calendar, "dateByAddingComponents:toDate:options:", &date_by_adding_components);
+  replace_method(calendar, "rangeOfUnit:startDate:interval:forDate:", &range_of_unit);
+}
+
+@end

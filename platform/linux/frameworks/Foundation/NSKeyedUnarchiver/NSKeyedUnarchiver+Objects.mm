@@ -1,0 +1,230 @@
+// What NSKeyedUnarchiver makes of one object of the archive, where GNUstep differs from the device.
+//
+// - requiresSecureCoding is enforced before the object is made: its class must be one of those
+// asked
+//   for, or inherit from one, and must support secure coding. Where a class decodes a key without
+//   naming classes, those of the key that the object itself stands under hold. Two exceptions: the
+//   elements of a collection may be property list objects also where only the collection was named,
+//   and Foundation's other classes, which on the device name the classes of their own parts, may
+//   have any of Foundation's objects as parts.
+// - The text "$null" is not taken for the null reference.
+//
+// Follows Apple's references of NSKeyedUnarchiver and NSSecureCoding. Left out: the delegate's
+// substitutes are not checked, and the failure policy that returns errors by itself.
+
+#import "frameworks/Foundation/NSKeyedArchiver/secure_coding.hpp"
+#include "frameworks/Foundation/replace_method.hpp"
+
+namespace {
+
+using veltro::host::replace_method;
+
+/// What the key that is being decoded may hold. Keys nest as the objects do.
+struct Expectation {
+  NSKeyedUnarchiver *coder;
+  NSString *key;           ///< the key, where classes were named for it
+  NSSet *classes;          ///< the classes asked for
+  bool any_class;          ///< nothing was asked for
+  bool elements;           ///< the key holds a collection's elements
+  bool parts;              ///< the key holds a part of an object of Foundation's
+  NSUInteger class_record; ///< the archive's record of the class of the object being made
+  Expectation *outer;
+};
+
+thread_local Expectation *innermost = nullptr;
+
+/// Puts an expectation on top while a key or an object is decoded, also when that raises.
+class Expecting {
+public:
+  explicit Expecting(const Expectation &expectation) : expectation_(expectation) {
+    expectation_.outer = innermost;
+    innermost = &expectation_;
+  }
+  ~Expecting() { innermost = expectation_.outer; }
+  Expecting(const Expecting &) = delete;
+  Expecting &operator=(const Expecting &) = delete;
+
+private:
+  Expectation expectation_;
+};
+
+/// What holds where nothing was asked for.
+Expectation anything(NSKeyedUnarchiver *coder) {
+  return {.coder = coder,
+          .key = nil,
+          .classes = nil,
+          .any_class = true,
+          .elements = false,
+          .parts = false,
+          .class_record = 0,
+          .outer = nullptr};
+}
+
+/// What holds for the next object of `coder`.
+Expectation current(NSKeyedUnarchiver *coder) {
+  return innermost != nullptr && innermost->coder == coder ? *innermost : anything(coder);
+}
+
+ptrdiff_t objects_offset;
+
+NSArray *records_of(NSKeyedUnarchiver *coder) {
+  return *reinterpret_cast<NSArray **>(reinterpret_cast<char *>(coder) + objects_offset);
+}
+
+id field(id record, NSString *name) {
+  return [record isKindOfClass:[NSDictionary class]] ? [record objectForKey:name] : nil;
+}
+
+/// The record that `field` of the record refers to, or NSNotFound.
+NSUInteger reference(id record, NSString *name) {
+  const id number = field(field(record, name), @"CF$UID");
+  return [number isKindOfClass:[NSNumber class]] ? [number unsignedIntegerValue] : NSNotFound;
+}
+
+/// The property list class that `value` is of, or of which `value` itself is a subclass; Nil where
+/// there is none.
+Class property_list_class(id value, bool value_is_class) {
+  const Class classes[] = {[NSString class], [NSNumber class], [NSDate class],
+                           [NSData class],   [NSArray class],  [NSDictionary class]};
+  for (const Class candidate : classes)
+    if (value_is_class ? [value isSubclassOfClass:candidate] : [value isKindOfClass:candidate])
+      return candidate;
+  return Nil;
+}
+
+/// The class of the object that `record` describes; Nil for a class that is not known here.
+Class class_of(NSKeyedUnarchiver *coder, id record) {
+  const NSUInteger description = reference(record, @"$class");
+  if (description >= [records_of(coder) count])
+    return property_list_class(record, false);
+  const id name = field([records_of(coder) objectAtIndex:description], @"$classname");
+  if (![name isKindOfClass:[NSString class]])
+    return Nil;
+  Class found = [coder classForClassName:name];
+  if (found == Nil)
+    found = [NSKeyedUnarchiver classForClassName:name];
+  return found != Nil ? found : NSClassFromString(name);
+}
+
+bool is_expected(Class found, const Expectation &expectation) {
+  if (expectation.any_class || (expectation.elements && property_list_class(found, true) != Nil) ||
+      (expectation.parts && veltro::host::foundation_decodes(found)))
+    return true;
+  for (const Class expected in expectation.classes)
+    if ([found isSubclassOfClass:expected])
+      return true;
+  return false;
+}
+
+void refuse(Class found, const Expectation &expectation) {
+  [NSException raise:NSInvalidUnarchiveOperationException
+              format:@"The value%@%@ is of class '%@' and not of the classes asked for, %@.",
+                     expectation.key != nil ? @" for key " : @"",
+                     expectation.key != nil ? expectation.key : @"", found,
+                     [expectation.classes allObjects]];
+}
+
+void check(Class found, const Expectation &expectation) {
+  // A class that is not known here is the unarchiver's own matter.
+  if (found == Nil)
+    return;
+  if (!is_expected(found, expectation))
+    refuse(found, expectation);
+  if (!veltro::host::supports_secure_coding(found))
+    [NSException raise:NSInvalidUnarchiveOperationException
+                format:@"Secure coding is required and class '%@' does not support it.", found];
+}
+
+using DecodeObject = id (*)(id, SEL, unsigned);
+using DecodeForKey = id (*)(id, SEL, NSString *);
+
+DecodeObject decode_object;
+DecodeForKey decode_elements;
+
+id decode_checked(NSKeyedUnarchiver *self, SEL selector, unsigned index) {
+  Expectation expectation = current(self);
+  if (index != 0 && index == expectation.class_record)
+    return decode_object(self, selector, index);
+
+  const id record = index < [records_of(self) count] ? [records_of(self) objectAtIndex:index] : nil;
+  Class found = Nil;
+  if (index != 0 && record != nil) {
+    if (field(record, @"$classname") != nil)
+      [NSException raise:NSInvalidUnarchiveOperationException
+                  format:@"A class stands where an object is asked for."];
+    found = class_of(self, record);
+    check(found, expectation);
+  }
+
+  const NSUInteger description = reference(record, @"$class");
+  expectation.class_record = description != NSNotFound ? description : 0;
+  expectation.elements = false;
+  expectation.parts = found != Nil && veltro::host::foundation_decodes(found);
+  expectation.key = nil;
+  const Expecting inside(expectation);
+  return decode_object(self, selector, index);
+}
+
+/// The text "$null" where the record is an object that holds it, which GNUstep answers nil for.
+id null_text(NSKeyedUnarchiver *coder, unsigned index) {
+  if (index == 0 || index >= [records_of(coder) count])
+    return nil;
+  const id record = [records_of(coder) objectAtIndex:index];
+  const id text = field(record, @"NS.string");
+  if (![text isKindOfClass:[NSString class]] ||
+      ![class_of(coder, record) isSubclassOfClass:[NSString class]])
+    return nil;
+  return [[[class_of(coder, record) alloc] initWithString:text] autorelease];
+}
+
+id decode(id self, SEL selector, unsigned index) {
+  const id object = [self requiresSecureCoding] ? decode_checked(self, selector, index)
+                                                : decode_object(self, selector, index);
+  return object != nil ? object : null_text(self, index);
+}
+
+id decode_elements_checked(id self, SEL selector, NSString *key) {
+  Expectation expectation = current(self);
+  expectation.elements = true;
+  expectation.parts = false;
+  const Expecting inside(expectation);
+  return decode_elements(self, selector, key);
+}
+
+} // namespace
+
+@interface VHObjectDecoding : NSObject
+@end
+
+@implementation VHObjectDecoding
+
++ (void)load {
+  const Class unarchiver = objc_getClass("NSKeyedUnarchiver");
+  objects_offset = ivar_getOffset(class_getInstanceVariable(unarchiver, "_objects"));
+  decode_object = replace_method(unarchiver, "_decodeObject:", decode);
+  decode_elements =
+      replace_method(unarchiver, "_decodeArrayOfObjectsForKey:", decode_elements_checked);
+}
+
+@end
+
+@implementation NSKeyedUnarchiver (VHExpectedClasses)
+
+- (id)decodeObjectOfClass:(Class)expected forKey:(NSString *)key {
+  if (![self requiresSecureCoding])
+    return [self decodeObjectForKey:key];
+  return [self decodeObjectOfClasses:[NSSet setWithObject:expected] forKey:key];
+}
+
+- (id)decodeObjectOfClasses:(NSSet *)expected forKey:(NSString *)key {
+  if (![self requiresSecureCoding])
+    return [self decodeObjectForKey:key];
+  Expectation expectation = anything(self);
+  expectation.key = key;
+  expectation.classes = expected;
+  expectation.any_class = false;
+  const Expecting inside(expectation);
+  return [self decodeObjectForKey:key];
+}
+
+@end

@@ -1,0 +1,45 @@
+#include "frameworks/Foundation/NSCalendar/civil_date.hpp"
+#include "frameworks/Foundation/NSTimeZone/zone_rules.hpp"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+using namespace veltro::host;
+
+/// The offset at noon in Greenwich, in hours.
+double offset(const std::string &rule, int year, int month, int day = 1) {
+  const auto zone = ZoneRules::spelled(rule);
+  if (!zone)
+    return -99;
+  return zone->offset_at(days_from_civil(year, month, day) * kSecondsInDay + 43'200) / 3600.0;
+}
+
+TEST(SpelledZone, HasAnOffsetAlone) {
+  EXPECT_EQ(offset("UTC-3", 2024, 7), 3);
+  EXPECT_EQ(offset("<-0330>3:30", 1950, 7), -3.5);
+  EXPECT_EQ(offset("XYZ0", 2100, 7), 0);
+}
+
+TEST(SpelledZone, HasSummerTimeInEveryYear) {
+  for (const int year : {1970, 1999, 2037, 2038, 2400}) {
+    EXPECT_EQ(offset("CET-1CEST,M3.5.0,M10.5.0/3", year, 1), 1) << year;
+    EXPECT_EQ(offset("CET-1CEST,M3.5.0,M10.5.0/3", year, 7), 2) << year;
+    EXPECT_EQ(offset("AEST-10AEDT,M10.1.0,M4.1.0/3", year, 12), 11) << year;
+    EXPECT_EQ(offset("AEST-10AEDT,M10.1.0,M4.1.0/3", year, 7), 10) << year;
+  }
+}
+
+TEST(SpelledZone, TakesTheDatesOfTheUnitedStatesWhereThereAreNone) {
+  EXPECT_EQ(offset("CET-1CEST", 2024, 3, 9), 1);
+  EXPECT_EQ(offset("CET-1CEST", 2024, 3, 11), 2);
+  EXPECT_EQ(offset("CET-1CEST", 2024, 11, 4), 1);
+}
+
+TEST(SpelledZone, IsNoneOfWhatIsNoRule) {
+  for (const char *text : {"", "bad", "Nowhere/At_All", "/path", "CET-1CEST,M3.5.0", "UTC-3x"})
+    EXPECT_FALSE(ZoneRules::spelled(text)) << text;
+}
+
+} // namespace
