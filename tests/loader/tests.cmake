@@ -2,3 +2,35 @@
 foreach(stem bytes header fixups exports objc_metadata unwind_info call_frames widening texts)
   target_link_libraries(loader_${stem}_test PRIVATE veltro-loader-core)
 endforeach()
+
+# A component built for the simulator, and the program that loads and tests it: here beside the library of
+# Linux, and in tests/device/loaded_addon_test.py, built as its author would, beside the device's.
+find_program(VELTRO_MACH_O_LINKER ld64.lld-19 REQUIRED)
+set(addon ${PROJECT_BINARY_DIR}/tests/AddOn)
+set(addon_source ${CMAKE_CURRENT_SOURCE_DIR}/loader/addon/AddOn.mm)
+set(addon_processor ${CMAKE_SYSTEM_PROCESSOR})
+if(addon_processor STREQUAL "x86_64")
+  set(addon_target x86_64-apple-ios7.0-simulator)
+  set(addon_platform ios-simulator)
+else()
+  set(addon_processor arm64)
+  set(addon_target arm64-apple-ios7.0)
+  set(addon_platform ios)
+endif()
+add_custom_command(OUTPUT ${addon}.dylib
+  COMMAND /usr/bin/clang++-19 -target ${addon_target} -std=c++20 -Os -fobjc-runtime=ios-6.0 -fblocks
+          -fobjc-exceptions -fno-cxx-exceptions -fno-rtti -nostdlibinc
+          -I${PROJECT_SOURCE_DIR}/include -isystem ${PROJECT_SOURCE_DIR}/platform/ios/include
+          -I${PROJECT_SOURCE_DIR}/platform/include -Wall -Werror -c ${addon_source} -o ${addon}.o
+  COMMAND ${VELTRO_MACH_O_LINKER} -dylib -arch ${addon_processor} -platform_version ${addon_platform} 7.0 9.0
+          -undefined dynamic_lookup -install_name /Library/AddOn.dylib ${addon}.o -o ${addon}.dylib
+  DEPENDS ${addon_source} VERBATIM)
+add_custom_target(addon ALL DEPENDS ${addon}.dylib)
+
+add_executable(addon_host ${CMAKE_CURRENT_SOURCE_DIR}/loader/addon/addon_host.mm)
+set_target_properties(addon_host PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+veltro_test_flags(addon_host)
+target_precompile_headers(addon_host REUSE_FROM veltro-test-prelude)
+target_link_libraries(addon_host PRIVATE veltro-loader)
+add_test(NAME loader/addon COMMAND addon_host --gtest_filter=-*DevicesLibrary*)
+set_tests_properties(loader/addon PROPERTIES ENVIRONMENT VELTRO_ADDON=${addon}.dylib)
