@@ -7,6 +7,7 @@
 #include "types.hpp"
 #include "variadic_calls.hpp"
 
+#include <algorithm>
 #include <unordered_map>
 extern "C" {
 #include <objc/runtime.h>
@@ -56,30 +57,42 @@ private:
     const ::Class made =
         objc_allocateClassPair(class_for(found.superclass), std::string(found.name).c_str(), 0);
     const ::Class metaclass = metaclass_of(made);
+    std::vector<std::string> names;
     for (const InstanceVariable &variable : found.variables)
-      (void)class_addIvar(made, std::string(variable.name).c_str(), variable.size,
-                          variable.alignment, types_for_gcc(variable.type).c_str());
+      names.push_back(add_variable(made, variable, names.size()));
     add_methods(made, found.methods);
     add_methods(metaclass, found.class_methods);
     objc_registerClassPair(made);
     // Not before: the runtime finds no instance variable of a class in the making.
-    for (const InstanceVariable &variable : found.variables)
-      store_offset(made, variable);
+    for (size_t i = 0; i < names.size(); ++i)
+      store_offset(made, names[i], found.variables[i].offset_slot);
     add_protocols(made, found.protocols);
     registered_.emplace(found.address, made);
     registered_.emplace(found.metaclass, metaclass);
   }
 
+  /// Returns the name that the variable got: the runtime takes none twice, be it of a superclass,
+  /// and none that is empty.
+  static std::string add_variable(::Class to, const InstanceVariable &variable, size_t number) {
+    std::string name(variable.name);
+    const std::string type = types_for_gcc(variable.type);
+    const size_t size = std::max(variable.size, 1u);
+    if (!class_addIvar(to, name.c_str(), size, variable.alignment, type.c_str())) {
+      name = std::string(class_getName(to)) + "." + std::to_string(number) + "." + name;
+      (void)class_addIvar(to, name.c_str(), size, variable.alignment, type.c_str());
+    }
+    return name;
+  }
+
   /// What is compiled into the image holds for the superclasses of its own platform.
-  void store_offset(::Class made, const InstanceVariable &variable) const {
-    if (variable.offset_slot == 0)
+  void store_offset(::Class made, const std::string &name, uint64_t slot) const {
+    if (slot == 0)
       return;
-    const Ivar found = class_getInstanceVariable(made, std::string(variable.name).c_str());
-    const ptrdiff_t offset = ivar_getOffset(found);
+    const ptrdiff_t offset = ivar_getOffset(class_getInstanceVariable(made, name.c_str()));
     if (offset_size(kThisProcessor) == 8)
-      memory_.put(variable.offset_slot, int64_t(offset));
+      memory_.put(slot, int64_t(offset));
     else
-      memory_.put(variable.offset_slot, int32_t(offset));
+      memory_.put(slot, int32_t(offset));
   }
 
   void add_category(const Category &found) {

@@ -97,6 +97,24 @@ struct Cleanup {
 }
 @end
 
+// The superclass has a variable of the same name where the add-on runs, which its author cannot
+// know.
+@interface AddOnFormatter : NSDateFormatter {
+  NSInteger _dateFormat;
+}
+- (NSInteger)mark;
+- (void)setMark:(NSInteger)mark;
+@end
+
+@implementation AddOnFormatter
+- (NSInteger)mark {
+  return _dateFormat;
+}
+- (void)setMark:(NSInteger)mark {
+  _dateFormat = mark;
+}
+@end
+
 @interface NSDate (AddOn)
 - (NSString *)addOn_day;
 + (BOOL)addOn_isAddOn;

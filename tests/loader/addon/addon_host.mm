@@ -48,6 +48,8 @@ id counter(NSString *name) {
 - (double)rightOf:(double)width;
 - (NSInteger)priority;
 - (void)setPriority:(NSInteger)priority;
+- (NSInteger)mark;
+- (void)setMark:(NSInteger)mark;
 - (NSString *)addOn_day;
 + (BOOL)addOn_isAddOn;
 @end
@@ -144,6 +146,15 @@ TEST_F(AddOn, InheritsFromTheLibrary) {
       unarchiveObjectWithData:[NSKeyedArchiver archivedDataWithRootObject:message]];
   EXPECT_EQ([back class], of);
   EXPECT_TRUE([[back userIdentifier] isEqualToString:@"42"]);
+}
+
+TEST_F(AddOn, KeepsVariablesApartFromThoseOfASuperclass) {
+  NSDateFormatter *const formatter = [[[objc_getClass("AddOnFormatter") alloc] init] autorelease];
+  [formatter setDateFormat:@"yyyy"];
+  ASSERT_NE(class_getInstanceVariable([NSDateFormatter class], "_dateFormat"), nullptr);
+  [formatter setMark:-1];
+  EXPECT_EQ([formatter mark], -1);
+  EXPECT_TRUE([[formatter dateFormat] isEqualToString:@"yyyy"]);
 }
 
 TEST_F(AddOn, AddsToClassesOfThePlatform) {
