@@ -58,6 +58,7 @@ private:
         objc_allocateClassPair(class_for(found.superclass), std::string(found.name).c_str(), 0);
     const ::Class metaclass = metaclass_of(made);
     std::vector<std::string> names;
+    names.reserve(found.variables.size());
     for (const InstanceVariable &variable : found.variables)
       names.push_back(add_variable(made, variable, names.size()));
     add_methods(made, found.methods);
