@@ -57,6 +57,17 @@ if readelf -d "$root/tmp/consumer/tree/consumer" "$root/tmp/consumer/by-pkg-conf
   exit 1
 fi
 
+# The component of `veltro new`, with its tests.
+cat >"$root/tmp/component" <<'END'
+set -eu
+cd /tmp
+veltro new Words
+cd Words
+CMAKE_GENERATOR=Ninja cmake --workflow --preset linux
+END
+in_root sh /tmp/component
+grep -q '100% tests passed' "$log" || { cat "$log"; exit 1; }
+
 # They go as they came.
 in_root apt-get purge -y veltro-tools libveltro-dev libveltro0
 if find "$root/usr" -name '*veltro*' | grep .; then

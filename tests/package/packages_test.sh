@@ -30,9 +30,13 @@ for file in man/man1/veltro-send.1.gz bash-completion/completions/veltro zsh/ven
   dpkg-deb -c build/packages/veltro-tools_*.deb | grep " ./usr/share/$file$" >/dev/null || { echo "no $file"; exit 1; }
 done
 
-# Under /usr the loader finds what a library needs.
-dpkg-deb --fsys-tarfile build/packages/libveltro0_*.deb | tar -x -C "$scratch" ./usr/lib
-if readelf -d "$scratch"/usr/lib/*.so.0 | grep -E 'R(UN)?PATH'; then
-  echo "the library looks for others by a path of its own"
+# Under /usr the loader finds what a program needs.
+for package in libveltro0 veltro-tools; do
+  dpkg-deb -x build/packages/"$package"_*.deb "$scratch"
+done
+[ -x "$scratch/usr/libexec/veltro/WhatsApp.app/WhatsApp" ] || { echo "no messenger"; exit 1; }
+if readelf -d "$scratch"/usr/lib/*.so.0 "$scratch/usr/bin/veltro" "$scratch/usr/libexec/veltro/WhatsApp.app/WhatsApp" |
+    grep -E 'R(UN)?PATH'; then
+  echo "a program looks for the library by a path of its own"
   exit 1
 fi
