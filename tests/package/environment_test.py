@@ -1,4 +1,4 @@
-"""docs/environment.md names every variable that is read, and no other."""
+"""docs/environment.md names every variable that is read, and no other; what tests hand to their own programs is theirs."""
 import os
 import re
 import subprocess
@@ -43,7 +43,7 @@ with open('docs/environment.md', encoding='utf-8') as file:
 rows = '\n'.join(line.split('|')[1] for line in page.splitlines() if line.startswith('| `'))
 named = set(re.findall(r'`([A-Z][A-Z0-9_]+)`', rows)) | set(re.findall(r'`(VELTRO_[A-Z_]+)`', page))
 
-problems = [f'read in {path}, but not named: {name}' for name, path in sorted(read.items()) if name not in named | OTHERS]
+problems = [f'read in {path}, but not named: {name}' for name, path in sorted(read.items()) if name not in named | OTHERS and not path.startswith('tests/')]
 problems += [f'named, but not read: {name}' for name in sorted(named - set(read))]
 print('\n'.join(problems))
 sys.exit(bool(problems))
