@@ -40,11 +40,11 @@ int finish(int status) {
   return std::cout.flush() ? status : answered_no("cannot write to standard output");
 }
 
-void print_answer(const DateOptions &options, const std::string &moments, bool answer) {
+void print_result(const DateOptions &options, const std::string &moments, bool result) {
   if (options.as_json)
-    std::cout << "{" << moments << R"(, "answer": )" << (answer ? "true" : "false") << "}\n";
+    std::cout << "{" << moments << R"(, "answer": )" << (result ? "true" : "false") << "}\n";
   else
-    std::cout << (answer ? "yes\n" : "no\n");
+    std::cout << (result ? "yes\n" : "no\n");
 }
 
 std::string json_moment(const std::string &name, NSDate *date) {
@@ -79,9 +79,9 @@ int for_each_moment(const DateOptions &options, const std::function<bool(NSDate 
 int ask(const DateOptions &options, const Question &question) {
   bool all = true;
   const int status = for_each_moment(options, [&](NSDate *date) {
-    const bool answer = question(date);
-    all = all && answer;
-    print_answer(options, json_moment("date", date), answer);
+    const bool result = question(date);
+    all = all && result;
+    print_result(options, json_moment("date", date), result);
     return true;
   });
   return finish(status != 0 || all ? status : 1);
@@ -92,9 +92,9 @@ int compare(const DateOptions &options, const Comparison &comparison) {
   NSDate *second = moment_from(options.moments[1]);
   if (first == nil || second == nil)
     return no_moment(options.moments[first == nil ? 0 : 1]);
-  const bool answer = comparison(first, second);
-  print_answer(options, json_moment("first", first) + ", " + json_moment("second", second), answer);
-  return finish(answer ? 0 : 1);
+  const bool result = comparison(first, second);
+  print_result(options, json_moment("first", first) + ", " + json_moment("second", second), result);
+  return finish(result ? 0 : 1);
 }
 
 int print_steps(const DateOptions &options, const Step &step) {

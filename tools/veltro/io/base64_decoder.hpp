@@ -9,7 +9,7 @@
 
 namespace veltro::tool {
 
-/// Answers for a text in pieces what the codec answers for the whole, but for zeros, which end the
+/// Returns for a text in pieces what the codec returns for the whole, but for zeros, which end the
 /// codec's text and are refused here. Of the text it keeps what counts of an open group, no more
 /// than three characters.
 class Base64Decoder {
