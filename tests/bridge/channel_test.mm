@@ -1,7 +1,7 @@
 // The request channel over real connections, with a real process that plays the messaging app.
 
-#include "support/alone.hpp"
 #include "support/captured_log.hpp"
+#include "support/exclusive.hpp"
 #include "support/loopback_server.hpp"
 #include "support/named_process.hpp"
 #include "support/replaced_method.hpp"
@@ -15,7 +15,7 @@
 #include <mutex>
 #include <string>
 
-VELTRO_TEST_ALONE;
+VELTRO_TEST_EXCLUSIVE;
 
 namespace veltro::test {
 namespace {

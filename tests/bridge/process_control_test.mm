@@ -2,8 +2,8 @@
 
 #import <veltro/veltro.h>
 
-#include "support/alone.hpp"
 #include "support/captured_log.hpp"
+#include "support/exclusive.hpp"
 #include "support/idle_apps.hpp"
 
 #include <algorithm>
@@ -14,7 +14,7 @@
 #include <sys/sysctl.h>
 #include <thread>
 
-VELTRO_TEST_ALONE;
+VELTRO_TEST_EXCLUSIVE;
 
 namespace {
 

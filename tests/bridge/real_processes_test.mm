@@ -3,7 +3,7 @@
 #import <veltro/UIDevice+ZLT.h>
 #import <veltro/ZLTUtils+ProcessTable.h>
 
-#include "support/alone.hpp"
+#include "support/exclusive.hpp"
 #include "support/named_process.hpp"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <string>
 #include <unistd.h>
 
-VELTRO_TEST_ALONE;
+VELTRO_TEST_EXCLUSIVE;
 
 namespace {
 

@@ -42,7 +42,7 @@ os.makedirs(WORK)
 os.symlink(SOURCE, f'{WORK}/libveltro')
 environment = {name: value for name, value in os.environ.items()
                if not name.startswith(('VELTRO_', 'CMAKE_', 'MAKE', 'MFLAGS'))}
-environment |= {'HOME': WORK, 'VELTRO_TEST_ALONE': 'yes'}
+environment |= {'HOME': WORK, 'VELTRO_TEST_EXCLUSIVE': 'yes'}
 shell = subprocess.Popen(['bash'], cwd=WORK, env=environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                          stderr=subprocess.STDOUT, text=True)
 first = [heading for heading, _, _ in steps()][0]

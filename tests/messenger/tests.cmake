@@ -6,7 +6,7 @@ target_link_libraries(messenger_store_test PRIVATE messenger-core)
 function(messenger_process_test file)
   foreach(class IN LISTS ARGN)
     set(name messenger/${file}/${class})
-    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/alone
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/exclusive
       python3 -B ${PROJECT_SOURCE_DIR}/tests/messenger/${file}_test.py ${class})
     set_tests_properties(${name} PROPERTIES
       TIMEOUT 300 LABELS library ENVIRONMENT VELTRO_BUILD_DIR=${PROJECT_BINARY_DIR})
@@ -17,7 +17,7 @@ messenger_process_test(requests Requests Refusals Restart)
 messenger_process_test(faults Clients Hostile FewDescriptors Stalls End Start Kill)
 messenger_process_test(tool Send NotRunning Roots Chat)
 
-add_test(NAME demo COMMAND ${PROJECT_SOURCE_DIR}/tests/support/alone
+add_test(NAME demo COMMAND ${PROJECT_SOURCE_DIR}/tests/support/exclusive
   ${PROJECT_SOURCE_DIR}/scripts/demo ${PROJECT_BINARY_DIR}/bin)
 set_tests_properties(demo PROPERTIES TIMEOUT 300 LABELS library)
 add_test(NAME demo/side-by-side COMMAND ${PROJECT_SOURCE_DIR}/tests/messenger/demos_test.sh ${PROJECT_BINARY_DIR}/bin)

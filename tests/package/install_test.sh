@@ -84,7 +84,7 @@ done
 app=$prefix/libexec/veltro/WhatsApp.app
 check "$(readelf -d "$app/WhatsApp" | sed -n 's/.*runpath: //p')" "[$prefix/lib]" "the messenger's run path"
 # shellcheck disable=SC2016 # for the inner shell
-check "$("$(dirname "$0")/../support/alone" sh -c '
+check "$("$(dirname "$0")/../support/exclusive" sh -c '
   "$1" -q messenger start >/dev/null && "$1" -q send 5 --text "from the installed one" && "$1" -q messenger stop' \
   sh "$prefix/bin/veltro")" "from the installed onenot running" "the installed messenger"
 

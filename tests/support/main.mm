@@ -1,4 +1,4 @@
-#include "support/alone.hpp"
+#include "support/exclusive.hpp"
 #include "support/scratch.hpp"
 
 #import <Foundation/Foundation.h>
@@ -34,7 +34,7 @@ void keep_the_users_home_out() {
 } // namespace
 
 int main(int argc, char **argv) {
-  veltro::test::run_alone_if_asked(argc, argv);
+  veltro::test::run_exclusively_if_asked(argc, argv);
   keep_the_users_home_out();
   testing::InitGoogleTest(&argc, argv);
   testing::UnitTest::GetInstance()->listeners().Append(new PoolListener);

@@ -1,5 +1,5 @@
 #include "machine/device/machine.hpp"
-#include "support/alone.hpp"
+#include "support/exclusive.hpp"
 #include "support/named_process.hpp"
 #include "support/scratch.hpp"
 #include "support/tool.hpp"
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <gmock/gmock.h>
 
-VELTRO_TEST_ALONE;
+VELTRO_TEST_EXCLUSIVE;
 
 namespace {
 

@@ -76,7 +76,7 @@ TEST_F(KeepAliveTool, GivesUpAfterTheTimeThatItWasGiven) {
   EXPECT_EQ(result.out, "granted\ndropped\n");
 }
 
-TEST(KeepAliveToolAlone, SaysThatTheAppIsNotInstalled) {
+TEST(KeepAliveToolWithoutApps, SaysThatTheAppIsNotInstalled) {
   const ToolResult result = run_tool({"keep-alive"});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.error,
@@ -84,7 +84,7 @@ TEST(KeepAliveToolAlone, SaysThatTheAppIsNotInstalled) {
                          "messenger start starts one"));
 }
 
-TEST(KeepAliveToolAlone, WantsANumberOfSeconds) {
+TEST(KeepAliveToolWithoutApps, WantsANumberOfSeconds) {
   EXPECT_EQ(run_tool({"keep-alive", "--for", "soon"}).status, 2);
   EXPECT_EQ(run_tool({"keep-alive", "--for", "-1"}).status, 2);
 }
