@@ -1,12 +1,13 @@
-// libveltro.so without the library: it loads the image for devices that VELTRO_IMAGE names, or else the
-// one that `make ios` built beside it, and exports what that exports. Where the image cannot be loaded
-// the process says so in one line on standard error and exits with status 2.
+// libveltro.so without the library: it loads the image for devices that VELTRO_IMAGE names, or else
+// the one that `make ios` built beside it, and exports what that exports. Where the image cannot be
+// loaded the process says so in one line on standard error and exits with status 2.
 
 #include <VeltroLoader/VeltroLoader.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 
@@ -19,8 +20,8 @@ struct Constant {
 
 } // namespace
 
-// The constants, which have to be writable here: a program may hold a copy of their storage. And the
-// symbols by which Linux's linker knows classes, which hold nothing.
+// The constants, which have to be writable here: a program may hold a copy of their storage. And
+// the symbols by which Linux's linker knows classes, which hold nothing.
 #include "exports.inc"
 
 namespace {
@@ -36,8 +37,8 @@ std::string image_path() {
     return named;
   Dl_info own{};
   dladdr(reinterpret_cast<const void *>(&image_path), &own);
-  const std::string file = own.dli_fname;
-  return file.substr(0, file.rfind('/') + 1) + "../../../ios/" VELTRO_SLICE "/libveltro.dylib";
+  const std::filesystem::path folder = std::filesystem::path(own.dli_fname).parent_path();
+  return (folder / "../../../ios/" VELTRO_SLICE "/libveltro.dylib").lexically_normal();
 }
 
 bool load() {
@@ -55,8 +56,8 @@ bool load() {
   return true;
 }
 
-// As this file's last static object: when it is made the platform's shared objects are whole, and no
-// code of the program's has run.
+// As this file's last static object: when it is made the platform's shared objects are whole, and
+// no code of the program's has run.
 [[maybe_unused]] const bool loaded = load();
 
 } // namespace
