@@ -4,7 +4,6 @@
 
 using testing::ElementsAreArray;
 using veltro::loader::CallFrameWriter;
-using veltro::loader::FrameEntry;
 using veltro::loader::Processor;
 
 namespace {
