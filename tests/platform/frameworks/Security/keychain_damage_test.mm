@@ -44,7 +44,7 @@ void put_in_place(const std::string &file) {
 
 /// The file of a keychain with one item, without its index, without its head, or nothing like it.
 std::string corrupted(int kind, std::string file) {
-  const std::string garbage(20, '?');
+  std::string garbage(20, '?');
   switch (kind) {
   case 0:
     return garbage;
