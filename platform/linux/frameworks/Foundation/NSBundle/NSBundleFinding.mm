@@ -85,7 +85,8 @@ NSArray *all_bundles(Class self, SEL command) {
 }
 
 id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
-  const char *wanted = [identifier UTF8String];
+  const char *wanted =
+      [identifier isKindOfClass:[NSString class]] ? [identifier UTF8String] : nullptr;
   if (wanted == nullptr)
     return nil;
   const std::string framework = veltro::host::system_framework(wanted);

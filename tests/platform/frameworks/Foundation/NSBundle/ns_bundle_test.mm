@@ -274,6 +274,7 @@ TEST_F(Bundles, NoClassHasANameThatIsNotAscii) {
   NSBundle *const bundle = [NSBundle bundleWithPath:text(lay_system_app("an.app", "App"))];
   EXPECT_EQ([bundle classNamed:[NSString stringWithUTF8String:"Stra\xc3\x9f"]], Nil);
   EXPECT_EQ([bundle classNamed:nil], Nil);
+  EXPECT_EQ([NSBundle bundleWithIdentifier:static_cast<id>(@7)], nil);
   EXPECT_EQ([bundle classNamed:@"NSString"], Nil) << "another bundle's";
 }
 
