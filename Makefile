@@ -5,7 +5,7 @@ PREFIX ?= /usr/local
 # Whose code `make test-device` and `make demo SLICE=…` run: a slice of the device's library.
 SLICE ?=
 
-.PHONY: all demo test test-device verify bench fuzz ios docs lint install package clean deps build
+.PHONY: all demo test test-all test-device verify bench fuzz ios docs lint install package clean deps build
 
 all: build
 
@@ -26,6 +26,10 @@ test-device: deps
 
 verify: deps
 	@scripts/verify
+
+# What continuous integration runs, and the device's code for arm64 in an emulator.
+test-all: test verify
+	@scripts/test-device arm64
 
 bench:
 	@scripts/install-deps bench
