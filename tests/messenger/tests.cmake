@@ -9,7 +9,7 @@ function(messenger_process_test file)
     add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/exclusive
       python3 -B ${PROJECT_SOURCE_DIR}/tests/messenger/${file}_test.py ${class})
     set_tests_properties(${name} PROPERTIES
-      TIMEOUT 300 LABELS library ENVIRONMENT VELTRO_BUILD_DIR=${PROJECT_BINARY_DIR})
+      TIMEOUT 600 LABELS library ENVIRONMENT VELTRO_BUILD_DIR=${PROJECT_BINARY_DIR})
   endforeach()
 endfunction()
 
@@ -19,6 +19,6 @@ messenger_process_test(tool Send NotRunning Roots Chat)
 
 add_test(NAME demo COMMAND ${PROJECT_SOURCE_DIR}/tests/support/exclusive
   ${PROJECT_SOURCE_DIR}/scripts/demo ${PROJECT_BINARY_DIR}/bin)
-set_tests_properties(demo PROPERTIES TIMEOUT 300 LABELS library)
+set_tests_properties(demo PROPERTIES TIMEOUT 600 LABELS library)
 add_test(NAME demo/side-by-side COMMAND ${PROJECT_SOURCE_DIR}/tests/messenger/demos_test.sh ${PROJECT_BINARY_DIR}/bin)
 set_tests_properties(demo/side-by-side PROPERTIES TIMEOUT 300 SKIP_RETURN_CODE 77)
