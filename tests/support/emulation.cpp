@@ -15,15 +15,28 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Where this program lies is where its launcher lies (cmake/cross/launcher): there is its bundle,
-// and that is what can be started again.
+namespace {
+
+/// The launcher of this program (cmake/cross/launcher), where `path` stands for the program itself:
+/// beside it is its bundle, and it is what can be started again.
+const char *launcher_for(const char *path) {
+  return std::string_view(path) == "/proc/self/exe" ? std::getenv("VELTRO_LAUNCHER") : nullptr;
+}
+
+} // namespace
+
 extern "C" ssize_t readlink(const char *path, char *target, std::size_t size) {
-  const char *const launcher = std::getenv("VELTRO_LAUNCHER");
-  if (launcher == nullptr || std::string_view(path) != "/proc/self/exe")
+  const char *const launcher = launcher_for(path);
+  if (launcher == nullptr)
     return readlinkat(AT_FDCWD, path, target, size);
   const std::size_t length = std::min(size, std::strlen(launcher));
   std::memcpy(target, launcher, length);
   return static_cast<ssize_t>(length);
+}
+
+extern "C" int execv(const char *path, char *const *arguments) {
+  const char *const launcher = launcher_for(path);
+  return execve(launcher != nullptr ? launcher : path, arguments, environ);
 }
 
 namespace veltro::host {
