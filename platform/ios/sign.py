@@ -1,6 +1,6 @@
 """sign.py IMAGE IDENTIFIER: gives a linked image its UUID, made of its contents, and an ad-hoc signature, in
 place of those that it has. After the formats of the kernel's loader.h and cs_blobs.h: both hash kinds,
-no entitlements, no certificates. The kernels of iOS 6 to 8 know SHA-1 alone, and take the first
+no entitlements, no certificates. The kernels of iOS 6 to 8 know only SHA-1, and take the first
 code directory; later ones look for the strongest. Signing again gives the same bytes."""
 import hashlib
 import struct

@@ -12,7 +12,7 @@ extern "C" {
 /// `data` holds no image, with the reason in `*problem` (autoreleased).
 CGSize VHImageSize(NSData *data, NSString **problem);
 
-/// The image in `data` at scale 1 (autoreleased); nil where it cannot be read, is cut short or has
+/// The image in `data` at scale 1 (autoreleased); nil where it cannot be read, is truncated or has
 /// more than `max_pixels` pixels, with the reason in `*problem` (autoreleased).
 ///
 /// Where `least_side` is not 0, a JPEG may be read at a half, a quarter or an eighth of its size,

@@ -15,9 +15,9 @@
 namespace veltro::host {
 namespace {
 
-constexpr auto between_looks = std::chrono::milliseconds(100);
+constexpr auto kBetweenLooks = std::chrono::milliseconds(100);
 // A process that starts later is found by a look through the whole process table, now and then.
-constexpr int looks_between_searches = 5;
+constexpr int kLooksBetweenSearches = 5;
 
 std::vector<pid_t> processes_of(const std::string &identifier, std::string &executable) {
   const AppRecord app = installed_app(identifier);
@@ -30,25 +30,25 @@ std::vector<pid_t> processes_of(const std::string &identifier, std::string &exec
 } // namespace
 
 struct Assertion::State {
-  State(std::string app, std::function<void(bool)> to_answer)
-      : identifier(std::move(app)), answer(std::move(to_answer)) {}
+  State(std::string app, std::function<void(bool)> on_result)
+      : identifier(std::move(app)), report(std::move(on_result)) {}
 
   const std::string identifier;
-  std::function<void(bool)> answer; ///< empty once it was called
+  std::function<void(bool)> report; ///< empty once it was called
   std::string executable;
   std::vector<pid_t> processes;
   int looks = 0;
-  // Guarded by the keeper's lock.
+  // Guarded by the monitor's lock.
   bool acquired = false;
   bool given_up = false;
 };
 
-class Keeper {
+class Monitor {
 public:
-  static Keeper &shared() {
+  static Monitor &shared() {
     // Never destroyed: its thread may outlast the process's static objects.
-    static Keeper &keeper = *new Keeper;
-    return keeper;
+    static Monitor &monitor = *new Monitor;
+    return monitor;
   }
 
   void add(const std::shared_ptr<Assertion::State> &state) {
@@ -57,7 +57,7 @@ public:
     if (std::exchange(running_, true))
       changed_.notify_all();
     else
-      std::thread([this] { keep(); }).detach();
+      std::thread([this] { run(); }).detach();
   }
 
   void give_up(Assertion::State &state) {
@@ -79,31 +79,31 @@ public:
   }
 
 private:
-  void keep() {
+  void run() {
     std::unique_lock lock(mutex_);
     while (!states_.empty()) {
       const std::vector<std::shared_ptr<Assertion::State>> states = states_;
       lock.unlock();
       for (const auto &state : states)
-        look_after(*state);
+        poll(*state);
       lock.lock();
       std::erase_if(states_, [](const auto &state) {
-        return !state->answer && (state->given_up || !state->acquired);
+        return !state->report && (state->given_up || !state->acquired);
       });
-      if (std::ranges::all_of(states_, [](const auto &state) { return !state->answer; }))
-        changed_.wait_for(lock, between_looks);
+      if (std::ranges::all_of(states_, [](const auto &state) { return !state->report; }))
+        changed_.wait_for(lock, kBetweenLooks);
     }
     running_ = false;
   }
 
-  void look_after(Assertion::State &state) {
-    if (state.answer)
+  void poll(Assertion::State &state) {
+    if (state.report)
       acquire(state);
-    else if (++state.looks % looks_between_searches == 0)
+    else if (++state.looks % kLooksBetweenSearches == 0)
       state.processes = processes_of(state.identifier, state.executable);
     for (const pid_t process : state.processes)
       if (stopped_by_signal(process) && runs(process, state.executable))
-        go_on(state, process);
+        resume(state, process);
   }
 
   void acquire(Assertion::State &state) {
@@ -113,10 +113,10 @@ private:
       const std::lock_guard lock(mutex_);
       acquired = state.acquired = !state.given_up && !state.processes.empty();
     }
-    std::exchange(state.answer, nullptr)(acquired);
+    std::exchange(state.report, nullptr)(acquired);
   }
 
-  void go_on(const Assertion::State &state, pid_t process) {
+  void resume(const Assertion::State &state, pid_t process) {
     const std::lock_guard lock(mutex_);
     if (state.acquired && !state.given_up)
       kill(process, SIGCONT);
@@ -128,9 +128,9 @@ private:
   bool running_ = false;
 };
 
-Assertion::Assertion(std::string identifier, std::function<void(bool)> answer)
-    : state_(std::make_shared<State>(std::move(identifier), std::move(answer))) {
-  Keeper::shared().add(state_);
+Assertion::Assertion(std::string identifier, std::function<void(bool)> report)
+    : state_(std::make_shared<State>(std::move(identifier), std::move(report))) {
+  Monitor::shared().add(state_);
 }
 
 Assertion::~Assertion() {
@@ -138,15 +138,15 @@ Assertion::~Assertion() {
 }
 
 bool Assertion::valid() const {
-  return Keeper::shared().valid(*state_);
+  return Monitor::shared().valid(*state_);
 }
 
 void Assertion::give_up() {
-  Keeper::shared().give_up(*state_);
+  Monitor::shared().give_up(*state_);
 }
 
 bool is_kept_alive(const std::string &identifier) {
-  return Keeper::shared().valid(identifier);
+  return Monitor::shared().valid(identifier);
 }
 
 } // namespace veltro::host

@@ -11,9 +11,9 @@ namespace veltro::host {
 /// An assertion on the app with a bundle identifier, from construction to destruction.
 class Assertion {
 public:
-  /// `answer` is called once, on the thread of the assertions and never before the constructor has
+  /// `report` is called once, on the thread of the assertions and never before the constructor has
   /// returned, with whether the app runs and the assertion was acquired.
-  Assertion(std::string identifier, std::function<void(bool)> answer);
+  Assertion(std::string identifier, std::function<void(bool)> report);
   ~Assertion();
   Assertion(const Assertion &) = delete;
   Assertion &operator=(const Assertion &) = delete;
@@ -21,13 +21,13 @@ public:
   /// Whether it was acquired and not given up.
   [[nodiscard]] bool valid() const;
 
-  /// Once this has returned no process is continued any more on its behalf. An answer that is still
+  /// Once this has returned no process is continued any more on its behalf. A report that is still
   /// due is given nevertheless, and is no.
   void give_up();
 
 private:
   struct State;
-  friend class Keeper;
+  friend class Monitor;
 
   std::shared_ptr<State> state_;
 };

@@ -1,6 +1,6 @@
 // Socket streams: the two streams of a TCP connection, which share one socket. Follows Apple's
 // CFStream, CFReadStream and CFWriteStream references. Opening waits until the connection stands or
-// has failed, where the device connects behind the caller's back; the transfers answer alike.
+// has failed, where the device connects behind the caller's back; the transfers behave alike.
 // Writes of a few bytes may reach the peer together, with the next read or 200 ms later. Other
 // kinds of streams, status, errors, properties, clients and run loops are left out.
 
@@ -63,7 +63,7 @@ using SharedConnection = std::shared_ptr<TcpConnection>;
 namespace {
 
 /// One call of `move` on the connection of an open stream that has not failed yet. A failure is
-/// final, as on the device, also where the socket would go on to say that the stream has ended.
+/// final, as on the device, also where the socket would say next that the stream has ended.
 template <typename Move> CFIndex transfer(VHSocketStream *stream, CFIndex length, Move move) {
   if (!stream->_opened || stream->_connection == nullptr || stream->_failed || length < 0)
     return -1;

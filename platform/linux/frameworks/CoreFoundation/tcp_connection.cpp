@@ -15,9 +15,9 @@ namespace veltro::host {
 namespace {
 
 /// A write of at most so many bytes is taken for a field, with more to come behind it.
-constexpr std::size_t longest_held = 16;
+constexpr std::size_t kLongestHeld = 16;
 
-/// A connect that a signal interrupted goes on by itself: wait for its outcome.
+/// A connect that a signal interrupted continues by itself: wait for its outcome.
 bool finish_connecting(int socket) {
   pollfd wanted{.fd = socket, .events = POLLOUT, .revents = 0};
   while (poll(&wanted, 1, -1) < 0)
@@ -94,7 +94,7 @@ ssize_t TcpConnection::read(void *buffer, std::size_t length) {
 }
 
 ssize_t TcpConnection::write(const void *bytes, std::size_t length) {
-  const bool hold = length <= longest_held && !reading_;
+  const bool hold = length <= kLongestHeld && !reading_;
   ssize_t result = 0;
   do
     result = send(socket_, bytes, length, MSG_NOSIGNAL | (hold ? MSG_MORE : 0));

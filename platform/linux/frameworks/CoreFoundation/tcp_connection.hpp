@@ -20,11 +20,11 @@ public:
   TcpConnection(const TcpConnection &) = delete;
   TcpConnection &operator=(const TcpConnection &) = delete;
 
-  /// Looks the host up and connects to the first of its addresses that answers. Only the first call
+  /// Looks the host up and connects to the first of its addresses that accepts. Only the first call
   /// tries; any thread may call.
   void open();
 
-  /// What recv and send answer: -1 as well where there is no connection. Signals do not interrupt
+  /// What recv and send return: -1 as well where there is no connection. Signals do not interrupt
   /// them, and a connection that the peer has ended raises none. One thread may read while another
   /// writes.
   ///

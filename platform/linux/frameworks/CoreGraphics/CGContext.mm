@@ -39,7 +39,7 @@ void add_rect(cairo_t *cairo, CGRect rect) {
     cairo_rectangle(cairo, rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
 }
 
-/// Paints a path of its own, without touching the current one, which Core Graphics keeps or forgets
+/// Paints a path of its own, without touching the current one, which Core Graphics keeps or drops
 /// as it says for each function.
 using Paint = void (*)(cairo_t *);
 
@@ -196,7 +196,7 @@ void CGContextStrokePath(CGContextRef context) {
     paint(context, of->state().stroke, cairo_stroke);
 }
 
-// The next four forget the current path, as the device documents of CGContextFillRect and its like.
+// The next four drop the current path, as the device documents of CGContextFillRect and its like.
 
 void CGContextFillRect(CGContextRef context, CGRect rect) {
   CGContextBeginPath(context);

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr CGFloat infinity = std::numeric_limits<CGFloat>::infinity();
+constexpr CGFloat kInfinity = std::numeric_limits<CGFloat>::infinity();
 
 } // namespace
 
@@ -18,7 +18,7 @@ extern "C" {
 const CGPoint CGPointZero = {0, 0};
 const CGSize CGSizeZero = {0, 0};
 const CGRect CGRectZero = {{0, 0}, {0, 0}};
-const CGRect CGRectNull = {{infinity, infinity}, {0, 0}};
+const CGRect CGRectNull = {{kInfinity, kInfinity}, {0, 0}};
 
 CGRect CGRectStandardize(CGRect rect) {
   if (CGRectIsNull(rect))
@@ -66,7 +66,7 @@ bool CGRectEqualToRect(CGRect one, CGRect other) {
 }
 
 bool CGRectIsNull(CGRect rect) {
-  return rect.origin.x == infinity || rect.origin.y == infinity;
+  return rect.origin.x == kInfinity || rect.origin.y == kInfinity;
 }
 
 bool CGRectIsEmpty(CGRect rect) {

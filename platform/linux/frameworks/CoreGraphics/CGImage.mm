@@ -109,7 +109,7 @@ std::optional<PixelFormat> format_of(size_t bits_per_component, size_t bits_per_
     return bits_per_pixel == 32 ? rgb_format(info) : std::nullopt;
   case kCGColorSpaceModelMonochrome:
     if (bits_per_pixel == 8 && (info & kCGBitmapAlphaInfoMask) == kCGImageAlphaNone)
-      return veltro::host::gray_bytes;
+      return veltro::host::kGrayBytes;
     return std::nullopt;
   case kCGColorSpaceModelUnknown:
     break;
@@ -155,8 +155,8 @@ CGImageRef CGImageCreate(size_t width, size_t height, size_t bits_per_component,
   std::shared_ptr<Bitmap> bitmap = Bitmap::create(width, height, !format->has_alpha);
   if (bitmap == nullptr)
     return nullptr;
-  veltro::host::take_over(*bitmap, static_cast<const std::uint8_t *>([data bytes]), bytes_per_row,
-                          *format);
+  veltro::host::convert(*bitmap, static_cast<const std::uint8_t *>([data bytes]), bytes_per_row,
+                        *format);
   return veltro::host::create_image(std::make_shared<Pixels>(std::move(bitmap)));
 }
 

@@ -69,7 +69,7 @@ private:
 };
 
 /// A context of UIKit: `width` x `height` points, y downwards, of ceil(points x scale) pixels. Null
-/// where there are no such pixels: without a positive and finite size and scale, beyond `max_side`
+/// where there are no such pixels: without a positive and finite size and scale, beyond `kMaxSide`
 /// pixels, or without memory. The caller owns it.
 CGContextRef create_uikit_context(CGSize size, bool opaque, CGFloat scale);
 

@@ -163,7 +163,7 @@ void *Context::expose() {
 CGContextRef create_uikit_context(CGSize size, bool opaque, CGFloat scale) {
   const double width = std::ceil(size.width * scale);
   const double height = std::ceil(size.height * scale);
-  const auto fits = [](double side) { return side >= 1 && side <= static_cast<double>(max_side); };
+  const auto fits = [](double side) { return side >= 1 && side <= static_cast<double>(kMaxSide); };
   if (!fits(width) || !fits(height) || scale <= 0)
     return nullptr;
   std::shared_ptr<Bitmap> bitmap =

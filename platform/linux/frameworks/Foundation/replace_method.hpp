@@ -1,4 +1,4 @@
-// Mending a method of GNUstep: the class stays, its implementation of one method is replaced.
+// Patches a method of GNUstep: the class stays, its implementation of one method is replaced.
 #pragma once
 
 #import <Foundation/Foundation.h>
@@ -8,7 +8,7 @@
 
 namespace veltro::host {
 
-/// Replaces the method of `owner` itself (not one that it inherits); answers the one before. To be
+/// Replaces the method of `owner` itself (not one that it inherits); returns the one before. To be
 /// called from +load: earlier no message can be sent, later other code may have kept the old one.
 /// Where a replaced method is the first that a class is sent, the runtime calls it before it has
 /// initialized the class: a class method that stands for it first sends [self class].

@@ -16,7 +16,7 @@ using veltro::host::string_of;
 using veltro::host::utf8_of;
 
 /// Whether there was no problem; where there was, and the caller wants to know, tells him.
-BOOL answer(const std::string &problem, NSError **error) {
+BOOL succeeded(const std::string &problem, NSError **error) {
   if (!problem.empty() && error != nullptr)
     *error =
         [NSError errorWithDomain:LSApplicationWorkspaceErrorDomain
@@ -50,9 +50,9 @@ BOOL answer(const std::string &problem, NSError **error) {
                withOptions:(NSDictionary *)options
                      error:(NSError **)error {
   (void)options;
-  return answer([bundle isFileURL] ? veltro::host::install_app(utf8_of([bundle path]))
-                                   : "not a file URL",
-                error);
+  return succeeded([bundle isFileURL] ? veltro::host::install_app(utf8_of([bundle path]))
+                                      : "not a file URL",
+                   error);
 }
 
 - (BOOL)installApplication:(NSURL *)bundle withOptions:(NSDictionary *)options {
@@ -63,7 +63,7 @@ BOOL answer(const std::string &problem, NSError **error) {
                  withOptions:(NSDictionary *)options
                        error:(NSError **)error {
   (void)options;
-  return answer(veltro::host::remove_app(utf8_of(identifier)), error);
+  return succeeded(veltro::host::remove_app(utf8_of(identifier)), error);
 }
 
 - (BOOL)uninstallApplication:(NSString *)identifier withOptions:(NSDictionary *)options {

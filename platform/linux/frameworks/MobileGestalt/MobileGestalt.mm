@@ -1,5 +1,5 @@
 // MGCopyAnswer: the device's identifier and its serial number, which are the machine's. Every other
-// question has no answer. The library is private and undocumented; the call's shape is that of the
+// question has no value. The library is private and undocumented; the call's shape is that of the
 // public interface descriptions of it.
 
 #include <MobileGestalt.h>
@@ -10,12 +10,12 @@
 
 extern "C" CFTypeRef MGCopyAnswer(CFStringRef question) {
   NSString *const asked = reinterpret_cast<NSString *>(const_cast<__CFString *>(question));
-  std::string answer;
+  std::string value;
   if ([asked isEqualToString:@"UniqueDeviceID"])
-    answer = veltro::host::machine_identifier();
+    value = veltro::host::machine_identifier();
   else if ([asked isEqualToString:@"SerialNumber"])
-    answer = veltro::host::machine_serial_number();
-  if (answer.empty())
+    value = veltro::host::machine_serial_number();
+  if (value.empty())
     return nullptr;
-  return reinterpret_cast<CFTypeRef>([[NSString alloc] initWithUTF8String:answer.c_str()]);
+  return reinterpret_cast<CFTypeRef>([[NSString alloc] initWithUTF8String:value.c_str()]);
 }

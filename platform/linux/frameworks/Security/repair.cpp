@@ -12,8 +12,8 @@
 namespace veltro::host::keychain {
 namespace {
 
-/// Copies what a connection still reads. Rows that do not unseal go on as well: whoever looks for
-/// them is told. All return SQLITE_OK unless the new file cannot take a row.
+/// Copies what a connection still reads. Rows that do not unseal are carried over as well: whoever
+/// looks for them is told. All return SQLITE_OK unless the new file cannot take a row.
 class Copy {
 public:
   Copy(Database &from, Database &to) : from_(from), to_(to) {}
@@ -128,8 +128,8 @@ OSStatus quarantine(const Paths &paths, const Identity &corrupt) {
     log_trouble(paths.database, "is corrupt, and its items could not be copied");
     return made;
   }
-  const std::string aside = link_aside(paths);
-  if (aside.empty()) {
+  const std::string quarantined = link_aside(paths);
+  if (quarantined.empty()) {
     const int error = errno;
     remove_database_files(fresh);
     return file_error(error, paths.database);
@@ -139,8 +139,9 @@ OSStatus quarantine(const Paths &paths, const Identity &corrupt) {
   ::unlink((paths.database + "-shm").c_str());
   if (::rename(fresh.c_str(), paths.database.c_str()) != 0)
     return file_error(errno, paths.database);
-  log_trouble(paths.database, "is corrupt; it is kept as " + aside + ", and " +
-                                  std::to_string(copied) + " items that it still has go on");
+  log_trouble(paths.database, "is corrupt; it is kept as " + quarantined + ", and " +
+                                  std::to_string(copied) +
+                                  " items that it still has are in a new file");
   return sync_directory(paths);
 }
 

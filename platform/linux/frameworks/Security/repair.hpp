@@ -1,5 +1,5 @@
 // What happens to a corrupt keychain file: it is quarantined, and what SQLite still reads of it
-// goes on in a new one.
+// is carried over to a new one.
 #pragma once
 
 #include "frameworks/Security/directory.hpp"

@@ -27,7 +27,7 @@ public:
   Session(const Session &) = delete;
   Session &operator=(const Session &) = delete;
 
-  /// errSecSuccess where the operation may go on; errSecItemNotFound where there is no keychain.
+  /// errSecSuccess where the operation may continue; errSecItemNotFound where there is no keychain.
   [[nodiscard]] OSStatus status() const { return status_; }
 
   [[nodiscard]] Database &database() const;

@@ -1,5 +1,5 @@
 // UIApplication: the shared application and the launching of others. The launching follows what the
-// system's home screen does with it: the app becomes a process that is nobody's child here. Whether
+// system's home screen does with it: the app becomes a detached process here. Whether
 // an app comes to the screen makes no difference on Linux. Delegates, events, windows, states and
 // opening URLs are left out.
 

@@ -24,7 +24,7 @@ public:
   Stack(const Stack &) = delete;
   Stack &operator=(const Stack &) = delete;
 
-  /// Takes over the caller's reference.
+  /// Adopts the caller's reference.
   void push(CGContextRef context, bool for_image, CGFloat scale) {
     entries_.push_back({context, for_image, scale});
   }

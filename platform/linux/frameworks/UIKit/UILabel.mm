@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The share of a line's free room that is before the line.
+/// The share of a line's free width that is before the line.
 double share_before(NSTextAlignment alignment) {
   switch (alignment) {
   case NSTextAlignmentCenter:

@@ -8,7 +8,7 @@
 
 namespace veltro::host {
 
-constexpr std::array image_orientations{UIImageOrientationUp,
+constexpr std::array kImageOrientations{UIImageOrientationUp,
                                         UIImageOrientationUpMirrored,
                                         UIImageOrientationDown,
                                         UIImageOrientationDownMirrored,
@@ -18,12 +18,12 @@ constexpr std::array image_orientations{UIImageOrientationUp,
                                         UIImageOrientationLeft};
 
 constexpr UIImageOrientation image_orientation(int in_file) {
-  return image_orientations[static_cast<std::size_t>(in_file - 1)];
+  return kImageOrientations[static_cast<std::size_t>(in_file - 1)];
 }
 
 constexpr int file_orientation(UIImageOrientation orientation) {
-  return static_cast<int>(std::ranges::find(image_orientations, orientation) -
-                          image_orientations.begin()) +
+  return static_cast<int>(std::ranges::find(kImageOrientations, orientation) -
+                          kImageOrientations.begin()) +
          1;
 }
 

@@ -7,10 +7,10 @@ namespace veltro::host {
 namespace {
 
 /// cairo's fonts fail beyond some size, and all text of the process with them.
-constexpr double max_font_size = 4096;
+constexpr double kMaxFontSize = 4096;
 
 double usable_font_size(double points) {
-  return points > 0 ? std::min(points, max_font_size) : 0;
+  return points > 0 ? std::min(points, kMaxFontSize) : 0;
 }
 
 /// Points as pango counts them; -1, "as much as it takes", for what is not greater than 0 and for

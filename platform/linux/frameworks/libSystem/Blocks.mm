@@ -15,16 +15,16 @@
 namespace {
 
 // Of blocks and of __block variables alike.
-constexpr int reference_count_mask = 0xffff;
-constexpr int needs_free = 1 << 24;
-constexpr int has_copy_dispose = 1 << 25;
-constexpr int is_global = 1 << 28;
+constexpr int kReferenceCountMask = 0xffff;
+constexpr int kNeedsFree = 1 << 24;
+constexpr int kHasCopyDispose = 1 << 25;
+constexpr int kIsGlobal = 1 << 28;
 
 // What a helper made by the compiler says of the variable that it hands over.
-constexpr int field_is_object = 3;
-constexpr int field_is_block = 7;
-constexpr int field_is_byref = 8;
-constexpr int called_for_byref = 128;
+constexpr int kFieldIsObject = 3;
+constexpr int kFieldIsBlock = 7;
+constexpr int kFieldIsByref = 8;
+constexpr int kCalledForByref = 128;
 
 struct Descriptor {
   unsigned long reserved;
@@ -54,7 +54,7 @@ struct Byref {
 void retain(int &flags) {
   const std::atomic_ref count(flags);
   int old = count.load();
-  while ((old & reference_count_mask) != reference_count_mask &&
+  while ((old & kReferenceCountMask) != kReferenceCountMask &&
          !count.compare_exchange_weak(old, old + 1)) {
   }
 }
@@ -63,10 +63,9 @@ void retain(int &flags) {
 bool release(int &flags) {
   const std::atomic_ref count(flags);
   int old = count.load();
-  while ((old & reference_count_mask) != reference_count_mask &&
-         (old & reference_count_mask) != 0) {
+  while ((old & kReferenceCountMask) != kReferenceCountMask && (old & kReferenceCountMask) != 0) {
     if (count.compare_exchange_weak(old, old - 1))
-      return (old & reference_count_mask) == 1;
+      return (old & kReferenceCountMask) == 1;
   }
   return false;
 }
@@ -74,7 +73,7 @@ bool release(int &flags) {
 /// The heap's copy of a __block variable, with one reference more.
 Byref *keep_byref(Byref *on_stack) {
   Byref *const from = on_stack->forwarding;
-  if ((from->flags & needs_free) != 0) {
+  if ((from->flags & kNeedsFree) != 0) {
     retain(from->flags);
     return from;
   }
@@ -84,19 +83,19 @@ Byref *keep_byref(Byref *on_stack) {
     return nullptr;
   std::memcpy(static_cast<void *>(copy), from, size);
   // One reference is the caller's, one the scope's in which the variable was declared.
-  copy->flags = (from->flags & ~reference_count_mask) | needs_free | 2;
+  copy->flags = (from->flags & ~kReferenceCountMask) | kNeedsFree | 2;
   copy->forwarding = copy;
   from->forwarding = copy;
-  if ((copy->flags & has_copy_dispose) != 0)
+  if ((copy->flags & kHasCopyDispose) != 0)
     copy->keep(copy, from);
   return copy;
 }
 
 void drop_byref(Byref *byref) {
   Byref *const variable = byref->forwarding;
-  if ((variable->flags & needs_free) == 0 || !release(variable->flags))
+  if ((variable->flags & kNeedsFree) == 0 || !release(variable->flags))
     return;
-  if ((variable->flags & has_copy_dispose) != 0)
+  if ((variable->flags & kHasCopyDispose) != 0)
     variable->destroy(variable);
   std::free(variable);
 }
@@ -139,9 +138,9 @@ namespace veltro::host {
 
 void *copy_block(const void *block) {
   auto *const from = static_cast<Block *>(const_cast<void *>(block));
-  if (from == nullptr || (from->flags & is_global) != 0)
+  if (from == nullptr || (from->flags & kIsGlobal) != 0)
     return from;
-  if ((from->flags & needs_free) != 0) {
+  if ((from->flags & kNeedsFree) != 0) {
     retain(from->flags);
     return from;
   }
@@ -150,17 +149,17 @@ void *copy_block(const void *block) {
     return nullptr;
   std::memcpy(static_cast<void *>(copy), from, from->descriptor->size);
   copy->isa = _NSConcreteMallocBlock;
-  copy->flags = (from->flags & ~reference_count_mask) | needs_free | 1;
-  if ((copy->flags & has_copy_dispose) != 0)
+  copy->flags = (from->flags & ~kReferenceCountMask) | kNeedsFree | 1;
+  if ((copy->flags & kHasCopyDispose) != 0)
     copy->descriptor->copy(copy, from);
   return copy;
 }
 
 void release_block(const void *block) {
   auto *const released = static_cast<Block *>(const_cast<void *>(block));
-  if (released == nullptr || (released->flags & needs_free) == 0 || !release(released->flags))
+  if (released == nullptr || (released->flags & kNeedsFree) == 0 || !release(released->flags))
     return;
-  if ((released->flags & has_copy_dispose) != 0)
+  if ((released->flags & kHasCopyDispose) != 0)
     released->descriptor->dispose(released);
   std::free(released);
 }
@@ -217,25 +216,25 @@ void _Block_release(const void *block) {
 void _Block_object_assign(void *destination, const void *object, int flags) {
   auto *const variable = const_cast<void *>(object);
   auto *const to = static_cast<void **>(destination);
-  if ((flags & called_for_byref) != 0)
+  if ((flags & kCalledForByref) != 0)
     *to = variable; // Objects in __block variables are not retained.
-  else if ((flags & field_is_byref) != 0)
+  else if ((flags & kFieldIsByref) != 0)
     *to = keep_byref(static_cast<Byref *>(variable));
-  else if ((flags & field_is_block) == field_is_block)
+  else if ((flags & kFieldIsBlock) == kFieldIsBlock)
     *to = _Block_copy(object);
-  else if ((flags & field_is_object) == field_is_object)
+  else if ((flags & kFieldIsObject) == kFieldIsObject)
     *to = [static_cast<id>(variable) retain];
 }
 
 void _Block_object_dispose(const void *object, int flags) {
   auto *const variable = const_cast<void *>(object);
-  if ((flags & called_for_byref) != 0)
+  if ((flags & kCalledForByref) != 0)
     return;
-  if ((flags & field_is_byref) != 0)
+  if ((flags & kFieldIsByref) != 0)
     drop_byref(static_cast<Byref *>(variable));
-  else if ((flags & field_is_block) == field_is_block)
+  else if ((flags & kFieldIsBlock) == kFieldIsBlock)
     _Block_release(object);
-  else if ((flags & field_is_object) == field_is_object)
+  else if ((flags & kFieldIsObject) == kFieldIsObject)
     [static_cast<id>(variable) release];
 }
 

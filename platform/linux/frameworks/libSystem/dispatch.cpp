@@ -48,9 +48,9 @@ private:
   std::binary_semaphore &semaphore_;
 };
 
-constexpr dispatch_once_t not_yet = 0;
-constexpr dispatch_once_t running = 1;
-constexpr dispatch_once_t done = ~dispatch_once_t{0};
+constexpr dispatch_once_t kNotYet = 0;
+constexpr dispatch_once_t kRunning = 1;
+constexpr dispatch_once_t kDone = ~dispatch_once_t{0};
 
 } // namespace
 
@@ -60,14 +60,14 @@ dispatch_queue_s _dispatch_main_q = {"com.apple.main-thread"};
 
 void dispatch_once(dispatch_once_t *predicate, dispatch_block_t block) {
   const std::atomic_ref state(*predicate);
-  dispatch_once_t seen = not_yet;
-  if (state.compare_exchange_strong(seen, running)) {
+  dispatch_once_t seen = kNotYet;
+  if (state.compare_exchange_strong(seen, kRunning)) {
     block();
-    state.store(done);
+    state.store(kDone);
     state.notify_all();
   } else {
-    while (state.load() == running)
-      state.wait(running);
+    while (state.load() == kRunning)
+      state.wait(kRunning);
   }
 }
 

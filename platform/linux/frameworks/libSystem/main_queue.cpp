@@ -8,7 +8,7 @@
 namespace veltro::host {
 namespace {
 
-constexpr std::uint64_t nanoseconds_per_second = 1'000'000'000;
+constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 
 /// Calls a function when the scope ends, also when an exception of a block passes through it.
 class AtEnd {
@@ -27,7 +27,7 @@ private:
 std::uint64_t dispatch_clock() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<std::uint64_t>(now.tv_sec) * nanoseconds_per_second +
+  return static_cast<std::uint64_t>(now.tv_sec) * kNanosecondsPerSecond +
          static_cast<std::uint64_t>(now.tv_nsec);
 }
 
@@ -86,8 +86,8 @@ void MainQueue::arm() {
   itimerspec at{};
   if (!work_.empty()) {
     const std::uint64_t due = work_.begin()->first.first;
-    at.it_value.tv_sec = static_cast<time_t>(due / nanoseconds_per_second);
-    at.it_value.tv_nsec = static_cast<long>(due % nanoseconds_per_second);
+    at.it_value.tv_sec = static_cast<time_t>(due / kNanosecondsPerSecond);
+    at.it_value.tv_nsec = static_cast<long>(due % kNanosecondsPerSecond);
   }
   timerfd_settime(timer_, TFD_TIMER_ABSTIME, &at, nullptr);
 }

@@ -22,7 +22,7 @@ int fail(int error) {
 }
 
 /// Copies what fits of `length` bytes and leaves the number copied.
-int answer(const void *bytes, std::size_t length, void *buffer, std::size_t *size) {
+int give(const void *bytes, std::size_t length, void *buffer, std::size_t *size) {
   if (size == nullptr)
     return buffer == nullptr ? 0 : fail(EFAULT);
   if (buffer == nullptr) {
@@ -75,7 +75,7 @@ int sysctlbyname(const char *name, void *oldp, size_t *oldlenp, void *newp, size
   if (newp != nullptr)
     return fail(EPERM);
   const std::string model = veltro::host::machine_model();
-  return answer(model.c_str(), model.size() + 1, oldp, oldlenp);
+  return give(model.c_str(), model.size() + 1, oldp, oldlenp);
 }
 
 } // extern "C"

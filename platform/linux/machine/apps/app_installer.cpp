@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *in_progress = ".installing-";
+constexpr const char *kInProgress = ".installing-";
 
 std::string last_error() {
   return std::strerror(errno);
@@ -28,7 +28,7 @@ std::string last_error() {
 /// A hidden folder in `parent` that goes away with the object, unless it has been moved.
 class Staging {
 public:
-  explicit Staging(const std::string &parent) : path_(parent + '/' + in_progress + "XXXXXX") {
+  explicit Staging(const std::string &parent) : path_(parent + '/' + kInProgress + "XXXXXX") {
     if (mkdtemp(path_.data()) == nullptr)
       path_.clear();
   }
@@ -52,7 +52,7 @@ void clear_leftovers(const std::string &folder) {
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error)) {
     std::error_code ignored;
-    if (entry->path().filename().string().starts_with(in_progress))
+    if (entry->path().filename().string().starts_with(kInProgress))
       fs::remove_all(entry->path(), ignored);
   }
 }
@@ -74,7 +74,7 @@ std::string create_folders(const std::string &folder) {
 }
 
 std::string name_container(const std::string &container, const std::string &identifier) {
-  return write_plist_string(container + '/' + container_metadata_file, container_identifier_key,
+  return write_plist_string(container + '/' + kContainerMetadataFile, kContainerIdentifierKey,
                             identifier)
              ? ""
              : "cannot write to " + container;

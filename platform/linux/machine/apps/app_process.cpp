@@ -51,10 +51,10 @@ std::string start_app(const std::string &identifier) {
     return std::strerror(lock.error());
   if (!processes_running(app->executable_path()).empty())
     return {};
-  const Launch answer =
+  const Launch launched =
       launch(app->executable_path(),
              environment_with({"HOME=" + home_of(*app), "VELTRO_ROOT=" + device_root()}));
-  return answer.error == 0 ? "" : std::strerror(answer.error);
+  return launched.error == 0 ? "" : std::strerror(launched.error);
 }
 
 } // namespace veltro::host

@@ -61,7 +61,7 @@ struct Entry {
 class Index {
 public:
   AppRecord find(std::string_view identifier) {
-    return answer([&] {
+    return ask([&] {
       if (!same_folders())
         read();
       auto found = entries_.find(identifier);
@@ -74,7 +74,7 @@ public:
   }
 
   std::vector<AppRecord> all() {
-    return answer([&] {
+    return ask([&] {
       if (!same_folders() || !same_files())
         read();
       std::vector<AppRecord> apps;
@@ -87,7 +87,7 @@ public:
 
 private:
   /// Runs `question` under the lock, and logs what it complained about after that.
-  template <typename Question> std::invoke_result_t<Question> answer(Question question) {
+  template <typename Question> std::invoke_result_t<Question> ask(Question question) {
     std::vector<std::string> complaints;
     auto result = [&] {
       const std::lock_guard lock(mutex_);
@@ -122,7 +122,7 @@ private:
   }
 
   /// An app that is replaced meanwhile has its old folder emptied under the reader, which then
-  /// looks again. Bounded: what changes all the time is answered as it was seen last.
+  /// looks again. Bounded: what changes all the time is returned as it was seen last.
   void read() {
     for (int attempt = 0; attempt < 10; ++attempt) {
       read_once();
@@ -174,11 +174,11 @@ private:
   }
 
   static DataContainer read_data_container(const std::string &container) {
-    WatchedPath metadata(container + '/' + container_metadata_file);
-    const PlistStrings list = plist_strings(metadata.path(), {container_identifier_key});
+    WatchedPath metadata(container + '/' + kContainerMetadataFile);
+    const PlistStrings list = plist_strings(metadata.path(), {kContainerIdentifierKey});
     if (!list.problem.empty())
       log_corrupt_file(metadata.path());
-    return {std::move(metadata), list.value(container_identifier_key)};
+    return {std::move(metadata), list.value(kContainerIdentifierKey)};
   }
 
   void read_bundles(const std::string &folder, const std::string &container, AppType type) {
@@ -209,7 +209,7 @@ private:
     return bundle;
   }
 
-  /// Enters the app into the index; answers why not.
+  /// Enters the app into the index; returns why not.
   std::string enter(const Bundle &bundle, const std::string &container, AppType type) {
     if (const auto other = entries_.find(bundle.app.identifier); other != entries_.end())
       return "has the identifier of " + other->second.app->bundle_path;
@@ -326,8 +326,8 @@ std::string find_data_container(const std::string &identifier) {
   for (const std::string &name : names_in(data_containers_folder())) {
     const std::string container = data_containers_folder() + '/' + name;
     const PlistStrings list =
-        plist_strings(container + '/' + container_metadata_file, {container_identifier_key});
-    if (list.value(container_identifier_key) == identifier)
+        plist_strings(container + '/' + kContainerMetadataFile, {kContainerIdentifierKey});
+    if (list.value(kContainerIdentifierKey) == identifier)
       return container;
   }
   return {};

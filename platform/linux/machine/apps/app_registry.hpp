@@ -6,7 +6,7 @@
 //                                                                 names the app that owns it
 //
 // The index is kept for the process and read again where folders or files changed. Every lookup
-// compares the three folders above and the answer's own files with what was read; only a lookup
+// compares the three folders above and the files of the result with what was read; only a lookup
 // that finds nothing compares everything. A bundle that cannot be read is left out with one log
 // line. All functions may be called on any thread.
 #pragma once
@@ -49,12 +49,12 @@ std::string bundle_containers_folder();
 std::string data_containers_folder();
 
 /// The file in a container that names its app, and the key in it.
-inline constexpr const char *container_metadata_file =
+inline constexpr const char *kContainerMetadataFile =
     ".com.apple.mobile_container_manager.metadata.plist";
-inline constexpr const char *container_identifier_key = "MCMMetadataIdentifier";
+inline constexpr const char *kContainerIdentifierKey = "MCMMetadataIdentifier";
 
 /// What Info.plist of the bundle in `bundle_path` says, without containers and type. Where the
-/// bundle is broken the answer's identifier is empty and `problem` says why.
+/// bundle is broken the result's identifier is empty and `problem` says why.
 InstalledApp read_app_bundle(const std::string &bundle_path, std::string &problem);
 
 /// The data container that belongs to `identifier`, or an empty path; reads the disk.

@@ -8,16 +8,16 @@ namespace veltro::host {
 namespace {
 
 // The firmware tables of PCs and servers, and the device tree of boards.
-std::string first_answer(const char *dmi, const char *device_tree) {
-  std::string answer = first_line(dmi);
-  return answer.empty() ? first_line(device_tree) : answer;
+std::string first_present(const char *dmi, const char *device_tree) {
+  std::string line = first_line(dmi);
+  return line.empty() ? first_line(device_tree) : line;
 }
 
 } // namespace
 
 std::string machine_model() {
   std::string model =
-      first_answer("/sys/class/dmi/id/product_name", "/sys/firmware/devicetree/base/model");
+      first_present("/sys/class/dmi/id/product_name", "/sys/firmware/devicetree/base/model");
   if (!model.empty())
     return model;
   utsname kernel{};
@@ -32,8 +32,8 @@ std::string machine_identifier() {
 }
 
 std::string machine_serial_number() {
-  return first_answer("/sys/class/dmi/id/product_serial",
-                      "/sys/firmware/devicetree/base/serial-number");
+  return first_present("/sys/class/dmi/id/product_serial",
+                       "/sys/firmware/devicetree/base/serial-number");
 }
 
 } // namespace veltro::host

@@ -8,7 +8,7 @@ namespace veltro::host {
 namespace {
 
 // More than the longest tick of the kernel's coarse clock (10 ms at 100 Hz).
-constexpr long long settling_nanoseconds = 20'000'000;
+constexpr long long kSettlingNanoseconds = 20'000'000;
 
 long long nanoseconds_since(time_t seconds, long nanoseconds) {
   timespec now{};
@@ -20,12 +20,12 @@ long long nanoseconds_since(time_t seconds, long nanoseconds) {
 
 WatchedPath::WatchedPath(std::string path)
     : path_(std::move(path)), identity_(now()),
-      settled_(!identity_.exists ||
-               std::llabs(nanoseconds_since(identity_.seconds, identity_.nanoseconds)) >
-                   settling_nanoseconds) {}
+      stable_(!identity_.exists ||
+              std::llabs(nanoseconds_since(identity_.seconds, identity_.nanoseconds)) >
+                  kSettlingNanoseconds) {}
 
 bool WatchedPath::unchanged() const {
-  return settled_ && same();
+  return stable_ && same();
 }
 
 // The change time and not the modification time: programs can set the latter, and becoming readable

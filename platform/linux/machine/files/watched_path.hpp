@@ -36,7 +36,7 @@ private:
 
   std::string path_;
   Identity identity_;
-  bool settled_;
+  bool stable_;
 };
 
 } // namespace veltro::host

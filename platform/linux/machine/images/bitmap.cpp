@@ -6,10 +6,10 @@
 namespace veltro::host {
 namespace {
 
-constexpr std::size_t bytes_a_pixel = 4;
+constexpr std::size_t kBytesAPixel = 4;
 
 bool has_pixels(std::size_t width, std::size_t height) {
-  return width > 0 && height > 0 && width <= max_side && height <= max_side;
+  return width > 0 && height > 0 && width <= kMaxSide && height <= kMaxSide;
 }
 
 } // namespace
@@ -17,7 +17,7 @@ bool has_pixels(std::size_t width, std::size_t height) {
 std::shared_ptr<Bitmap> Bitmap::create(std::size_t width, std::size_t height, bool opaque) {
   if (!has_pixels(width, height))
     return nullptr;
-  const std::size_t stride = width * bytes_a_pixel;
+  const std::size_t stride = width * kBytesAPixel;
   auto *data = static_cast<unsigned char *>(std::calloc(height, stride));
   if (data == nullptr)
     return nullptr;
@@ -26,8 +26,8 @@ std::shared_ptr<Bitmap> Bitmap::create(std::size_t width, std::size_t height, bo
 
 std::shared_ptr<Bitmap> Bitmap::over(void *data, std::size_t width, std::size_t height,
                                      std::size_t stride, bool opaque) {
-  if (!has_pixels(width, height) || data == nullptr || stride < width * bytes_a_pixel ||
-      stride > max_side * bytes_a_pixel * 2 || stride % bytes_a_pixel != 0)
+  if (!has_pixels(width, height) || data == nullptr || stride < width * kBytesAPixel ||
+      stride > kMaxSide * kBytesAPixel * 2 || stride % kBytesAPixel != 0)
     return nullptr;
   return std::shared_ptr<Bitmap>(
       new Bitmap(static_cast<unsigned char *>(data), width, height, stride, opaque, false));
@@ -43,7 +43,7 @@ std::shared_ptr<Bitmap> Bitmap::copy() const {
   if (other == nullptr)
     std::abort();
   for (std::size_t y = 0; y < height_; ++y)
-    std::memcpy(other->row(y), row(y), width_ * bytes_a_pixel);
+    std::memcpy(other->row(y), row(y), width_ * kBytesAPixel);
   return other;
 }
 

@@ -12,11 +12,11 @@
 namespace veltro::host {
 
 /// The greatest width and height of a bitmap, in pixels.
-constexpr std::size_t max_side = 32767;
+constexpr std::size_t kMaxSide = 32767;
 
 class Bitmap {
 public:
-  /// A bitmap of zeros; null without pixels, beyond `max_side` and where there is no memory for it.
+  /// A bitmap of zeros; null without pixels, beyond `kMaxSide` and where there is no memory for it.
   static std::shared_ptr<Bitmap> create(std::size_t width, std::size_t height, bool opaque);
   /// A bitmap over memory that somebody else keeps; the same limits.
   static std::shared_ptr<Bitmap> over(void *data, std::size_t width, std::size_t height,
@@ -50,7 +50,7 @@ private:
 };
 
 /// The pixels of an image. They never change, though they may still be a context's own: a context
-/// that goes on drawing has them copied first, so that taking a finished drawing costs nothing.
+/// that draws more has them copied first, so that taking a finished drawing costs nothing.
 class Pixels {
 public:
   explicit Pixels(std::shared_ptr<Bitmap> bitmap)

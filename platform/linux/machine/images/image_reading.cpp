@@ -1,6 +1,6 @@
 #include "machine/images/image_reading.hpp"
 
-#include "machine/images/image_file_end.hpp"
+#include "machine/images/image_truncation.hpp"
 #include "machine/images/pixel_format.hpp"
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
@@ -13,7 +13,7 @@
 namespace veltro::host {
 namespace {
 
-constexpr const char *cut_short = "it is cut short";
+constexpr const char *kTruncated = "it is truncated";
 
 struct Release {
   void operator()(void *object) const { g_object_unref(object); }
@@ -40,7 +40,7 @@ bool is_jpeg(GdkPixbufLoader *loader) {
 void size_is_known(GdkPixbufLoader *loader, int width, int height, Reading *reading) {
   reading->width = static_cast<std::size_t>(std::max(width, 0));
   reading->height = static_cast<std::size_t>(std::max(height, 0));
-  reading->refused = reading->width > max_side || reading->height > max_side ||
+  reading->refused = reading->width > kMaxSide || reading->height > kMaxSide ||
                      reading->width * reading->height > reading->options.max_pixels;
   if (reading->refused || reading->size_only) {
     // Tells the loader to go no further.
@@ -83,7 +83,7 @@ std::string load(GdkPixbufLoader *loader, std::span<const std::uint8_t> file, Re
   if (written && closed)
     return "";
   const std::string text = text_and_free(written ? late : error);
-  return is_cut_short(file) ? cut_short : text;
+  return is_truncated(file) ? kTruncated : text;
 }
 
 int orientation_of(GdkPixbuf *pixbuf) {
@@ -99,9 +99,9 @@ std::shared_ptr<Pixels> pixels_of(GdkPixbuf *pixbuf) {
                      static_cast<std::size_t>(gdk_pixbuf_get_height(pixbuf)), !has_alpha);
   if (bitmap == nullptr)
     return nullptr;
-  take_over(*bitmap, gdk_pixbuf_read_pixels(pixbuf),
-            static_cast<std::size_t>(gdk_pixbuf_get_rowstride(pixbuf)),
-            has_alpha ? rgba_bytes : rgb_bytes);
+  convert(*bitmap, gdk_pixbuf_read_pixels(pixbuf),
+          static_cast<std::size_t>(gdk_pixbuf_get_rowstride(pixbuf)),
+          has_alpha ? kRgbaBytes : kRgbBytes);
   return std::make_shared<Pixels>(std::move(bitmap));
 }
 
@@ -118,8 +118,8 @@ ImageFile read_image(std::span<const std::uint8_t> file, const ReadOptions &opti
   result.problem = load(loader.get(), file, reading);
   if (!result.problem.empty())
     return result;
-  if (is_cut_short(file)) {
-    result.problem = cut_short;
+  if (is_truncated(file)) {
+    result.problem = kTruncated;
     return result;
   }
   GdkPixbuf *const pixbuf = gdk_pixbuf_loader_get_pixbuf(loader.get());

@@ -67,7 +67,7 @@ std::vector<std::uint8_t> save(const Pixbuf &pixbuf, const char *type, const cha
   return file;
 }
 
-/// A segment of metadata that holds the orientation alone.
+/// A segment of metadata that holds only the orientation.
 constexpr std::array<std::uint8_t, 36> exif(std::uint8_t orientation) {
   return {0xFF, 0xE1, 0, 34, 'E', 'x', 'i', 'f', 0, 0,
           // A TIFF header in big-endian order, whose only directory follows it

@@ -41,12 +41,12 @@ std::uint32_t ready(std::uint32_t red, std::uint32_t green, std::uint32_t blue,
 
 } // namespace
 
-void take_over(Bitmap &bitmap, const std::uint8_t *bytes, std::size_t stride,
-               const PixelFormat &format) {
-  if (format == rgb_bytes)
-    each_pixel(bitmap, bytes, stride, rgb_bytes, solid);
-  else if (format == rgba_bytes)
-    each_pixel(bitmap, bytes, stride, rgba_bytes, straight);
+void convert(Bitmap &bitmap, const std::uint8_t *bytes, std::size_t stride,
+             const PixelFormat &format) {
+  if (format == kRgbBytes)
+    each_pixel(bitmap, bytes, stride, kRgbBytes, solid);
+  else if (format == kRgbaBytes)
+    each_pixel(bitmap, bytes, stride, kRgbaBytes, straight);
   else if (!format.has_alpha)
     each_pixel(bitmap, bytes, stride, format, solid);
   else if (format.premultiplied)

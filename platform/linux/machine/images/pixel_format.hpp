@@ -21,9 +21,9 @@ struct PixelFormat {
   friend bool operator==(const PixelFormat &, const PixelFormat &) = default;
 };
 
-constexpr PixelFormat rgb_bytes{3, 0, 1, 2, 0, false, false};
-constexpr PixelFormat rgba_bytes{4, 0, 1, 2, 3, true, false};
-constexpr PixelFormat gray_bytes{1, 0, 0, 0, 0, false, false};
+constexpr PixelFormat kRgbBytes{3, 0, 1, 2, 0, false, false};
+constexpr PixelFormat kRgbaBytes{4, 0, 1, 2, 3, true, false};
+constexpr PixelFormat kGrayBytes{1, 0, 0, 0, 0, false, false};
 
 /// `value` x `alpha` / 255, rounded to the nearest.
 constexpr std::uint32_t premultiplied(std::uint32_t value, std::uint32_t alpha) {
@@ -37,7 +37,7 @@ constexpr std::uint32_t unpremultiplied(std::uint32_t value, std::uint32_t alpha
 }
 
 /// Fills `bitmap`, which is opaque if `format` has no alpha, from rows of bytes `stride` apart.
-void take_over(Bitmap &bitmap, const std::uint8_t *bytes, std::size_t stride,
-               const PixelFormat &format);
+void convert(Bitmap &bitmap, const std::uint8_t *bytes, std::size_t stride,
+             const PixelFormat &format);
 
 } // namespace veltro::host

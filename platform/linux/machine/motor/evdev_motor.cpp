@@ -58,7 +58,7 @@ void EvdevMotor::close_device() {
 
 /// Whether all pulses were started; errno says why not.
 bool EvdevMotor::play(const Vibration &vibration) {
-  forget_effects();
+  drop_effects();
   return std::ranges::all_of(vibration.pulses,
                              [&](const Pulse &pulse) { return start(pulse, vibration.intensity); });
 }
@@ -101,7 +101,7 @@ bool EvdevMotor::start(const Pulse &pulse, double intensity) {
   return write(device_, &play, sizeof play) == sizeof play;
 }
 
-void EvdevMotor::forget_effects() {
+void EvdevMotor::drop_effects() {
   for (const int effect : std::exchange(effects_, {}))
     ioctl(device_, EVIOCRMFF, effect);
 }

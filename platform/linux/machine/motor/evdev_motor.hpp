@@ -20,7 +20,7 @@ private:
   void close_device();
   bool play(const Vibration &vibration);
   bool start(const Pulse &pulse, double intensity);
-  void forget_effects();
+  void drop_effects();
 
   std::string folder_;
   int device_ = -1;

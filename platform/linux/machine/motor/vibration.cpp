@@ -13,7 +13,7 @@ namespace {
 std::mutex mutex;
 Motor *chosen_motor = nullptr;
 
-// Never destroyed: the device forgets its effects when it is closed.
+// Never destroyed: the device drops its effects when it is closed.
 EvdevMotor &machine_motor() {
   static EvdevMotor &motor = *new EvdevMotor("/dev/input");
   return motor;

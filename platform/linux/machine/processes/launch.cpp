@@ -1,5 +1,5 @@
 // Two calls of clone(2) after the manner of vfork: the middle process ends at once, so that the
-// program is nobody's child here. Neither announces its end with SIGCHLD, and plain wait calls of
+// program is detached here. Neither announces its end with SIGCHLD, and plain wait calls of
 // this process do not see them.
 
 #include "machine/processes/launch.hpp"
@@ -23,15 +23,15 @@ extern "C" char **environ;
 namespace veltro::host {
 namespace {
 
-constexpr std::size_t stack_size = std::size_t{64} * 1024;
-constexpr int no_signal_at_the_end = 0;
-constexpr int cloned_children = static_cast<int>(__WCLONE);
-constexpr int like_vfork = CLONE_VM | CLONE_VFORK | no_signal_at_the_end;
+constexpr std::size_t kStackSize = std::size_t{64} * 1024;
+constexpr int kNoSignalAtTheEnd = 0;
+constexpr int kClonedChildren = static_cast<int>(__WCLONE);
+constexpr int kLikeVfork = CLONE_VM | CLONE_VFORK | kNoSignalAtTheEnd;
 
 /// A stack for each of the two processes; they run in this one's memory.
 struct Stacks {
-  alignas(16) std::array<std::byte, stack_size> middle;
-  alignas(16) std::array<std::byte, stack_size> program;
+  alignas(16) std::array<std::byte, kStackSize> middle;
+  alignas(16) std::array<std::byte, kStackSize> program;
 };
 
 struct Request {
@@ -39,7 +39,7 @@ struct Request {
   char *const *arguments;
   char *const *environment;
   Stacks *stacks;
-  Launch answer;
+  Launch result;
 };
 
 // Both children run between clone and exec, where other threads may hold any lock: system calls
@@ -60,16 +60,16 @@ struct Request {
   sigemptyset(&none);
   if (chdir("/") == 0 && sigprocmask(SIG_SETMASK, &none, nullptr) == 0)
     execve(request->executable, request->arguments, request->environment);
-  request->answer.error = errno;
+  request->result.error = errno;
   _exit(1);
 }
 
 [[clang::no_sanitize("address")]] int start_the_program(void *argument) {
   auto *const request = static_cast<Request *>(argument);
-  std::byte *const top = request->stacks->program.data() + stack_size;
-  request->answer.process = clone(become_the_program, top, like_vfork, request);
-  if (request->answer.process < 0)
-    request->answer.error = errno;
+  std::byte *const top = request->stacks->program.data() + kStackSize;
+  request->result.process = clone(become_the_program, top, kLikeVfork, request);
+  if (request->result.process < 0)
+    request->result.error = errno;
   _exit(0);
 }
 
@@ -86,8 +86,8 @@ bool has_program(pid_t process) {
   return readlink(("/proc/" + std::to_string(process) + "/exe").c_str(), &first, 1) == 1;
 }
 
-/// The kernel lets this process go on a little before it has noted the program's command line, by
-/// which the process of a script is known.
+/// The kernel lets this process continue a little before it has noted the program's command line,
+/// by which the process of a script is known.
 void await_command_line(pid_t process) {
   constexpr int looks = 1000;
   for (int look = 0; look < looks && !has_command_line(process) && has_program(process); ++look)
@@ -121,18 +121,18 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, &before);
   const pid_t middle =
-      clone(start_the_program, stacks->middle.data() + stack_size, like_vfork, &request);
+      clone(start_the_program, stacks->middle.data() + kStackSize, kLikeVfork, &request);
   if (middle < 0)
-    request.answer.error = errno;
+    request.result.error = errno;
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
 
-  while (middle > 0 && waitpid(middle, nullptr, cloned_children) < 0 && errno == EINTR) {
+  while (middle > 0 && waitpid(middle, nullptr, kClonedChildren) < 0 && errno == EINTR) {
   }
-  if (request.answer.error != 0)
-    request.answer.process = 0;
+  if (request.result.error != 0)
+    request.result.process = 0;
   else
-    await_command_line(request.answer.process);
-  return request.answer;
+    await_command_line(request.result.process);
+  return request.result;
 }
 
 std::vector<std::string> environment_with(const std::vector<std::string> &changes) {

@@ -1,4 +1,4 @@
-// Starting a program the way the system starts an app: as nobody's child.
+// Starting a program the way the system starts an app: detached.
 #pragma once
 
 #include <string>

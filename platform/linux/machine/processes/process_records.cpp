@@ -18,7 +18,7 @@ namespace veltro::host {
 namespace {
 
 // The kernel cuts a short name at 15 bytes, the device at 16.
-constexpr std::size_t kernel_name_length = 15;
+constexpr std::size_t kKernelNameLength = 15;
 
 using Path = std::array<char, 32>;
 
@@ -36,20 +36,20 @@ Path path_of(std::string_view folder, std::string_view file) {
   return path;
 }
 
-/// A name that the kernel may have cut: one byte more of it where the executable's name goes on.
+/// A name that the kernel may have cut: one byte more of it where the executable's name is longer.
 std::size_t restore_last_byte(int proc, std::string_view folder, std::span<char> name) {
   std::array<char, 4096> target{};
   const ssize_t length =
       readlinkat(proc, path_of(folder, "/exe").data(), target.data(), target.size());
   if (length <= 0)
-    return kernel_name_length;
+    return kKernelNameLength;
   const std::string_view path(target.data(), static_cast<std::size_t>(length));
   const std::string_view executable = path.substr(path.rfind('/') + 1);
-  if (executable.size() <= kernel_name_length ||
-      !executable.starts_with(std::string_view(name.data(), kernel_name_length)))
-    return kernel_name_length;
-  name[kernel_name_length] = executable[kernel_name_length];
-  return kernel_name_length + 1;
+  if (executable.size() <= kKernelNameLength ||
+      !executable.starts_with(std::string_view(name.data(), kKernelNameLength)))
+    return kKernelNameLength;
+  name[kKernelNameLength] = executable[kKernelNameLength];
+  return kKernelNameLength + 1;
 }
 
 /// How many bytes the well-formed UTF-8 character at the front of `text` has; 0 where there is
@@ -109,7 +109,7 @@ bool has_ended(std::string_view fields) {
   return fields.starts_with("1 ") || fields.starts_with("0 ");
 }
 
-/// Fills `record` for the process, or leaves it alone where the process has ended. The device's
+/// Fills `record` for the process, or leaves it as it is where the process has ended. The device's
 /// apps are gone as soon as they end; here they may stay for as long as init does not ask for them.
 bool fill(kinfo_proc &record, int proc, std::string_view folder, int id) {
   // Names of the kernel's own threads may be longer than any record's.
@@ -123,7 +123,7 @@ bool fill(kinfo_proc &record, int proc, std::string_view folder, int id) {
 
   const std::span<char> name = std::span(text).subspan(begin);
   std::size_t count = end - begin;
-  if (count == kernel_name_length)
+  if (count == kKernelNameLength)
     count = restore_last_byte(proc, folder, name);
   count = std::min<std::size_t>(count, MAXCOMLEN);
 
@@ -161,11 +161,11 @@ private:
 } // namespace
 
 std::size_t process_record_bound() {
-  constexpr std::size_t room_to_spare = 16;
+  constexpr std::size_t spare_links = 16;
   // The folder has a link for every process: one call instead of a walk.
   struct stat folder{};
   const std::size_t links = stat("/proc", &folder) == 0 ? folder.st_nlink : 0;
-  return links + room_to_spare;
+  return links + spare_links;
 }
 
 ProcessRecords read_process_records(std::span<kinfo_proc> records) {

@@ -12,7 +12,7 @@
 namespace veltro::host {
 namespace {
 
-constexpr off_t size_limit = off_t{16} << 20;
+constexpr off_t kSizeLimit = off_t{16} << 20;
 
 std::string why_unreadable(const std::string &path) {
   struct stat status{};
@@ -20,7 +20,7 @@ std::string why_unreadable(const std::string &path) {
     return std::strerror(errno);
   if (!S_ISREG(status.st_mode))
     return "not a file";
-  if (status.st_size > size_limit)
+  if (status.st_size > kSizeLimit)
     return "too large";
   return "";
 }

@@ -16,8 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *frameworks[] = {"/System/Library/Frameworks",
-                                      "/System/Library/PrivateFrameworks"};
+constexpr const char *kFrameworks[] = {"/System/Library/Frameworks",
+                                       "/System/Library/PrivateFrameworks"};
 
 bool exists(const std::string &path) {
   struct stat status{};
@@ -92,7 +92,7 @@ void provide_system_folder(std::string_view folder) {
 
 std::string system_framework(const std::string &identifier) {
   provide_frameworks();
-  for (const char *folder : frameworks) {
+  for (const char *folder : kFrameworks) {
     std::error_code error;
     for (fs::directory_iterator entry(on_this_machine(folder), error), end; !error && entry != end;
          entry.increment(error)) {

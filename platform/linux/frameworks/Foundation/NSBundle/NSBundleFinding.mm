@@ -2,9 +2,10 @@
 //  - a path that exists under the device root is that one (so an absolute path of the device
 //    resolves there); any other path is this machine's, such as one that lies under the root
 //    already;
-//  - every call looks at the disk, where GNUstep remembers that a folder was missing and goes on to
+//  - every call looks at the disk, where GNUstep remembers that a folder was missing and continues
+//  to
 //    find a bundle whose folder is gone;
-//  - a path answers the bundle at that path, where GNUstep answers an older one with the same
+//  - a path gives the bundle at that path, where GNUstep gives an older one with the same
 //    identifier;
 //  - an identifier finds the system's frameworks too. It does not find apps that no bundle object
 //    of this process stands for, neither does the device;

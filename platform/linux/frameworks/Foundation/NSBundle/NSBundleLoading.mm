@@ -4,7 +4,7 @@
 //
 // -load links an executable that can be linked. A bundle without one, or whose executable is a
 // program like an app's, has nothing to link: it counts as loaded, YES. Where Info.plist names an
-// executable that is missing the answer is NO. A bundle that was loaded stays, also as an object.
+// executable that is missing the result is NO. A bundle that was loaded stays, also as an object.
 
 #import <Foundation/Foundation.h>
 

@@ -1,7 +1,7 @@
 // NSBundle's localizations and strings tables. Follows Apple's NSBundle reference and its guide to
 // bundles: a table of the bundle's folder itself comes first, then that of the localization that
 // suits the user best, then that of the development region; a key that the first table found does
-// not have is answered by the default value, or by the key itself where that is nil or empty.
+// not have gives the default value, or the key itself where that is nil or empty.
 // Tables are read again when their file changed, as the languages are when the environment changed.
 // GNUstep's default NSShowNonLocalizedStrings and tables of plural rules are left out.
 

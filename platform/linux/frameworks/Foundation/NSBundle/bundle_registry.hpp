@@ -6,7 +6,7 @@
 
 namespace veltro::host {
 
-/// The object for the folder at `path`, retained; takes over `fresh`, an object without a folder,
+/// The object for the folder at `path`, retained; adopts `fresh`, an object without a folder,
 /// which becomes that object where there is none yet. The objects stay; one that was not loaded
 /// and whose Info.plist changed is followed by a new one. Any thread.
 NSBundle *bundle_at(NSString *path, NSBundle *fresh);

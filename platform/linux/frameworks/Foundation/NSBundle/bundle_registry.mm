@@ -12,7 +12,7 @@ namespace veltro::host {
 namespace {
 
 // GNUstep's mark of a plain bundle in _bundleType.
-constexpr unsigned plain_bundle = 1;
+constexpr unsigned kPlainBundle = 1;
 
 struct Known {
   std::string path;
@@ -40,7 +40,7 @@ NSBundle *bundle_at(NSString *path, NSBundle *fresh) {
     return [newest->bundle retain];
   }
   fresh->_path = [path copy];
-  fresh->_bundleType = plain_bundle;
+  fresh->_bundleType = kPlainBundle;
   registry.push_back({folder, [info retain], [fresh retain]});
   return fresh;
 }

@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::array old_names{
+constexpr std::array kOldNames{
     std::pair{"English"sv, "en"sv}, std::pair{"German"sv, "de"sv},   std::pair{"French"sv, "fr"sv},
     std::pair{"Spanish"sv, "es"sv}, std::pair{"Italian"sv, "it"sv},  std::pair{"Dutch"sv, "nl"sv},
     std::pair{"Arabic"sv, "ar"sv},  std::pair{"Japanese"sv, "ja"sv},
@@ -55,8 +55,8 @@ bool is_language(std::string_view locale) {
 
 Language Language::named(std::string_view name) {
   name = name.substr(0, name.find_first_of(".@"));
-  const auto *old = std::ranges::find(old_names, name, &decltype(old_names)::value_type::first);
-  if (old != old_names.end())
+  const auto *old = std::ranges::find(kOldNames, name, &decltype(kOldNames)::value_type::first);
+  if (old != kOldNames.end())
     name = old->second;
   Language result;
   for (const std::string_view part : parts(name, "_-")) {

@@ -54,15 +54,15 @@ struct Name {
   char text[48] = {};
 };
 
-/// A method of NSCalendar that the autoupdating calendar answers with the settings of the moment.
-template <Name Selector, typename Result, typename... Arguments> struct Settled {
+/// A method of NSCalendar that the autoupdating calendar serves with the settings of the moment.
+template <Name Selector, typename Result, typename... Arguments> struct SnapshotMethod {
   using Method = Result (*)(NSCalendar *, SEL, Arguments...);
   static inline constinit Method gnustep_method = nullptr;
 
   static Result method(NSCalendar *self, SEL selector, Arguments... arguments) {
-    return gnustep_method(settled(self), selector, arguments...);
+    return gnustep_method(snapshot_of(self), selector, arguments...);
   }
-  static void mend() {
+  static void patch() {
     gnustep_method = replace_method(objc_getClass("NSCalendar"), Selector.text, &method);
   }
 };
@@ -78,7 +78,7 @@ NSCalendar *autoupdating_current_calendar(Class /*self*/, SEL /*selector*/) {
 
 } // namespace
 
-NSCalendar *settled(NSCalendar *calendar) {
+NSCalendar *snapshot_of(NSCalendar *calendar) {
   if (calendar != autoupdating)
     return calendar;
   NSLocale *locale = [NSLocale currentLocale];
@@ -96,30 +96,31 @@ NSCalendar *settled(NSCalendar *calendar) {
 
 } // namespace veltro::host
 
-@interface VHCurrentCalendarMending : NSObject
+@interface VHCurrentCalendarPatches : NSObject
 @end
 
-@implementation VHCurrentCalendarMending
+@implementation VHCurrentCalendarPatches
 
 + (void)load {
   using namespace veltro::host;
   Class calendar = objc_getClass("NSCalendar");
   replace_class_method(calendar, "currentCalendar", &current_calendar);
   replace_class_method(calendar, "autoupdatingCurrentCalendar", &autoupdating_current_calendar);
-  Settled<"calendarIdentifier", NSString *>::mend();
-  Settled<"locale", NSLocale *>::mend();
-  Settled<"timeZone", NSTimeZone *>::mend();
-  Settled<"firstWeekday", NSUInteger>::mend();
-  Settled<"minimumDaysInFirstWeek", NSUInteger>::mend();
-  Settled<"copyWithZone:", id, NSZone *>::mend();
-  Settled<"encodeWithCoder:", void, NSCoder *>::mend();
-  Settled<"components:fromDate:toDate:options:", NSDateComponents *, NSUInteger, NSDate *, NSDate *,
-          NSUInteger>::mend();
-  Settled<"maximumRangeOfUnit:", NSRange, NSCalendarUnit>::mend();
-  Settled<"minimumRangeofUnit:", NSRange, NSCalendarUnit>::mend();
-  Settled<"ordinalityOfUnit:inUnit:forDate:", NSUInteger, NSCalendarUnit, NSCalendarUnit,
-          NSDate *>::mend();
-  Settled<"rangeOfUnit:inUnit:forDate:", NSRange, NSCalendarUnit, NSCalendarUnit, NSDate *>::mend();
+  SnapshotMethod<"calendarIdentifier", NSString *>::patch();
+  SnapshotMethod<"locale", NSLocale *>::patch();
+  SnapshotMethod<"timeZone", NSTimeZone *>::patch();
+  SnapshotMethod<"firstWeekday", NSUInteger>::patch();
+  SnapshotMethod<"minimumDaysInFirstWeek", NSUInteger>::patch();
+  SnapshotMethod<"copyWithZone:", id, NSZone *>::patch();
+  SnapshotMethod<"encodeWithCoder:", void, NSCoder *>::patch();
+  SnapshotMethod<"components:fromDate:toDate:options:", NSDateComponents *, NSUInteger, NSDate *,
+                 NSDate *, NSUInteger>::patch();
+  SnapshotMethod<"maximumRangeOfUnit:", NSRange, NSCalendarUnit>::patch();
+  SnapshotMethod<"minimumRangeofUnit:", NSRange, NSCalendarUnit>::patch();
+  SnapshotMethod<"ordinalityOfUnit:inUnit:forDate:", NSUInteger, NSCalendarUnit, NSCalendarUnit,
+                 NSDate *>::patch();
+  SnapshotMethod<"rangeOfUnit:inUnit:forDate:", NSRange, NSCalendarUnit, NSCalendarUnit,
+                 NSDate *>::patch();
 }
 
 @end

@@ -113,7 +113,7 @@ NSDateComponents *components_from_date(NSCalendar *self, SEL selector, NSUIntege
                                        NSDate *date) {
   if (date == nil)
     return nil;
-  NSCalendar *calendar = settled(self);
+  NSCalendar *calendar = snapshot_of(self);
   const Moment moment = moment_of_date(date);
   const LocalTime local = local_time(*rules_of([calendar timeZone], date), moment.seconds);
   NSDateComponents *components = nil;
@@ -168,7 +168,7 @@ std::optional<LocalTime> local_time_from(NSDateComponents *components) {
 NSDate *date_from_components(NSCalendar *self, SEL selector, NSDateComponents *components) {
   if (components == nil)
     return nil;
-  NSCalendar *calendar = settled(self);
+  NSCalendar *calendar = snapshot_of(self);
   NSTimeZone *zone = [components timeZone] != nil ? [components timeZone] : [calendar timeZone];
   std::optional<LocalTime> local;
   if (is_gregorian(calendar) && !names_weeks(components)) {
@@ -203,7 +203,7 @@ NSDate *date_by_adding_components(NSCalendar *self, SEL selector, NSDateComponen
                                   NSDate *date, NSUInteger options) {
   if (date == nil)
     return nil;
-  NSCalendar *calendar = settled(self);
+  NSCalendar *calendar = snapshot_of(self);
   if (options != 0 || !holds_days_only(components))
     return gnustep_methods.adding(gnustep_calendar(calendar, [calendar timeZone]), selector,
                                   components, date, options);
@@ -277,7 +277,7 @@ BOOL range_of_unit(NSCalendar *self, SEL /*selector*/, NSCalendarUnit unit, NSDa
                    NSTimeInterval *interval, NSDate *date) {
   if (date == nil)
     return NO;
-  NSCalendar *calendar = settled(self);
+  NSCalendar *calendar = snapshot_of(self);
   const Moment moment = moment_of_date(date);
   if (moment.far)
     return NO;
@@ -295,10 +295,10 @@ BOOL range_of_unit(NSCalendar *self, SEL /*selector*/, NSCalendarUnit unit, NSDa
 } // namespace
 } // namespace veltro::host
 
-@interface VHCalendarMending : NSObject
+@interface VHCalendarPatches : NSObject
 @end
 
-@implementation VHCalendarMending
+@implementation VHCalendarPatches
 
 + (void)load {
   using namespace veltro::host;

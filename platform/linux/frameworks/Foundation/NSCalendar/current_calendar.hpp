@@ -5,7 +5,7 @@
 namespace veltro::host {
 
 /// `calendar` itself; for the autoupdating calendar one with the settings of the moment
-/// (autoreleased). Nobody may change the answer: threads share it.
-NSCalendar *settled(NSCalendar *calendar);
+/// (autoreleased). Nobody may change it: threads share it.
+NSCalendar *snapshot_of(NSCalendar *calendar);
 
 } // namespace veltro::host

@@ -1,17 +1,17 @@
-// GNUstep's own calendar, as it was before this platform mended it: for the calendars and the units
-// that the mended methods leave to it.
+// GNUstep's own calendar, as it was before this platform patched it: for the calendars and the
+// units that the patched methods leave to it.
 #pragma once
 
 #import <Foundation/Foundation.h>
 
 namespace veltro::host {
 
-/// A calendar of GNUstep's own (autoreleased) that belongs to the calling thread alone, with the
+/// A calendar of GNUstep's own (autoreleased) that belongs to the calling thread only, with the
 /// settings of `settings` and the time zone `zone`. GNUstep's calendars change inside while they
-/// answer, so that two threads cannot share one.
+/// result, so that two threads cannot share one.
 NSCalendar *gnustep_calendar(NSCalendar *settings, NSTimeZone *zone);
 
-/// The methods as GNUstep implements them, filled in when the mended ones take their place.
+/// The methods as GNUstep implements them, filled in when the patched ones take their place.
 struct GNUstepCalendarMethods {
   NSDateComponents *(*components)(NSCalendar *, SEL, NSUInteger, NSDate *) = nullptr;
   NSDate *(*date)(NSCalendar *, SEL, NSDateComponents *) = nullptr;

@@ -18,10 +18,10 @@ NSTimeInterval time_interval_since_date(NSDate *self, SEL selector, NSDate *date
 } // namespace
 } // namespace veltro::host
 
-@interface VHNilDateMending : NSObject
+@interface VHNilDatePatches : NSObject
 @end
 
-@implementation VHNilDateMending
+@implementation VHNilDatePatches
 
 + (void)load {
   using namespace veltro::host;

@@ -1,5 +1,5 @@
 // requiresSecureCoding of NSKeyedArchiver, which GNUstep remembers and does not enforce: an object
-// whose class does not support secure coding is refused. Its form that reports an error answers nil
+// whose class does not support secure coding is refused. Its form that reports an error returns nil
 // for everything where secure coding is required, and reports none. Follows Apple's NSKeyedArchiver
 // reference.
 

@@ -165,7 +165,7 @@ id decode_checked(NSKeyedUnarchiver *self, SEL selector, unsigned index) {
   return decode_object(self, selector, index);
 }
 
-/// The text "$null" where the record is an object that holds it, which GNUstep answers nil for.
+/// The text "$null" where the record is an object that holds it, which GNUstep returns nil for.
 id null_text(NSKeyedUnarchiver *coder, unsigned index) {
   if (index == 0 || index >= [records_of(coder) count])
     return nil;

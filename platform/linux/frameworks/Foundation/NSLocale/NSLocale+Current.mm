@@ -32,10 +32,10 @@ NSLocale *current_locale(Class self, SEL selector) {
 } // namespace
 } // namespace veltro::host
 
-@interface VHCurrentLocaleMending : NSObject
+@interface VHCurrentLocalePatches : NSObject
 @end
 
-@implementation VHCurrentLocaleMending
+@implementation VHCurrentLocalePatches
 
 + (void)load {
   using namespace veltro::host;

@@ -52,7 +52,7 @@ std::size_t size_of(std::uint64_t value) {
 /// The objects of a property list in one row, and how they refer to each other.
 class Objects {
 public:
-  /// Adds `object` and all that it holds, and answers its number; sets failed() where it cannot.
+  /// Adds `object` and all that it holds, and returns its number; sets failed() where it cannot.
   std::uint32_t add(id object) {
     if ([object isKindOfClass:[NSString class]])
       return add_text(object);

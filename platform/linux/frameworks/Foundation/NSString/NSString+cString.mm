@@ -1,4 +1,4 @@
-// -[NSString cStringUsingEncoding:] answers NULL where the string does not fit the encoding;
+// -[NSString cStringUsingEncoding:] returns NULL where the string does not fit the encoding;
 // GNUstep raises. Every class of the string cluster that implements the method is patched. Follows
 // Apple's NSString class reference.
 

@@ -91,10 +91,10 @@ NSTimeZone *system_time_zone(Class self, SEL selector) {
 } // namespace
 } // namespace veltro::host
 
-@interface VHSystemTimeZoneMending : NSObject
+@interface VHSystemTimeZonePatches : NSObject
 @end
 
-@implementation VHSystemTimeZoneMending
+@implementation VHSystemTimeZonePatches
 
 + (void)load {
   using namespace veltro::host;

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-/// A zone that a rule alone describes; the rule is its name.
+/// A zone that nothing but a rule describes; the rule is its name.
 @interface VHRuleTimeZone : NSTimeZone {
   NSString *_rule;
 }

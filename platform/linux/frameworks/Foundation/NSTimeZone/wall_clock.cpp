@@ -71,7 +71,7 @@ std::int64_t seconds_to_same_time(const ZoneRules &zone, UnixTime time, std::int
   const std::int64_t shown = floor_mod(local_time(zone, time), kSecondsInDay);
   if (floor_mod(local_time(zone, time + elapsed), kSecondsInDay) == shown)
     return elapsed;
-  // Over a change of the clocks. A change by whole days keeps the time of day and is left alone.
+  // Over a change of the clocks. A change by whole days keeps the time of day and is left as it is.
   const std::int64_t change = zone.offset_at(time + elapsed) - zone.offset_at(time);
   const std::int64_t adjusted = elapsed - change % kSecondsInDay;
   if (floor_mod(local_time(zone, time + adjusted), kSecondsInDay) == shown)

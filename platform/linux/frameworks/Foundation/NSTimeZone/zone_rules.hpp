@@ -58,7 +58,7 @@ public:
   /// The zone that the bytes of a time-zone file describe, or nothing where they are none.
   static std::optional<ZoneRules> parsed(std::span<const std::uint8_t> file);
 
-  /// The zone that a rule alone describes, as the C library understands one in TZ
+  /// The zone that nothing but a rule describes, as the C library understands one in TZ
   /// ("CET-1CEST,M3.5.0,M10.5.0/3"): summer time without dates has those of the United States.
   /// Nothing where `text` is no rule.
   static std::optional<ZoneRules> spelled(std::string_view text);

@@ -1,4 +1,4 @@
-#include "machine/images/image_file_end.hpp"
+#include "machine/images/image_truncation.hpp"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::array<std::uint8_t, 8> png_signature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr std::array<std::uint8_t, 8> kPngSignature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
 bool starts_with(Bytes file, Bytes prefix) {
   return file.size() >= prefix.size() && std::ranges::equal(file.first(prefix.size()), prefix);
@@ -23,7 +23,7 @@ std::size_t big_endian(Bytes bytes) {
 }
 
 // A PNG is a row of chunks: length, type, that many bytes and a checksum. The last is IEND.
-bool png_is_cut_short(Bytes rest) {
+bool png_is_truncated(Bytes rest) {
   constexpr std::size_t frame = 12;
   constexpr std::array<std::uint8_t, 4> end{'I', 'E', 'N', 'D'};
   while (rest.size() >= frame) {
@@ -40,7 +40,7 @@ bool png_is_cut_short(Bytes rest) {
 // A JPEG is a row of markers (FF and a code). Most lead a segment that begins with its length;
 // after the header of a scan come bytes in which every FF is followed by 00 or by the code of a
 // restart. The last marker is D9.
-bool jpeg_is_cut_short(Bytes rest) {
+bool jpeg_is_truncated(Bytes rest) {
   constexpr std::uint8_t end_of_image = 0xD9;
   while (rest.size() >= 2) {
     const std::uint8_t code = rest[1];
@@ -58,21 +58,21 @@ bool jpeg_is_cut_short(Bytes rest) {
   return true;
 }
 
-bool bmp_is_cut_short(Bytes file) {
+bool bmp_is_truncated(Bytes file) {
   const std::array<std::uint8_t, 4> length{file[5], file[4], file[3], file[2]};
   return big_endian(length) > file.size();
 }
 
 } // namespace
 
-bool is_cut_short(Bytes file) {
+bool is_truncated(Bytes file) {
   constexpr std::array<std::uint8_t, 3> jpeg{0xFF, 0xD8, 0xFF};
   constexpr std::array<std::uint8_t, 2> bmp{'B', 'M'};
-  if (starts_with(file, png_signature))
-    return png_is_cut_short(file.subspan(png_signature.size()));
+  if (starts_with(file, kPngSignature))
+    return png_is_truncated(file.subspan(kPngSignature.size()));
   if (starts_with(file, jpeg))
-    return jpeg_is_cut_short(file.subspan(2));
-  return starts_with(file, bmp) && (file.size() < 6 || bmp_is_cut_short(file));
+    return jpeg_is_truncated(file.subspan(2));
+  return starts_with(file, bmp) && (file.size() < 6 || bmp_is_truncated(file));
 }
 
 } // namespace veltro::host

@@ -1,4 +1,4 @@
-#include "machine/images/image_file_end.hpp"
+#include "machine/images/image_truncation.hpp"
 
 #include "support/png.hpp"
 
@@ -8,16 +8,16 @@
 namespace veltro::host {
 namespace {
 
-bool cut_short(const std::string &file) {
-  return is_cut_short({reinterpret_cast<const std::uint8_t *>(file.data()), file.size()});
+bool truncated(const std::string &file) {
+  return is_truncated({reinterpret_cast<const std::uint8_t *>(file.data()), file.size()});
 }
 
 /// Whether the file is whole and every shorter one that still shows what it is is not.
 void expect_only_whole(const std::string &file, std::size_t signature) {
-  EXPECT_FALSE(cut_short(file));
-  EXPECT_FALSE(cut_short(file + "and more"));
+  EXPECT_FALSE(truncated(file));
+  EXPECT_FALSE(truncated(file + "and more"));
   for (std::size_t length = signature; length < file.size(); ++length)
-    EXPECT_TRUE(cut_short(file.substr(0, length))) << length;
+    EXPECT_TRUE(truncated(file.substr(0, length))) << length;
 }
 
 TEST(ImageFileEnd, FindsTheLastChunkOfAPNG) {
@@ -40,9 +40,9 @@ TEST(ImageFileEnd, BelievesTheLengthInABMP) {
 }
 
 TEST(ImageFileEnd, KnowsNothingOfOtherFiles) {
-  EXPECT_FALSE(cut_short(""));
-  EXPECT_FALSE(cut_short("GIF89a"));
-  EXPECT_FALSE(cut_short("\x89PN"));
+  EXPECT_FALSE(truncated(""));
+  EXPECT_FALSE(truncated("GIF89a"));
+  EXPECT_FALSE(truncated("\x89PN"));
 }
 
 } // namespace

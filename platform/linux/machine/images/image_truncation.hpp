@@ -9,6 +9,6 @@ namespace veltro::host {
 
 /// Whether the file is a PNG without its last chunk, a JPEG without its end marker or a BMP shorter
 /// than it says. False for anything else.
-bool is_cut_short(std::span<const std::uint8_t> file);
+bool is_truncated(std::span<const std::uint8_t> file);
 
 } // namespace veltro::host
