@@ -49,7 +49,7 @@ def entry(term, text):
 
 
 def entries(lines):
-    """Two spaces, the term, two spaces or more or a line's end, and the text; what stands further right goes on."""
+    """Two spaces, the term, two spaces or more or a line's end, and the text; what stands further right continues it."""
     found = []
     for line in lines:
         if start := re.match(r'  (\S.*?)(?:  +(\S.*))?$', line):

@@ -55,7 +55,7 @@ void print_json(const std::vector<Field> &fields) {
 }
 
 int finished() {
-  return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
+  return std::cout.flush() ? 0 : failure("cannot write to standard output");
 }
 
 /// Whether apps can be looked for; a root that does not exist yet simply holds none.
@@ -66,7 +66,7 @@ bool has_usable_root() {
 }
 
 int no_usable_root() {
-  return answered_no("the device root " + text(VHDeviceRoot()) + " is not a folder");
+  return failure("the device root " + text(VHDeviceRoot()) + " is not a folder");
 }
 
 int list_apps(const Options &options) {
@@ -89,7 +89,7 @@ int print_app(const Options &options) {
   LSApplicationProxy *app =
       [LSApplicationProxy applicationProxyForIdentifier:text(options.argument)];
   if (app == nil)
-    return answered_no("no app is installed with the identifier " + options.argument);
+    return failure("no app is installed with the identifier " + options.argument);
   if (options.json)
     print_json(fields_of(app));
   else
@@ -109,7 +109,7 @@ int install_app(const Options &options) {
   if (![[LSApplicationWorkspace defaultWorkspace] installApplication:bundle
                                                          withOptions:nil
                                                                error:&error])
-    return answered_no("cannot install " + options.argument + ": " + reason(error));
+    return failure("cannot install " + options.argument + ": " + reason(error));
   return 0;
 }
 
@@ -118,7 +118,7 @@ int remove_app(const Options &options) {
   if (![[LSApplicationWorkspace defaultWorkspace] uninstallApplication:text(options.argument)
                                                            withOptions:nil
                                                                  error:&error])
-    return answered_no("cannot remove: " + reason(error));
+    return failure("cannot remove: " + reason(error));
   return 0;
 }
 

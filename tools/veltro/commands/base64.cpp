@@ -29,7 +29,7 @@ struct Base64Options {
 };
 
 int failed(const std::string &name) {
-  return answered_no(name + ": " + std::strerror(errno));
+  return failure(name + ": " + std::strerror(errno));
 }
 
 /// Writes to standard output; a reader that has gone needs no word.
@@ -77,7 +77,7 @@ int decode(const Base64Options &options) {
                                  static_cast<std::size_t>(count));
     more = piece.size() == kPiece;
     if (!decoder.take(piece, bytes) || (!more && !decoder.finish(bytes)))
-      return answered_no(options.file + ": not valid Base64");
+      return failure(options.file + ": not valid Base64");
     if (!write_out({reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size()}))
       return 1;
   }

@@ -107,9 +107,9 @@ int ask(char identifier, NSData *payload, const ChatOptions &options, Print prin
     understood = false;
   }
   if (!understood)
-    return answered_no("the reply is not an archive of what was asked for");
+    return failure("the reply is not an archive of what was asked for");
   std::cout.flush();
-  return std::cout ? 0 : answered_no("cannot write the reply");
+  return std::cout ? 0 : failure("cannot write the reply");
 }
 
 NSData *list_of(NSDictionary *arguments) {
@@ -163,7 +163,7 @@ int say(const ChatOptions &options) {
   std::string said = options.text.value_or("");
   if (!options.text) {
     if (const std::string problem = read_text(said); !problem.empty())
-      return answered_no(problem);
+      return failure(problem);
     if (said.empty() && !options.empty)
       return usage_error("there is no text on standard input; --empty sends an empty one");
   }

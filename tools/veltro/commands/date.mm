@@ -37,7 +37,7 @@ int no_moment(const std::string &text) {
 }
 
 int finish(int status) {
-  return std::cout.flush() ? status : answered_no("cannot write to standard output");
+  return std::cout.flush() ? status : failure("cannot write to standard output");
 }
 
 void print_result(const DateOptions &options, const std::string &moments, bool result) {
@@ -60,7 +60,7 @@ int for_each_moment(const DateOptions &options, const std::function<bool(NSDate 
       NSDate *date = moment_from(text);
       if (date == nil)
         return no_moment(text);
-      return each(date) ? 0 : answered_no("beyond the calendar: " + text);
+      return each(date) ? 0 : failure("beyond the calendar: " + text);
     }
   };
   for (const std::string &text : options.moments)
@@ -72,7 +72,7 @@ int for_each_moment(const DateOptions &options, const std::function<bool(NSDate 
     if (const int status = one(line); status != 0)
       return status;
   if (std::ferror(stdin) != 0)
-    return answered_no(std::string("standard input: ") + std::strerror(errno));
+    return failure(std::string("standard input: ") + std::strerror(errno));
   return 0;
 }
 

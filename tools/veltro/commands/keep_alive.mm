@@ -51,20 +51,19 @@ bool is_granted() {
 int keep_alive(const std::optional<double> &seconds) {
   NSString *const app = [NSString stringWithUTF8String:kMessagingApp];
   if (NSString *const obstacle = VHLaunchObstacle(app); obstacle != nil)
-    return answered_no(std::string("cannot keep ") + kMessagingApp +
-                       " alive: " + [obstacle UTF8String] + how_to_have_one());
+    return failure(std::string("cannot keep ") + kMessagingApp +
+                   " alive: " + [obstacle UTF8String] + how_to_have_one());
   [ZLTUtils startProcessAssertion];
   if (!is_granted()) {
     [ZLTUtils stopProcessAssertion];
-    return answered_no("the assertion was not granted: the app of " +
-                       std::string([VHDeviceRoot() UTF8String]) + " does not run" +
-                       how_to_have_one());
+    return failure("the assertion was not granted: the app of " +
+                   std::string([VHDeviceRoot() UTF8String]) + " does not run" + how_to_have_one());
   }
   std::cout << "granted\n" << std::flush;
   wait_for_the_end(seconds);
   [ZLTUtils stopProcessAssertion];
   std::cout << "dropped\n" << std::flush;
-  return std::cout ? 0 : answered_no("cannot write to standard output");
+  return std::cout ? 0 : failure("cannot write to standard output");
 }
 
 } // namespace

@@ -83,7 +83,7 @@ ZLTKeyChainQuery *query_for(const Options &options) {
 }
 
 int failed(NSError *error) {
-  return answered_no(text([error localizedDescription]));
+  return failure(text([error localizedDescription]));
 }
 
 /// The object that the text of a property list describes; nil where it describes none.
@@ -97,8 +97,8 @@ id object_of(NSData *source) {
 int set(const Options &options) {
   SecretBytes secret;
   if (const std::string trouble = read_secret(options.password_file, secret); !trouble.empty())
-    return answered_no((options.password_file.empty() ? "standard input" : options.password_file) +
-                       ": " + trouble);
+    return failure((options.password_file.empty() ? "standard input" : options.password_file) +
+                   ": " + trouble);
   NSData *const bytes = [NSData dataWithBytesNoCopy:secret.bytes.data()
                                              length:secret.bytes.size()
                                        freeWhenDone:NO];
@@ -106,7 +106,7 @@ int set(const Options &options) {
   if (options.object) {
     id object = object_of(bytes);
     if (object == nil)
-      return answered_no("the secret is no property list");
+      return failure("the secret is no property list");
     [query setPasswordObject:object];
   } else
     [query setPasswordData:bytes];
@@ -138,11 +138,11 @@ int get(const Options &options) {
     return failed(error);
   NSData *const bytes = options.object ? described_object(query) : [query passwordData];
   if (bytes == nil)
-    return answered_no("the secret is not the archive of a property list");
+    return failure("the secret is not the archive of a property list");
   const std::string trouble =
       write_whole_file("-", {static_cast<const std::uint8_t *>([bytes bytes]), [bytes length]});
   if (!trouble.empty())
-    return answered_no("standard output: " + trouble);
+    return failure("standard output: " + trouble);
   // For people: the prompt starts on a line of its own. Programs get the bytes.
   if (isatty(STDOUT_FILENO) != 0)
     std::cout << '\n';
@@ -215,7 +215,7 @@ int list(const Options &options) {
     print_json(records);
   else
     print_table(kColumns, records);
-  return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
+  return std::cout.flush() ? 0 : failure("cannot write to standard output");
 }
 
 using Operation = int (*)(const Options &);

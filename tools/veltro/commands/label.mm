@@ -26,9 +26,9 @@ NSString *text(const std::string &string) {
 
 int print_label(NSString *label, const std::string &why_none) {
   if (label == nil)
-    return answered_no(why_none);
+    return failure(why_none);
   std::cout << [label UTF8String] << '\n';
-  return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
+  return std::cout.flush() ? 0 : failure("cannot write to standard output");
 }
 
 int print_uikit_label(const Options &options) {

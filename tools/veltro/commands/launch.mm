@@ -24,18 +24,18 @@ int launch(const Options &options) {
   NSString *const identifier = [NSString stringWithUTF8String:options.identifier.c_str()];
   const std::string what = "cannot launch " + options.identifier + ": ";
   if (NSString *const obstacle = VHLaunchObstacle(identifier); obstacle != nil)
-    return answered_no(what + [obstacle UTF8String] +
-                       (options.identifier == kMessagingApp ? how_to_have_one() : ""));
+    return failure(what + [obstacle UTF8String] +
+                   (options.identifier == kMessagingApp ? how_to_have_one() : ""));
   launch_in_background(identifier);
   NSNumber *const process = [VHProcessesOfApp(identifier) firstObject];
   if (process == nil)
-    return answered_no(what + "it does not run");
+    return failure(what + "it does not run");
   if (options.json)
     std::cout << "{\"identifier\": " << json_string(options.identifier)
               << ", \"process\": " << [process intValue] << "}\n";
   else
     std::cout << [process intValue] << '\n';
-  return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
+  return std::cout.flush() ? 0 : failure("cannot write to standard output");
 }
 
 } // namespace

@@ -93,7 +93,7 @@ int print(const std::optional<ServingMessenger> &messenger, bool as_json) {
     std::cout << "running: pid " << messenger->process << ", port " << messenger->port << '\n';
   else
     std::cout << "not running\n";
-  return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
+  return std::cout.flush() ? 0 : failure("cannot write to standard output");
 }
 
 int status(bool as_json) {
@@ -106,10 +106,9 @@ int start(bool as_json) {
   auto messenger = serving_messenger();
   if (!messenger) {
     if (const std::string problem = install_where_missing(); !problem.empty())
-      return answered_no(problem);
+      return failure(problem);
     if (NSString *const obstacle = VHLaunchObstacle(app()); obstacle != nil)
-      return answered_no("cannot launch " + std::string(kMessagingApp) + ": " +
-                         [obstacle UTF8String]);
+      return failure("cannot launch " + std::string(kMessagingApp) + ": " + [obstacle UTF8String]);
     launch_in_background(app());
     comes_true([&] {
       messenger = serving_messenger();
@@ -117,7 +116,7 @@ int start(bool as_json) {
     });
   }
   return messenger ? print(messenger, as_json)
-                   : answered_no("the messenger was launched, and does not serve");
+                   : failure("the messenger was launched, and does not serve");
 }
 
 int stop(bool as_json) {
@@ -126,7 +125,7 @@ int stop(bool as_json) {
     kill(process, SIGCONT); // a stopped one ends as well
   }
   if (!comes_true([] { return processes().empty(); }))
-    return answered_no("process " + std::to_string(*processes().begin()) + " does not end");
+    return failure("process " + std::to_string(*processes().begin()) + " does not end");
   return print(std::nullopt, as_json);
 }
 

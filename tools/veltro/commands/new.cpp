@@ -93,10 +93,10 @@ int make_component(const NewOptions &options) {
   const fs::path folder = options.folder.empty() ? options.name : options.folder;
   std::error_code error;
   if (!fs::is_directory(example, error))
-    return answered_no("the example is not installed: " + example.lexically_normal().string());
+    return failure("the example is not installed: " + example.lexically_normal().string());
   if (fs::exists(folder, error) &&
       !(fs::is_directory(folder, error) && fs::is_empty(folder, error)))
-    return answered_no(folder.string() + " is there already, and not an empty folder");
+    return failure(folder.string() + " is there already, and not an empty folder");
 
   for (fs::recursive_directory_iterator entry(example, error), end; !error && entry != end;
        entry.increment(error)) {
@@ -104,12 +104,12 @@ int make_component(const NewOptions &options) {
       continue;
     const fs::path place = folder / target_name(fs::relative(entry->path(), example), options);
     if (const std::string problem = copy_file(entry->path(), place, options); !problem.empty())
-      return answered_no(problem);
+      return failure(problem);
   }
   if (error)
-    return answered_no("cannot read " + example.string() + ": " + error.message());
+    return failure("cannot read " + example.string() + ": " + error.message());
   std::cout << folder.string() << '\n';
-  return std::cout.flush() ? 0 : answered_no("cannot write to standard output");
+  return std::cout.flush() ? 0 : failure("cannot write to standard output");
 }
 
 } // namespace

@@ -41,7 +41,7 @@ std::string printable(std::string name) {
 int print_processes(const Options &options) {
   NSArray *const processes = [[UIDevice currentDevice] __zltRunningProcesses];
   if (processes == nil)
-    return answered_no("the process table cannot be read");
+    return failure("the process table cannot be read");
   bool found = false;
   for (NSDictionary *process in processes) {
     NSString *const name = [process objectForKey:@"PROCESS_NAME"];
@@ -59,8 +59,8 @@ int print_processes(const Options &options) {
     found = true;
   }
   if (!std::cout.flush())
-    return answered_no("cannot write to standard output");
-  return found ? 0 : answered_no("no such process: " + options.name);
+    return failure("cannot write to standard output");
+  return found ? 0 : failure("no such process: " + options.name);
 }
 
 } // namespace

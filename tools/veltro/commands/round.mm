@@ -182,7 +182,7 @@ int round_pictures(const RoundOptions &options) {
   std::error_code error;
   if (!options.out_dir.empty() && !std::filesystem::create_directories(options.out_dir, error) &&
       error)
-    return answered_no(options.out_dir + ": " + error.message());
+    return failure(options.out_dir + ": " + error.message());
 
   // Large pieces of memory go back to the system at once, so that what is held is what is in use.
   mallopt(M_MMAP_THRESHOLD, 4 << 20);

@@ -38,7 +38,7 @@ std::string read_payload(const SendOptions &options, std::vector<std::uint8_t> &
 int send(const SendOptions &options) {
   std::vector<std::uint8_t> bytes;
   if (const std::string problem = read_payload(options, bytes); !problem.empty())
-    return answered_no("cannot read " + options.file.value_or("standard input") + ": " + problem);
+    return failure("cannot read " + options.file.value_or("standard input") + ": " + problem);
   NSData *const payload = [NSData dataWithBytesNoCopy:bytes.data()
                                                length:bytes.size()
                                          freeWhenDone:NO];
@@ -49,7 +49,7 @@ int send(const SendOptions &options) {
     return nothing_came(options.port);
   if (std::fwrite([reply bytes], 1, [reply length], stdout) != [reply length] ||
       std::fflush(stdout) != 0)
-    return answered_no("cannot write the reply");
+    return failure("cannot write the reply");
   return 0;
 }
 

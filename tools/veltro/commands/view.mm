@@ -84,9 +84,9 @@ std::string problem_with(const ViewOptions &options, CGSize &size) {
 
 int write_picture(const std::vector<std::uint8_t> &file, const std::string &out) {
   if (file.empty())
-    return answered_no("there is no memory for the picture");
+    return failure("there is no memory for the picture");
   const std::string problem = write_whole_file(out, file);
-  return problem.empty() ? 0 : answered_no(out + ": " + problem);
+  return problem.empty() ? 0 : failure(out + ": " + problem);
 }
 
 int draw_view(const ViewOptions &options) {
@@ -94,7 +94,7 @@ int draw_view(const ViewOptions &options) {
   if (const std::string problem = problem_with(options, size); !problem.empty())
     return usage_error("view: " + problem);
   if (!restart_where_needed(options))
-    return answered_no(std::string("cannot start anew: ") + std::strerror(errno));
+    return failure(std::string("cannot start anew: ") + std::strerror(errno));
   if (options.window)
     return show_in_window(options, size);
 

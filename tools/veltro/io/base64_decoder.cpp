@@ -68,8 +68,8 @@ bool Base64Decoder::keep_what_counts() {
   return true;
 }
 
-/// Whether the codec skips the character, no value, after `place` values of a group, and goes on as
-/// if it had not been there.
+/// Whether the codec skips the character, no value, after `place` values of a group, and continues
+/// as if it had not been there.
 bool Base64Decoder::skips(char character, std::size_t place) const {
   // After a group's first value the lenient codec lets "=" pass only before another one, so that a
   // row of them always fails at its last.

@@ -16,7 +16,7 @@ int complain(int status, std::string_view text) {
 
 } // namespace
 
-int answered_no(std::string_view text) {
+int failure(std::string_view text) {
   return complain(1, text);
 }
 

@@ -7,7 +7,7 @@
 namespace veltro::tool {
 
 /// Prints "veltro: " and `text` as one line on standard error; returns 1.
-int answered_no(std::string_view text);
+int failure(std::string_view text);
 
 /// Prints "veltro: " and `text` as one line on standard error; returns 2.
 int usage_error(std::string_view text);

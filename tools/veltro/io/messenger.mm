@@ -53,9 +53,9 @@ NSData *ask_messenger(char identifier, NSData *payload, std::optional<long> port
 
 int nothing_came(std::optional<long> port) {
   if (!port && !serving_messenger())
-    return answered_no("no reply, and no messenger serves " +
-                       std::string([VHDeviceRoot() UTF8String]) + how_to_have_one());
-  return answered_no("empty reply: the request failed, or there was nothing to say");
+    return failure("no reply, and no messenger serves " + std::string([VHDeviceRoot() UTF8String]) +
+                   how_to_have_one());
+  return failure("empty reply: the request failed, or there was nothing to say");
 }
 
 } // namespace veltro::tool

@@ -11,7 +11,8 @@ namespace veltro::tool {
 /// The moment (autoreleased) that `text` spells, or nil: "now", "@1700000000.5" (seconds since
 /// 1970), "2024-03-13", "2024-03-13T15:30", "2024-03-13 15:30:45.25", each but the first two
 /// followed by "Z" or an offset such as "-04:00", "-0400" or "-04", or by nothing for local time. A
-/// date alone is its midnight. A local time that the clocks skip moves forward by what they skip.
+/// date without a time is its midnight. A local time that the clocks skip moves forward by what
+/// they skip.
 NSDate *moment_from(const std::string &text);
 
 /// `date` in local time with its offset, "2024-03-13T15:30:45.250-04:00"; the fraction only where

@@ -26,7 +26,7 @@ void ProgressBar::one_more() {
 void ProgressBar::complain(std::string_view text) {
   const std::lock_guard lock(mutex_);
   clear();
-  answered_no(text);
+  failure(text);
   draw();
 }
 

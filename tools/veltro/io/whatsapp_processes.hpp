@@ -17,7 +17,7 @@ struct WhatsAppProcess {
 
 std::vector<WhatsAppProcess> whatsapp_processes();
 
-/// "123 (root /tmp/device)", or the number alone.
+/// "123 (root /tmp/device)", or only the number.
 std::string description(const WhatsAppProcess &process);
 
 /// "; process 123 (root /tmp/other) is named WhatsApp too: …" where one of another root stands in

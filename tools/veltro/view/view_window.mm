@@ -46,11 +46,11 @@ void draw(UIView *view, X11Window &window) {
 int run(const std::string &title, UIView *view, const VTDismissal *dismissal) {
   const CGImageRef first = [image_of(view) CGImage];
   if (first == nullptr)
-    return answered_no("there is no memory for the picture");
+    return failure("there is no memory for the picture");
   const auto window = X11Window::open(title, static_cast<int>(CGImageGetWidth(first)),
                                       static_cast<int>(CGImageGetHeight(first)));
   if (window == nullptr)
-    return answered_no("there is no display to open a window on; DISPLAY must name one");
+    return failure("there is no display to open a window on; DISPLAY must name one");
 
   // Several times in each step of the spinner.
   constexpr std::chrono::milliseconds kFrameTime{25};

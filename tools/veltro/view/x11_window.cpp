@@ -13,7 +13,7 @@ namespace {
 
 // Xlib ends the process when the connection breaks; this only chooses the words.
 int display_is_gone(Display * /*display*/) {
-  _exit(answered_no("the display is gone"));
+  _exit(failure("the display is gone"));
 }
 
 void fix_size(Display *display, Window window, int width, int height) {
