@@ -1,5 +1,5 @@
 // One request over the channel against a bare POSIX client of the same server. The request asks
-// whether the app runs and logs its payload each time; both are set aside in the comparison and
+// whether the app runs and logs its payload each time; both are left out of the comparison and
 // measured by themselves.
 
 #import <veltro/ZLTSocketUtils.h>
@@ -33,7 +33,7 @@ bool logging = false;
 
 } // namespace
 
-/// The benchmark's own NSLog, so that logging can be set aside.
+/// The benchmark's own NSLog, so that logging can be left out.
 extern "C" void NSLog(NSString *format, ...) {
   if (!logging)
     return;
@@ -186,7 +186,7 @@ double status(const std::string &name) {
   return value;
 }
 
-void forget_peak() {
+void reset_peak() {
   const int file = open("/proc/self/clear_refs", O_WRONLY | O_CLOEXEC);
   if (write(file, "5", 1) != 1)
     std::abort();
@@ -202,7 +202,7 @@ void request_veltro(benchmark::State &state) {
   const std::string text(static_cast<std::size_t>(state.range(0)), 'x');
   [ZLTSocketUtils setSocketPort:server_port()];
   const WithoutProcessCheck aside;
-  forget_peak();
+  reset_peak();
   const double before = status("VmRSS");
   @autoreleasepool {
     NSData *payload = [NSData dataWithBytesNoCopy:const_cast<char *>(text.data())
@@ -223,7 +223,7 @@ void request_veltro(benchmark::State &state) {
 void request_posix(benchmark::State &state) {
   const std::string payload(static_cast<std::size_t>(state.range(0)), 'x');
   static_cast<void>(server_port());
-  forget_peak();
+  reset_peak();
   const double before = status("VmRSS");
   for (auto _ : state) {
     std::uint64_t length = 0;

@@ -139,7 +139,7 @@ private:
     while (arguments.back() == "--print-address" && read(out[0], &character, 1) == 1 &&
            character != '\n')
       line += character;
-    return line; // the other end stays open: the program may go on printing
+    return line; // the other end stays open: the program may keep printing
   }
 
   std::filesystem::path folder_;

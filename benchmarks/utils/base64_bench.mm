@@ -285,7 +285,7 @@ BENCHMARK_CAPTURE(openssl_decode, , true)->Name("decode-dropping-lines/openssl")
 ENCODE("method-encode/veltro", [ZLTUtils base64EncodeData:data]);
 ENCODE("method-encode/veltro-first-codec", [ZLTUtils encodeBase64WithData:data]);
 BENCHMARK(kernel_and_malloc_encode)->Name("method-encode/kernel-and-malloc") SIZES;
-BENCHMARK(foundation_encode)->Name("method-encode/foundation-alone") SIZES;
+BENCHMARK(foundation_encode)->Name("method-encode/foundation-only") SIZES;
 ENCODE("method-encode/gnustep", [data base64EncodedStringWithOptions:0]);
 ENCODE("method-encode/glib", glib_encoded(data));
 ENCODE("method-encode/libb64", libb64_encoded(data));
@@ -297,7 +297,7 @@ ENCODE("method-encode/libb64", libb64_encoded(data));
   DECODE(group "/veltro", lines, [ZLTUtils base64DecodeString:string]);                            \
   DECODE(group "/veltro-first-codec", lines, [ZLTUtils decodeBase64WithString:string]);            \
   BENCHMARK_CAPTURE(kernel_and_malloc_decode, , lines)->Name(group "/kernel-and-malloc") SIZES;    \
-  BENCHMARK_CAPTURE(foundation_decode, , lines)->Name(group "/foundation-alone") SIZES;            \
+  BENCHMARK_CAPTURE(foundation_decode, , lines)->Name(group "/foundation-only") SIZES;             \
   DECODE(group "/gnustep", lines,                                                                  \
          [[[NSData alloc] initWithBase64EncodedString:string                                       \
                                               options:NSDataBase64DecodingIgnoreUnknownCharacters] \

@@ -1,5 +1,5 @@
 // Query dictionaries with any value under any key, in every function. Whatever is in them, the
-// answer is a status, and an item of which they know nothing stays as it is.
+// result is a status, and an item of which they know nothing stays as it is.
 
 #include <Security/Security.h>
 

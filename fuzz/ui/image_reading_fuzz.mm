@@ -1,5 +1,5 @@
 // Reading pictures of unknown origin, as `veltro round` does: PNG and JPEG files that are damaged
-// in a few places, cut short, or nothing of the kind.
+// in a few places, truncated, or nothing of the kind.
 #import <VeltroHost/VHImageReading.h>
 #import <veltro/veltro.h>
 
@@ -78,12 +78,12 @@ Bytes file_of(std::span<const std::uint8_t> input) {
   if (input.size() < 2 || input[0] % 8 >= whole_files().size())
     return {input.begin(), input.end()};
   Bytes file = whole_files()[input[0] % 8];
-  const bool mended = input[0] % 8 < 2 && input[0] >= 128;
+  const bool patched = input[0] % 8 < 2 && input[0] >= 128;
   const std::size_t cut = input[1] < 200 ? 0 : (input[1] - 199U) * file.size() / 64;
   for (input = input.subspan(2); input.size() >= 3; input = input.subspan(3))
     file[(input[0] * 256U + input[1]) % file.size()] = input[2];
   file.resize(file.size() - cut);
-  if (mended && file.size() > 8)
+  if (patched && file.size() > 8)
     mend_checksums(std::span(file).subspan(8));
   return file;
 }

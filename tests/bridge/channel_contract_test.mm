@@ -360,18 +360,18 @@ TEST_F(ChannelContract, HandsTheReplyOverWithoutACopy) {
 }
 
 std::vector<std::string> helpers;
-BOOL helpers_answer;
+BOOL helpers_result;
 
 BOOL noted_read(id /*self*/, SEL /*command*/, CFReadStreamRef stream, void * /*buffer*/,
                 NSUInteger length) {
   helpers.push_back("read " + name_of(stream) + " " + std::to_string(length));
-  return helpers_answer;
+  return helpers_result;
 }
 
 BOOL noted_write(id /*self*/, SEL /*command*/, CFWriteStreamRef stream, const void * /*bytes*/,
                  NSUInteger length) {
   helpers.push_back("write " + name_of(stream) + " " + std::to_string(length));
-  return helpers_answer;
+  return helpers_result;
 }
 
 TEST_F(ChannelContract, GoesThroughTheTransferHelpers) {
@@ -382,13 +382,13 @@ TEST_F(ChannelContract, GoesThroughTheTransferHelpers) {
     class_getClassMethod([ZLTUtils class], @selector(writeBytes:bytes:length:)), noted_write
   };
   helpers.clear();
-  helpers_answer = YES;
+  helpers_result = YES;
   // The length field that nobody fills in announces nothing: it was zeroed beforehand.
   EXPECT_EQ([send("") length], 0U);
   EXPECT_THAT(helpers, ElementsAre("write write 1", "write write 8", "write write 0", "read read 8",
                                    "read read 0"));
   helpers.clear();
-  helpers_answer = NO;
+  helpers_result = NO;
   EXPECT_EQ([send("") length], 0U);
   EXPECT_THAT(helpers, ElementsAre("write write 1"));
 }

@@ -73,7 +73,7 @@ protected:
     }
   }
 
-  /// The reply to one request that `serve` answers.
+  /// The reply to one request that `serve` serves.
   static std::string ask_server(std::function<void(Peer &)> serve,
                                 const std::string &payload = "hello") {
     const LoopbackServer server(std::move(serve));
@@ -84,10 +84,10 @@ protected:
   }
 
   /// The same where the server reads the whole request first.
-  static std::string ask_after_request(const std::function<void(Peer &)> &answer) {
+  static std::string ask_after_request(const std::function<void(Peer &)> &reply) {
     return ask_server([&](Peer &peer) {
       EXPECT_EQ(read_request(peer).payload, "hello");
-      answer(peer);
+      reply(peer);
     });
   }
 
@@ -162,7 +162,7 @@ TEST_F(ChannelFaults, ServerThatSendsMoreThanItAnnounced) {
             "");
 }
 
-TEST_F(ChannelFaults, ServerThatAnswersBeforeItHasReadTheRequest) {
+TEST_F(ChannelFaults, ServerThatRepliesBeforeItHasReadTheRequest) {
   EXPECT_EQ(ask_server([](Peer &peer) {
               peer.write(little_endian(5) + "early");
               static_cast<void>(peer.read_to_end());
@@ -196,11 +196,11 @@ std::size_t allocated() {
   return info.uordblks + info.hblkhd;
 }
 
-/// By how much `allocated` grows over many requests that are answered by `answer`.
-std::size_t growth(const std::function<void(Peer &)> &answer) {
+/// By how much `allocated` grows over many requests that are served by `reply`.
+std::size_t growth(const std::function<void(Peer &)> &reply) {
   const LoopbackServer server([&](Peer &peer) {
     static_cast<void>(read_request(peer));
-    answer(peer);
+    reply(peer);
   });
   [ZLTSocketUtils setSocketPort:server.port()];
   std::size_t before = 0;

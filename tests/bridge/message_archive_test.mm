@@ -2,7 +2,7 @@
 
 #import <veltro/ZLTWhatsAppMessage.h>
 
-#include "support/lost_objects.hpp"
+#include "support/scoped_lsan_disabler.hpp"
 #include "support/scratch.hpp"
 
 #include <VeltroHost/NSKeyedArchiving+Device.h>
@@ -31,15 +31,15 @@
 
 @end
 
-/// Answers from a dictionary and writes down what it is asked to decode.
-@interface AnsweringCoder : NSCoder {
+/// Decodes from a dictionary and writes down what it is asked to decode.
+@interface DictionaryCoder : NSCoder {
 @public
   std::vector<std::string> *_calls;
-  NSDictionary *_answers;
+  NSDictionary *_values;
 }
 @end
 
-@implementation AnsweringCoder
+@implementation DictionaryCoder
 
 - (BOOL)allowsKeyedCoding {
   return YES;
@@ -47,7 +47,7 @@
 
 - (id)decodeObjectOfClass:(Class)expected forKey:(NSString *)key {
   _calls->push_back(std::string([key UTF8String]) + " of " + class_getName(expected));
-  return [_answers objectForKey:key];
+  return [_values objectForKey:key];
 }
 
 @end
@@ -128,26 +128,26 @@ std::string read_elsewhere(NSData *archive) {
   return text;
 }
 
-const std::string frame_begin = R"({"archiver": "NSKeyedArchiver", "null": "$null", "root": {)";
-const std::string frame_end =
+const std::string kFrameBegin = R"({"archiver": "NSKeyedArchiver", "null": "$null", "root": {)";
+const std::string kFrameEnd =
     R"("class": "ZLTWhatsAppMessage", "classes": ["ZLTWhatsAppMessage", "NSObject"]}, )"
     R"("top": ["root"], "version": 100000})";
 
 TEST(MessageArchive, FullRecordReadElsewhere) {
   EXPECT_EQ(read_elsewhere(archive_of(full_message())),
-            frame_begin +
+            kFrameBegin +
                 R"("Content": "hi", "Outgoing": true, "Timestamp": {"NS.time": 123.5, )"
                 R"("class": "NSDate", "classes": ["NSDate", "NSObject"]}, )"
                 R"("UserIdentifier": "abc", )" +
-                frame_end);
+                kFrameEnd);
 }
 
 TEST(MessageArchive, EmptyRecordReadElsewhere) {
   EXPECT_EQ(read_elsewhere(archive_of([[[ZLTWhatsAppMessage alloc] init] autorelease])),
-            frame_begin +
+            kFrameBegin +
                 R"("Content": "$null", "Outgoing": false, "Timestamp": "$null", )"
                 R"("UserIdentifier": "$null", )" +
-                frame_end);
+                kFrameEnd);
 }
 
 TEST(MessageArchive, WritesFourKeysInOrder) {
@@ -163,9 +163,9 @@ TEST(MessageArchive, WritesFourKeysInOrder) {
 TEST(MessageArchive, AsksForTheClassesInOrderThroughTheSetters) {
   std::vector<std::string> calls;
   setters.clear();
-  AnsweringCoder *const coder = [[[AnsweringCoder alloc] init] autorelease];
+  DictionaryCoder *const coder = [[[DictionaryCoder alloc] init] autorelease];
   coder->_calls = &calls;
-  coder->_answers = @{
+  coder->_values = @{
     @"Content" : @"hi",
     @"Outgoing" : [NSNumber numberWithBool:YES],
     @"Timestamp" : [NSDate dateWithTimeIntervalSinceReferenceDate:5],
@@ -184,7 +184,7 @@ TEST(MessageArchive, AsksForTheClassesInOrderThroughTheSetters) {
 
 TEST(MessageArchive, MissingKeysLeaveTheRecordEmpty) {
   std::vector<std::string> calls;
-  AnsweringCoder *const coder = [[[AnsweringCoder alloc] init] autorelease];
+  DictionaryCoder *const coder = [[[DictionaryCoder alloc] init] autorelease];
   coder->_calls = &calls;
   ZLTWhatsAppMessage *const message =
       [[[ZLTWhatsAppMessage alloc] initWithCoder:coder] autorelease];
@@ -250,7 +250,7 @@ ZLTWhatsAppMessage *securely(ZLTWhatsAppMessage *message, NSString **raised) {
 }
 
 TEST(MessageArchive, SecureUnarchiverRefusesAUserIdentifier) {
-  const veltro::test::LosingObjects losing;
+  const veltro::test::ScopedLsanDisabler disabler;
   NSString *raised = nil;
   EXPECT_EQ(securely(full_message(), &raised), nil);
   EXPECT_TRUE([raised isEqualToString:NSInvalidUnarchiveOperationException]);
@@ -274,7 +274,7 @@ TEST(MessageArchive, SecureUnarchiverTakesARecordWithoutUserIdentifier) {
 }
 
 TEST(MessageArchive, SecureUnarchiverRefusesContentThatIsNoText) {
-  const veltro::test::LosingObjects losing;
+  const veltro::test::ScopedLsanDisabler disabler;
   NSString *raised = nil;
   EXPECT_EQ(securely(message_with(nil, [NSNumber numberWithInt:1], nil, NO), &raised), nil);
   EXPECT_TRUE([raised isEqualToString:NSInvalidUnarchiveOperationException]);

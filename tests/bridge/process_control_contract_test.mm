@@ -1,4 +1,4 @@
-// What the process control asks of the platform, word for word: the platform's answers are the
+// What the process control asks of the platform, word for word: the platform's results are the
 // test's own.
 
 #import <BackBoardServices/BackBoardServices.h>
@@ -26,7 +26,7 @@ using veltro::test::logged_lines;
 
 std::vector<std::string> calls;
 bool running;
-std::vector<NSInteger> process_ids; ///< answered one after the other, then the last again
+std::vector<NSInteger> process_ids; ///< returned one after the other, then the last again
 dispatch_block_t scheduled;
 std::vector<std::uintptr_t> stack_depths;
 void (^assertion_handler)(BOOL);
@@ -105,10 +105,10 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
 }
 @end
 
-@interface VTAnswers : NSObject
+@interface VTResults : NSObject
 @end
 
-@implementation VTAnswers
+@implementation VTResults
 + (UIApplication *)sharedApplication {
   note("sharedApplication");
   static UIApplication *const application = [[UIApplication alloc] init];
@@ -123,10 +123,10 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
 - (NSInteger)__zltGetPIDForProcess:(NSString *)name {
   note("pid " + text(name));
   note_depth();
-  const NSInteger answer = process_ids.front();
+  const NSInteger result = process_ids.front();
   if (process_ids.size() > 1)
     process_ids.erase(process_ids.begin());
-  return answer;
+  return result;
 }
 + (BOOL)isWhatsAppRunning {
   note("isWhatsAppRunning");
@@ -136,7 +136,7 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
 
 namespace {
 
-void take_over(Class theirs, SEL selector, Class ours) {
+void replace(Class theirs, SEL selector, Class ours) {
   method_setImplementation(class_getInstanceMethod(theirs, selector),
                            method_getImplementation(class_getInstanceMethod(ours, selector)));
 }
@@ -144,20 +144,20 @@ void take_over(Class theirs, SEL selector, Class ours) {
 class ProcessControlContract : public testing::Test {
 protected:
   ProcessControlContract() {
-    [[maybe_unused]] static const bool taken_over = [] {
-      const Class answers = [VTAnswers class];
-      take_over([UIApplication class], @selector(launchApplicationWithIdentifier:suspended:),
-                answers);
-      take_over([UIDevice class], @selector(__zltGetPIDForProcess:), answers);
-      take_over(object_getClass([UIApplication class]), @selector(sharedApplication),
-                object_getClass(answers));
-      take_over(object_getClass([ZLTUtils class]), @selector(isWhatsAppRunning),
-                object_getClass(answers));
+    [[maybe_unused]] static const bool replaced = [] {
+      const Class results = [VTResults class];
+      replace([UIApplication class], @selector(launchApplicationWithIdentifier:suspended:),
+              results);
+      replace([UIDevice class], @selector(__zltGetPIDForProcess:), results);
+      replace(object_getClass([UIApplication class]), @selector(sharedApplication),
+              object_getClass(results));
+      replace(object_getClass([ZLTUtils class]), @selector(isWhatsAppRunning),
+              object_getClass(results));
       const Class assertion = [VTAssertion class];
-      take_over([BKSProcessAssertion class],
-                @selector(initWithBundleIdentifier:flags:reason:name:withHandler:), assertion);
-      take_over([BKSProcessAssertion class], @selector(invalidate), assertion);
-      take_over([BKSProcessAssertion class], @selector(dealloc), assertion);
+      replace([BKSProcessAssertion class],
+              @selector(initWithBundleIdentifier:flags:reason:name:withHandler:), assertion);
+      replace([BKSProcessAssertion class], @selector(invalidate), assertion);
+      replace([BKSProcessAssertion class], @selector(dealloc), assertion);
       return true;
     }();
     [ZLTUtils stopProcessAssertion];
@@ -181,11 +181,11 @@ protected:
   }
 };
 
-constexpr const char *trying = "Trying to launch Whatsapp...";
-constexpr const char *started = "************** Assertion started for WhatsApp ***************";
-constexpr const char *dropped = "************** Assertion invlidated for WhatsApp ***************";
-constexpr const char *create = "init net.whatsapp.WhatsApp 15 7 net.whatsapp.WhatsApp";
-constexpr const char *launch = "launch net.whatsapp.WhatsApp YES";
+constexpr const char *kTrying = "Trying to launch Whatsapp...";
+constexpr const char *kStarted = "************** Assertion started for WhatsApp ***************";
+constexpr const char *kDropped = "************** Assertion invlidated for WhatsApp ***************";
+constexpr const char *kCreate = "init net.whatsapp.WhatsApp 15 7 net.whatsapp.WhatsApp";
+constexpr const char *kLaunch = "launch net.whatsapp.WhatsApp YES";
 
 TEST_F(ProcessControlContract, LaunchesAnyAppLater) {
   running = true;
@@ -193,11 +193,11 @@ TEST_F(ProcessControlContract, LaunchesAnyAppLater) {
     [ZLTUtils launchApplication:[NSString stringWithFormat:@"org.example.%s", "other"]];
   }
   EXPECT_THAT(calls, ElementsAre("dispatch_time 0 100000000", "dispatch_after 4711 main"));
-  EXPECT_THAT(logged_lines(), ElementsAre(trying));
+  EXPECT_THAT(logged_lines(), ElementsAre(kTrying));
   calls.clear();
   scheduled();
   EXPECT_THAT(calls, ElementsAre("sharedApplication", "launch org.example.other YES"));
-  EXPECT_THAT(logged_lines(), ElementsAre(trying));
+  EXPECT_THAT(logged_lines(), ElementsAre(kTrying));
 }
 
 TEST_F(ProcessControlContract, LogsBeforeItSchedules) {
@@ -215,14 +215,14 @@ TEST_F(ProcessControlContract, LaunchesTheMessagingAppUnlessItRuns) {
   [ZLTUtils launchWhatsApp];
   EXPECT_THAT(calls, ElementsAre("isWhatsAppRunning", "dispatch_time 0 100000000",
                                  "dispatch_after 4711 main"));
-  EXPECT_THAT(logged_lines(), ElementsAre(trying));
+  EXPECT_THAT(logged_lines(), ElementsAre(kTrying));
   scheduled();
-  EXPECT_EQ(calls.back(), launch);
+  EXPECT_EQ(calls.back(), kLaunch);
 }
 
 TEST_F(ProcessControlContract, LaunchesInPlaceOnTheMainThread) {
   [ZLTUtils launchWhatsAppOnMainThread];
-  EXPECT_THAT(calls, ElementsAre("isWhatsAppRunning", "sharedApplication", launch));
+  EXPECT_THAT(calls, ElementsAre("isWhatsAppRunning", "sharedApplication", kLaunch));
   EXPECT_THAT(logged_lines(), IsEmpty());
 }
 
@@ -234,7 +234,7 @@ TEST_F(ProcessControlContract, LaunchesThroughTheMainQueueFromElsewhere) {
   }).join();
   EXPECT_THAT(calls,
               ElementsAre("isWhatsAppRunning elsewhere", "dispatch_sync main elsewhere",
-                          "sharedApplication elsewhere", std::string(launch) + " elsewhere"));
+                          "sharedApplication elsewhere", std::string(kLaunch) + " elsewhere"));
   EXPECT_THAT(logged_lines(), IsEmpty());
 }
 
@@ -246,28 +246,28 @@ TEST_F(ProcessControlContract, DoesNotLaunchOnTheMainThreadWhatRuns) {
 
 TEST_F(ProcessControlContract, HoldsAnAssertionOnTheRunningApp) {
   [ZLTUtils startProcessAssertion];
-  EXPECT_THAT(calls, ElementsAre("pid WhatsApp", create));
+  EXPECT_THAT(calls, ElementsAre("pid WhatsApp", kCreate));
   EXPECT_THAT(logged_lines(), IsEmpty());
   assertion_handler(NO);
   assertion_handler(YES);
-  EXPECT_THAT(logged_lines(), ElementsAre(started, started)) << "whatever the answer";
+  EXPECT_THAT(logged_lines(), ElementsAre(kStarted, kStarted)) << "whatever the result";
 }
 
 TEST_F(ProcessControlContract, TriesAgainUntilThereIsAProcess) {
   process_ids = {0, -1, 0, 1};
   [ZLTUtils startProcessAssertion];
   EXPECT_THAT(calls,
-              ElementsAre("pid WhatsApp", "isWhatsAppRunning", "sharedApplication", launch, //
-                          "pid WhatsApp", "isWhatsAppRunning", "sharedApplication", launch, //
-                          "pid WhatsApp", "isWhatsAppRunning", "sharedApplication", launch, //
-                          "pid WhatsApp", create));
+              ElementsAre("pid WhatsApp", "isWhatsAppRunning", "sharedApplication", kLaunch, //
+                          "pid WhatsApp", "isWhatsAppRunning", "sharedApplication", kLaunch, //
+                          "pid WhatsApp", "isWhatsAppRunning", "sharedApplication", kLaunch, //
+                          "pid WhatsApp", kCreate));
 }
 
 TEST_F(ProcessControlContract, DoesNotLaunchAgainWhatTheRunningCheckFinds) {
   running = true;
   process_ids = {0, 5};
   [ZLTUtils startProcessAssertion];
-  EXPECT_THAT(calls, ElementsAre("pid WhatsApp", "isWhatsAppRunning", "pid WhatsApp", create));
+  EXPECT_THAT(calls, ElementsAre("pid WhatsApp", "isWhatsAppRunning", "pid WhatsApp", kCreate));
 }
 
 TEST_F(ProcessControlContract, TriesAgainWithoutDeepeningTheStack) {
@@ -299,8 +299,8 @@ TEST_F(ProcessControlContract, ReplacesAHeldAssertion) {
   drop(assertion_handler);
   calls.clear();
   [ZLTUtils startProcessAssertion];
-  EXPECT_THAT(calls, ElementsAre("pid WhatsApp", "invalidate", "dealloc after 0 lines", create));
-  EXPECT_THAT(logged_lines(), ElementsAre(dropped));
+  EXPECT_THAT(calls, ElementsAre("pid WhatsApp", "invalidate", "dealloc after 0 lines", kCreate));
+  EXPECT_THAT(logged_lines(), ElementsAre(kDropped));
 }
 
 TEST_F(ProcessControlContract, DropsAHeldAssertionOnce) {
@@ -308,7 +308,7 @@ TEST_F(ProcessControlContract, DropsAHeldAssertionOnce) {
   calls.clear();
   [ZLTUtils stopProcessAssertion];
   EXPECT_THAT(calls, ElementsAre("invalidate", "dealloc after 0 lines"));
-  EXPECT_THAT(logged_lines(), ElementsAre(dropped));
+  EXPECT_THAT(logged_lines(), ElementsAre(kDropped));
   [ZLTUtils stopProcessAssertion];
   EXPECT_EQ(calls.size(), 2U);
   EXPECT_EQ(logged_lines().size(), 1U);
@@ -320,7 +320,7 @@ TEST_F(ProcessControlContract, HoldsNoneAnyMoreWhileTheDroppedOneGoes) {
   stops_while_dropped = true;
   [ZLTUtils stopProcessAssertion];
   EXPECT_THAT(calls, ElementsAre("invalidate", "dealloc after 0 lines"));
-  EXPECT_THAT(logged_lines(), ElementsAre(dropped));
+  EXPECT_THAT(logged_lines(), ElementsAre(kDropped));
 }
 
 TEST_F(ProcessControlContract, SaysNothingWhereNoneIsHeld) {

@@ -32,9 +32,9 @@ extern "C" int sysctl(int *name, u_int name_length, void *old, size_t *old_lengt
                       size_t new_length) {
   using Sysctl = decltype(&sysctl);
   static const auto real = reinterpret_cast<Sysctl>(dlsym(RTLD_NEXT, "sysctl"));
-  const int answer = real(name, name_length, old, old_length, new_value, new_length);
-  if (answer != 0 || old == nullptr)
-    return answer;
+  const int result = real(name, name_length, old, old_length, new_value, new_length);
+  if (result != 0 || old == nullptr)
+    return result;
   const std::span records(static_cast<kinfo_proc *>(old), *old_length / sizeof(kinfo_proc));
   const auto foreign = std::ranges::remove_if(
       records, [](const kinfo_proc &record) { return !is_ours(record.kp_proc.p_pid); });
@@ -48,8 +48,8 @@ using veltro::test::eventually;
 using veltro::test::IdleApp;
 using veltro::test::logged_lines;
 
-constexpr const char *started = "************** Assertion started for WhatsApp ***************";
-constexpr const char *dropped = "************** Assertion invlidated for WhatsApp ***************";
+constexpr const char *kStarted = "************** Assertion started for WhatsApp ***************";
+constexpr const char *kDropped = "************** Assertion invlidated for WhatsApp ***************";
 
 bool run_loop_until(const std::function<bool()> &happened) {
   return eventually([&] {
@@ -109,26 +109,26 @@ TEST_F(ProcessControl, LaunchesFromABackgroundThreadThroughTheMainThread) {
 TEST_F(ProcessControl, StartsTheAppThatItAsserts) {
   [ZLTUtils startProcessAssertion];
   EXPECT_EQ(app_.processes().size(), 1U);
-  EXPECT_TRUE(eventually([] { return said(started); }));
+  EXPECT_TRUE(eventually([] { return said(kStarted); }));
 }
 
 TEST_F(ProcessControl, KeepsTheAppFromStayingStopped) {
   [ZLTUtils startProcessAssertion];
-  EXPECT_TRUE(eventually([] { return said(started); }));
+  EXPECT_TRUE(eventually([] { return said(kStarted); }));
   const pid_t process = app_.process();
   const auto start = std::chrono::steady_clock::now();
   ASSERT_TRUE(app_.send(SIGSTOP));
-  EXPECT_TRUE(app_.goes_on());
+  EXPECT_TRUE(app_.keeps_counting());
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 
   [ZLTUtils stopProcessAssertion];
-  EXPECT_TRUE(said(dropped));
+  EXPECT_TRUE(said(kDropped));
   ASSERT_TRUE(app_.stop());
   std::this_thread::sleep_for(std::chrono::milliseconds(700));
   EXPECT_TRUE(app_.is_stopped());
 
   [ZLTUtils startProcessAssertion];
-  EXPECT_TRUE(app_.goes_on());
+  EXPECT_TRUE(app_.keeps_counting());
   EXPECT_EQ(app_.processes(), std::vector{process});
 }
 

@@ -46,10 +46,10 @@ int fail(int error) {
 std::function<int(void *, std::size_t *)> table_of(std::vector<kinfo_proc> records) {
   return [records = std::move(records)](void *buffer, std::size_t *size) {
     const std::size_t needed = records.size() * sizeof(kinfo_proc);
-    const std::size_t room = std::exchange(*size, needed);
+    const std::size_t space = std::exchange(*size, needed);
     if (buffer == nullptr)
       return 0;
-    if (room < needed)
+    if (space < needed)
       return fail(ENOMEM);
     std::ranges::copy(records, static_cast<kinfo_proc *>(buffer));
     return 0;
@@ -302,14 +302,14 @@ TEST_F(ProcessTableContract, RunningCheckOfNoNameReadsNothing) {
 
 std::string asked;
 
-BOOL answer_yes(id /*self*/, SEL /*selector*/, NSString *name) {
+BOOL return_yes(id /*self*/, SEL /*selector*/, NSString *name) {
   asked = [name UTF8String];
   return YES;
 }
 
-TEST_F(ProcessTableContract, MessagingAppsCheckIsTheDevicesAnswer) {
+TEST_F(ProcessTableContract, MessagingAppsCheckIsTheDevicesResult) {
   const veltro::test::ReplacedMethod replaced(
-      class_getInstanceMethod([UIDevice class], @selector(__zltIsProcessRunning:)), answer_yes);
+      class_getInstanceMethod([UIDevice class], @selector(__zltIsProcessRunning:)), return_yes);
   EXPECT_TRUE([ZLTUtils isWhatsAppRunning]);
   EXPECT_EQ(asked, "WhatsApp");
   EXPECT_TRUE(calls.empty());

@@ -6,7 +6,7 @@
 namespace veltro {
 namespace {
 
-constexpr LengthField five_and_2_to_32{5, 0, 0, 0, 1, 0, 0, 0};
+constexpr LengthField kFiveAnd2To32{5, 0, 0, 0, 1, 0, 0, 0};
 
 TEST(WireFormat, WritesTheLeastSignificantByteFirst) {
   EXPECT_EQ(encode_length(std::uint64_t{0x0807060504030201}),
@@ -25,12 +25,12 @@ TEST(WireFormat, WritesEightBytesForEveryWord) {
 
 TEST(WireFormat, ReadsAllEightBytesIntoAWordOf64Bits) {
   EXPECT_EQ(decode_length<std::uint64_t>({1, 2, 3, 4, 5, 6, 7, 8}), 0x0807060504030201U);
-  EXPECT_EQ(decode_length<std::uint64_t>(five_and_2_to_32), (std::uint64_t{1} << 32) + 5);
+  EXPECT_EQ(decode_length<std::uint64_t>(kFiveAnd2To32), (std::uint64_t{1} << 32) + 5);
   EXPECT_EQ(decode_length<std::uint64_t>({0, 0, 0, 0, 0, 0, 0, 0x80}), std::uint64_t{1} << 63);
 }
 
 TEST(WireFormat, IgnoresTheHighBytesInAWordOf32Bits) {
-  EXPECT_EQ(decode_length<std::uint32_t>(five_and_2_to_32), 5U);
+  EXPECT_EQ(decode_length<std::uint32_t>(kFiveAnd2To32), 5U);
   EXPECT_EQ(decode_length<std::uint32_t>({1, 2, 3, 0x84, 5, 6, 7, 8}), 0x84030201U);
   EXPECT_EQ(decode_length<std::uint32_t>({0, 0, 0, 0, 255, 255, 255, 255}), 0U);
 }

@@ -1,4 +1,4 @@
-// What the date categories answer, with a clock that stands still.
+// What the date categories return, with a clock that stands still.
 
 #include "dates/frozen_clock.hpp"
 
@@ -113,7 +113,7 @@ TEST_F(Days, AddingDaysKeepsFractionsOfASecond) {
             -100.0625 - 3 * 86400);
 }
 
-TEST_F(Days, AnyNumberOfDaysHasAnAnswer) {
+TEST_F(Days, AnyNumberOfDaysHasAResult) {
   NSDate *now = [NSDate date];
   for (const NSInteger days :
        {NSIntegerMin, NSIntegerMin + 1, NSInteger{-1} << 40, NSInteger{-2147483649},
@@ -132,7 +132,7 @@ TEST_F(Days, TheMarkForNoNumberAddsNothing) {
   EXPECT_TRUE([[now veltro_dateBySubtractingDays:NSIntegerMin + 1] isEqualToDate:now]);
 }
 
-TEST_F(Days, DatesFarAwayHaveAnswers) {
+TEST_F(Days, DatesFarAwayHaveResults) {
   for (const double seconds : {1e12, -1e12, 1e15, -1e15, 1e300, -1e300, HUGE_VAL, -HUGE_VAL}) {
     NSDate *date = [NSDate dateWithTimeIntervalSinceReferenceDate:seconds];
     EXPECT_FALSE([date veltro_isToday]);

@@ -1,4 +1,4 @@
-// Many threads ask for the kept calendar for the first time at once, and go on using it.
+// Many threads ask for the kept calendar for the first time at once, and keep using it.
 
 #import <veltro/NSDate+Veltro.h>
 #import <veltro/NSDate+ZLT.h>

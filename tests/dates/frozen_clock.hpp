@@ -1,4 +1,4 @@
-// A clock that stands still: +[NSDate date] answers the moment that the test chose.
+// A clock that stands still: +[NSDate date] returns the moment that the test chose.
 #pragma once
 
 #include "dates/replaced_method.hpp"

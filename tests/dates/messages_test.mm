@@ -20,7 +20,7 @@ std::vector<NSTimeInterval> dates; ///< given to calendars, in order
 NSDateComponents *last_components = nil;
 NSCalendar *last_fresh = nil;
 NSCalendar *kept = nil;
-bool range_answers = true;
+bool range_succeeds = true;
 
 /// Fills in what the recorded methods call on, so that each recorder stays one function.
 struct Originals {
@@ -99,7 +99,7 @@ BOOL range(NSCalendar *self, SEL selector, NSCalendarUnit unit, NSDate **start,
                      (*start == nil ? " from nil" : " from a date") +
                      (interval == nullptr ? " without interval" : " with interval"));
   dates.push_back([date timeIntervalSinceReferenceDate]);
-  return range_answers ? original.range(self, selector, unit, start, interval, date) : NO;
+  return range_succeeds ? original.range(self, selector, unit, start, interval, date) : NO;
 }
 
 /// Records every message from here to the end of the test.
@@ -112,7 +112,7 @@ protected:
     kept = [NSDate veltro_currentCalendar];
     messages.clear();
     dates.clear();
-    range_answers = true;
+    range_succeeds = true;
   }
 
   NSDate *date_ = [[NSDate alloc] initWithTimeIntervalSinceReferenceDate:1234.5];
@@ -311,8 +311,8 @@ TEST_F(Messages, TheLast7DaysAreSevenDaysBeforeToday) {
                           "currentCalendar", "fresh add -7 options 0"));
 }
 
-TEST_F(Messages, WithoutAStartOfTodayTheAnswerIsNo) {
-  range_answers = false;
+TEST_F(Messages, WithoutAStartOfTodayTheResultIsNo) {
+  range_succeeds = false;
   EXPECT_FALSE([[NSDate distantPast] veltro__occuredDaysBeforeToday:5]);
   EXPECT_FALSE([[NSDate distantFuture] veltro__occuredDaysBeforeToday:5]);
   EXPECT_FALSE([[NSDate dateWithTimeIntervalSince1970:1'400'000'000 - 86400 * 2.0]

@@ -49,7 +49,7 @@ void check_fields(const std::vector<long> &fact) {
   const auto begin = static_cast<double>(fact[0] - fact[6]);
   if ([[calendar components:2044 fromDate:date_of(begin)] second] != 0)
     return;
-  // Of an hour that comes twice the later pass is the answer.
+  // Of an hour that comes twice the later pass is the result.
   NSDate *minute = [date zlt_normalizedDateWithDate];
   EXPECT_GE([minute timeIntervalSince1970], begin);
   EXPECT_TRUE([date zlt_isEqualIgnoringTimeInSecond:minute]);

@@ -1,5 +1,5 @@
 """addon_test.py FOLDER: builds add-ons against the -dev package that `make ios` made: with the headers and
--lveltro, and with the module alone, in Objective-C and Objective-C++, for 32-bit ARM as far as objects. Works in
+-lveltro, and with only the module, in Objective-C and Objective-C++, for 32-bit ARM as far as objects. Works in
 FOLDER."""
 import glob
 import os

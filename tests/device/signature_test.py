@@ -155,7 +155,7 @@ def check_refusals():
             ('a longer file', whole + b'\0', 'its signature is not the last thing in it'),
             ('a shorter file', whole[:-1], 'its signature is not the last thing in it'),
             ('a file without its end', cut(whole), 'ends before __LINKEDIT'),
-            ('a file cut short in its commands', whole[:200], 'ends before offset')):
+            ('a file truncated in its commands', whole[:200], 'ends before offset')):
         path, result = signed('refused', data)
         expect(result.returncode == 1 and result.stderr.startswith(f'{path}: {message}')
                and result.stderr.count('\n') == 1, f'{what}: {result.returncode}, {result.stderr}')

@@ -37,7 +37,7 @@ namespace {
 class Facade : public testing::Test {
 protected:
   void SetUp() override {
-    forget_calls();
+    reset_calls();
     NSFoundationVersionNumber = 1280.25;
   }
 };
@@ -86,12 +86,12 @@ TEST_F(Facade, ReadsAPassword) {
 
 TEST_F(Facade, ReadsNothingFromNoPassword) {
   NSError *error = nil;
-  answer_to_search = errSecItemNotFound;
+  result_of_search = errSecItemNotFound;
   EXPECT_EQ([ZLTKeyChain passwordForService:@"mail" account:@"ann"], nil);
   EXPECT_EQ([ZLTKeyChain passwordForService:@"mail" account:@"ann" error:&error], nil);
   EXPECT_EQ([error code], errSecItemNotFound);
 
-  answer_to_search = errSecSuccess;
+  result_of_search = errSecSuccess;
   for (NSData *const data in @[ [NSData data], bytes("\xff") ]) {
     found = data;
     error = nil;
@@ -109,7 +109,7 @@ TEST_F(Facade, StoresAPassword) {
   EXPECT_TRUE([[calls[1].dictionary objectForKey:@"v_Data"] isEqual:bytes("gr\u00fc\u00df")]);
   EXPECT_TRUE([[calls[3].dictionary objectForKey:@"v_Data"] isEqual:[NSData data]]);
   EXPECT_EQ([calls[1].dictionary count], 5U) << "neither label, group nor accessibility";
-  answer_to_add = errSecInteractionNotAllowed;
+  result_of_add = errSecInteractionNotAllowed;
   EXPECT_FALSE([ZLTKeyChain setPassword:@"x" forService:@"mail" account:@"ann"]);
   EXPECT_FALSE([ZLTKeyChain setPassword:@"x" forService:@"mail" account:@"ann" error:&error]);
   EXPECT_EQ([error code], errSecInteractionNotAllowed);
@@ -122,7 +122,7 @@ TEST_F(Facade, DeletesAPassword) {
   EXPECT_EQ(error, nil);
   EXPECT_EQ(functions(), Names({"SecItemDelete", "SecItemDelete"}));
   EXPECT_EQ([calls[0].dictionary count], 4U);
-  answer_to_delete = errSecItemNotFound;
+  result_of_delete = errSecItemNotFound;
   EXPECT_FALSE([ZLTKeyChain deletePasswordForService:@"mail" account:@"ann"]);
   EXPECT_FALSE([ZLTKeyChain deletePasswordForService:@"mail" account:@"ann" error:&error]);
   EXPECT_EQ([error code], errSecItemNotFound);
@@ -148,7 +148,7 @@ TEST_F(Facade, ListsAccounts) {
     EXPECT_TRUE([[call.dictionary objectForKey:@"svce"] isEqual:@"mail"]);
     EXPECT_EQ([call.dictionary objectForKey:@"acct"], nil);
   }
-  answer_to_search = errSecItemNotFound;
+  result_of_search = errSecItemNotFound;
   EXPECT_EQ([ZLTKeyChain allAccounts], nil);
   EXPECT_EQ([ZLTKeyChain accountsForService:@"mail"], nil);
   EXPECT_EQ([ZLTKeyChain allAccounts:&error], nil);
@@ -213,8 +213,8 @@ TEST_F(Facade, SetsServiceAccountAndPasswordInThisOrder) {
 
 std::vector<NSError **> wanted_errors;
 
-template <typename Answer>
-Answer note_read(id, SEL selector, NSString *, NSString *, NSError **error) {
+template <typename Result>
+Result note_read(id, SEL selector, NSString *, NSString *, NSError **error) {
   order.emplace_back(sel_getName(selector));
   wanted_errors.push_back(error);
   return {};

@@ -1,4 +1,4 @@
-// What the query hands to the keychain, attribute by attribute, and what it makes of the answers.
+// What the query hands to the keychain, attribute by attribute, and what it makes of the results.
 
 #include "keychain/recorded_calls.hpp"
 #include "support/replaced_method.hpp"
@@ -16,7 +16,7 @@ namespace {
 class Query : public testing::Test {
 protected:
   void SetUp() override {
-    forget_calls();
+    reset_calls();
     NSFoundationVersionNumber = 1280.25;
     query_ = [[[ZLTKeyChainQuery alloc] init] autorelease];
   }
@@ -241,11 +241,11 @@ TEST_F(Query, SavesAnEmptySecret) {
 TEST_F(Query, SavesOnWhenThereWasNothingToDelete) {
   name_item();
   [query_ setPassword:@"secret"];
-  answer_to_delete = errSecItemNotFound;
+  result_of_delete = errSecItemNotFound;
   NSError *error = nil;
   EXPECT_TRUE([query_ save:&error]);
   EXPECT_EQ(error, nil);
-  answer_to_delete = errSecInteractionNotAllowed;
+  result_of_delete = errSecInteractionNotAllowed;
   EXPECT_TRUE([query_ save:&error]);
   EXPECT_EQ(error, nil);
 }
@@ -253,8 +253,8 @@ TEST_F(Query, SavesOnWhenThereWasNothingToDelete) {
 TEST_F(Query, ASaveThatFailsReportsTheAddition) {
   name_item();
   [query_ setPassword:@"secret"];
-  answer_to_delete = errSecItemNotFound;
-  answer_to_add = errSecDuplicateItem;
+  result_of_delete = errSecItemNotFound;
+  result_of_add = errSecDuplicateItem;
   NSError *error = nil;
   EXPECT_FALSE([query_ save:&error]);
   EXPECT_EQ([error code], errSecDuplicateItem);
@@ -270,7 +270,7 @@ TEST_F(Query, Deletes) {
   EXPECT_CALL_WAS(
       calls[0], "SecItemDelete",
       dictionary(@[ @"class", @"svce", @"acct", @"sync" ], @[ @"genp", @"mail", @"ann", @"syna" ]));
-  answer_to_delete = errSecItemNotFound;
+  result_of_delete = errSecItemNotFound;
   EXPECT_FALSE([query_ deleteItem:nullptr]);
   EXPECT_FALSE([query_ deleteItem:&error]);
   EXPECT_EQ([error code], errSecItemNotFound);
@@ -290,7 +290,7 @@ TEST_F(Query, Fetches) {
                              @[ @"genp", @"mail", @"ann", @"syna", yes(), @"m_LimitOne" ]));
   EXPECT_TRUE(calls[0].wants_result);
   EXPECT_TRUE(calls[0].result_was_null);
-  EXPECT_EQ([secret retainCount], held) << "the answer was not released";
+  EXPECT_EQ([secret retainCount], held) << "the result was not released";
   [secret setLength:0];
   EXPECT_TRUE([[query_ passwordData] isEqual:bytes("secret")]) << "not a copy";
 }
@@ -310,7 +310,7 @@ TEST_F(Query, AFetchGoesThroughTheSetter) {
 TEST_F(Query, AFetchThatFailsLeavesTheSecret) {
   name_item();
   [query_ setPassword:@"before"];
-  answer_to_search = errSecItemNotFound;
+  result_of_search = errSecItemNotFound;
   NSError *error = nil;
   EXPECT_FALSE([query_ fetch:&error]);
   EXPECT_EQ([error code], errSecItemNotFound);
@@ -326,7 +326,7 @@ TEST_F(Query, Lists) {
   NSAutoreleasePool *const pool = [[NSAutoreleasePool alloc] init];
   EXPECT_EQ([query_ fetchAll:&error], items);
   [pool drain];
-  EXPECT_EQ([items retainCount], held) << "the answer was not released";
+  EXPECT_EQ([items retainCount], held) << "the result was not released";
   EXPECT_EQ(error, nil);
   ASSERT_EQ(calls.size(), 1U);
   EXPECT_CALL_WAS(calls[0], "SecItemCopyMatching",
@@ -344,30 +344,30 @@ TEST_F(Query, Lists) {
 }
 
 TEST_F(Query, AListingThatFailsIsNil) {
-  answer_to_search = errSecItemNotFound;
+  result_of_search = errSecItemNotFound;
   NSError *error = nil;
   EXPECT_EQ([query_ fetchAll:&error], nil);
   EXPECT_EQ([error code], errSecItemNotFound);
   EXPECT_EQ([query_ fetchAll:nullptr], nil);
 }
 
-TEST_F(Query, AnAnswerThatCameWithAFailureIsNoSecret) {
+TEST_F(Query, AResultThatCameWithAFailureIsNoSecret) {
   name_item();
   [query_ setPassword:@"before"];
   NSMutableData *const data = [NSMutableData dataWithBytes:"secret" length:6];
   const NSUInteger held = [data retainCount];
   found = data;
-  answer_to_search = errSecDecode;
-  answers_though_it_fails = true;
+  result_of_search = errSecDecode;
+  returns_though_it_fails = true;
   EXPECT_FALSE([query_ fetch:nullptr]);
   EXPECT_TRUE([[query_ password] isEqual:@"before"]);
   EXPECT_EQ([data retainCount], held);
 }
 
-TEST_F(Query, AnAnswerThatCameWithAFailureIsListedWhereNobodyHearsOfIt) {
+TEST_F(Query, AResultThatCameWithAFailureIsListedWhereNobodyHearsOfIt) {
   found = @[ @"item" ];
-  answer_to_search = errSecDecode;
-  answers_though_it_fails = true;
+  result_of_search = errSecDecode;
+  returns_though_it_fails = true;
   NSError *error = nil;
   EXPECT_EQ([query_ fetchAll:&error], nil);
   EXPECT_EQ([error code], errSecDecode);
@@ -540,7 +540,7 @@ NSString *look_up(id bundle, SEL /*selector*/, NSString *key, NSString *value, N
 
 NSBundle *main_bundle = nil;
 
-id answer_main_bundle(id /*self*/, SEL /*selector*/) {
+id return_main_bundle(id /*self*/, SEL /*selector*/) {
   return main_bundle;
 }
 
@@ -559,7 +559,7 @@ TEST(ErrorWithCode, LooksItsTextUpInTheMainBundlesTable) {
   ASSERT_NE(main_bundle, nil);
   ASSERT_NE(main_bundle, [NSBundle mainBundle]);
   const ReplacedMethod replaced_bundle(
-      class_getClassMethod([NSBundle class], @selector(mainBundle)), answer_main_bundle);
+      class_getClassMethod([NSBundle class], @selector(mainBundle)), return_main_bundle);
   const ReplacedMethod replaced(
       class_getInstanceMethod([NSBundle class], @selector(localizedStringForKey:value:table:)),
       look_up);
@@ -586,7 +586,7 @@ TEST(ErrorWithCode, LooksItsTextUpInTheMainBundlesTable) {
 } // namespace
 } // namespace veltro::test
 
-/// A query whose class answers for itself.
+/// A query whose class stands for itself.
 @interface VTOwnQuery : ZLTKeyChainQuery
 @end
 

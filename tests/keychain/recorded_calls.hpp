@@ -1,4 +1,4 @@
-// The keychain as the contract tests see it: every call is written down, and answered as the test
+// The keychain as the contract tests see it: every call is written down, and returns as the test
 // says. Included by one file of a test program, since it defines the item functions themselves.
 #pragma once
 
@@ -37,17 +37,17 @@ struct Call {
 };
 
 inline std::vector<Call> calls;
-inline OSStatus answer_to_add = errSecSuccess;
-inline OSStatus answer_to_delete = errSecSuccess;
-inline OSStatus answer_to_search = errSecSuccess;
+inline OSStatus result_of_add = errSecSuccess;
+inline OSStatus result_of_delete = errSecSuccess;
+inline OSStatus result_of_search = errSecSuccess;
 inline id found = nil;
-inline bool answers_though_it_fails = false;
+inline bool returns_though_it_fails = false;
 
-inline void forget_calls() {
+inline void reset_calls() {
   calls.clear();
-  answer_to_add = answer_to_delete = answer_to_search = errSecSuccess;
+  result_of_add = result_of_delete = result_of_search = errSecSuccess;
   found = nil;
-  answers_though_it_fails = false;
+  returns_though_it_fails = false;
 }
 
 inline void record(const char *function, CFDictionaryRef dictionary, const CFTypeRef *result) {
@@ -61,20 +61,20 @@ extern "C" {
 
 OSStatus SecItemAdd(CFDictionaryRef attributes, CFTypeRef *result) {
   veltro::test::record("SecItemAdd", attributes, result);
-  return veltro::test::answer_to_add;
+  return veltro::test::result_of_add;
 }
 
 OSStatus SecItemDelete(CFDictionaryRef query) {
   veltro::test::record("SecItemDelete", query, nullptr);
-  return veltro::test::answer_to_delete;
+  return veltro::test::result_of_delete;
 }
 
 OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef *result) {
   veltro::test::record("SecItemCopyMatching", query, result);
-  if ((veltro::test::answer_to_search == errSecSuccess || veltro::test::answers_though_it_fails) &&
+  if ((veltro::test::result_of_search == errSecSuccess || veltro::test::returns_though_it_fails) &&
       result != nullptr)
     *result = (CFTypeRef)[veltro::test::found retain];
-  return veltro::test::answer_to_search;
+  return veltro::test::result_of_search;
 }
 
 } // extern "C"

@@ -26,10 +26,10 @@ def reset(connection):
 class Clients(Case):
     options = ('--stall-time', '600')
 
-    def still_answers(self):
+    def still_serves(self):
         self.assertEqual(self.messenger.ask(ECHO, b'still there'), b'still there')
 
-    def test_announcements_beyond_the_bound_are_answered_at_once(self):
+    def test_announcements_beyond_the_bound_are_served_at_once(self):
         for identifier, bound in ((ECHO, 64 << 20), (SEND, ARCHIVE_LIMIT), (READ, ARCHIVE_LIMIT), (99, ARCHIVE_LIMIT)):
             for length in (bound + 1, (1 << 32) + 5, 1 << 40, 1 << 63, (1 << 64) - 1):
                 with self.messenger.connect() as connection:
@@ -47,7 +47,7 @@ class Clients(Case):
             self.assertEqual(reply(connection), b'one')
             self.assertEqual(connection.recv(1), b'')
 
-    def test_a_request_that_ends_early_is_answered_with_nothing(self):
+    def test_a_request_that_ends_early_is_served_with_nothing(self):
         whole = request(ECHO, b'payload')
         for length in range(len(whole)):
             with self.messenger.connect() as connection:
@@ -69,12 +69,12 @@ class Clients(Case):
                 connection = self.messenger.connect()
                 connection.sendall(whole[:length])
                 leave(connection)
-        self.still_answers()
+        self.still_serves()
 
     def test_a_client_that_does_not_read_holds_nobody_up(self):
         with self.messenger.connect() as connection:
             connection.sendall(request(ECHO, bytes(32 << 20)))
-            self.still_answers()
+            self.still_serves()
             self.assertEqual(len(reply(connection)), 32 << 20)
 
     def test_a_thousand_connections_at_once(self):
@@ -105,12 +105,12 @@ class Clients(Case):
                 connection.sendall(noise)
                 connection.shutdown(socket.SHUT_WR)
                 reply(connection)
-        self.still_answers()
+        self.still_serves()
 
     def test_no_descriptor_is_left_behind(self):
         opened = self.messenger.descriptors()
         for _ in range(50):
-            self.still_answers()
+            self.still_serves()
             reset(self.messenger.connect())
         while self.messenger.descriptors() > opened:
             time.sleep(0.01)

@@ -103,10 +103,10 @@ class Requests(Case):
             self.assertEqual(self.messenger.ask(ECHO, payload), payload, length)
 
     def test_the_largest_message(self):
-        room = ARCHIVE_LIMIT - len(archive(text='x' * 70000)) + 70000
-        self.assertEqual(self.messenger.ask(SEND, archive(text='x' * (room + 1))), b'')
-        self.assertEqual(self.send(text='x' * room), 1)
-        self.assertEqual(self.read()[0]['Content'], 'x' * room)
+        space = ARCHIVE_LIMIT - len(archive(text='x' * 70000)) + 70000
+        self.assertEqual(self.messenger.ask(SEND, archive(text='x' * (space + 1))), b'')
+        self.assertEqual(self.send(text='x' * space), 1)
+        self.assertEqual(self.read()[0]['Content'], 'x' * space)
 
 
 class Refusals(Case):

@@ -19,7 +19,7 @@ using veltro::messenger::Server;
 using veltro::messenger::ServerOptions;
 using veltro::messenger::Service;
 
-/// Request 1 says "yes", request 2 breaks off with an exception, request 3 answers its payload.
+/// Request 1 says "yes", request 2 breaks off with an exception, request 3 returns its payload.
 Service service() {
   return {.limit = [](signed char) { return std::uint64_t{1000}; },
           .reply = [](signed char identifier, Bytes payload) -> Bytes {
@@ -86,15 +86,15 @@ protected:
 };
 
 const std::string nothing(8, '\0');
-const std::string yes = std::string("\3\0\0\0\0\0\0\0", 8) + "yes";
+const std::string kYes = std::string("\3\0\0\0\0\0\0\0", 8) + "yes";
 
-TEST_F(MessengerServer, AnswersWithNothingWhereTheServiceBreaksOff) {
+TEST_F(MessengerServer, RepliesWithNothingWhereTheServiceBreaksOff) {
   const Client broken(server_.port());
   broken.ask(2, "x");
   EXPECT_EQ(broken.reply(), nothing);
   const Client next(server_.port());
   next.ask(1, "x");
-  EXPECT_EQ(next.reply(), yes);
+  EXPECT_EQ(next.reply(), kYes);
 }
 
 TEST_F(MessengerServer, HoldsSoMuchAndNoMore) {
@@ -102,10 +102,10 @@ TEST_F(MessengerServer, HoldsSoMuchAndNoMore) {
   std::memcpy(most.data(), "\3\xE8\3\0\0\0\0\0\0", 9);
   const Client first(server_.port());
   first.send(most);
-  // Once this is answered, the first client's bytes have been read.
+  // Once this is served, the first client's bytes have been read.
   const Client between(server_.port());
   between.ask(1, "");
-  EXPECT_EQ(between.reply(), yes);
+  EXPECT_EQ(between.reply(), kYes);
 
   const Client second(server_.port());
   second.send(most);

@@ -123,7 +123,7 @@ class Send(Tool):
 
 
 class NotRunning(unittest.TestCase):
-    def test_an_empty_answer_and_the_error_line(self):
+    def test_an_empty_reply_and_the_error_line(self):
         root = tempfile.mkdtemp(prefix='veltro-test-')
         self.addCleanup(shutil.rmtree, root)
         for arguments in (('send', '5', '--text', 'x'), ('chat', 'chats')):

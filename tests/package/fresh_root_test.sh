@@ -28,7 +28,7 @@ in_root() {
 check() { [ "$(cat "$log")" = "$1" ] || { echo "$2 printed: $(cat "$log")"; exit 1; }; }
 expected="release 9.3.5, class ZLTUtils, blocks retain, notifications arrive, processes listed, 2 freed"
 
-# The tool's package alone first, and it has to bring all that it runs on.
+# The tool's package without the others first, and it has to bring all that it runs on.
 in_root apt-get install -y --no-install-recommends /tmp/veltro-tools.deb /tmp/libveltro0.deb
 in_root veltro info
 grep -q '^release: 9.3.5$' "$log" || { cat "$log"; exit 1; }

@@ -92,17 +92,17 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   close(pipe_ends[1]);
   waitpid(middle, nullptr, 0);
 
-  Launch answer{0, middle < 0 ? EAGAIN : 0};
+  Launch launched{0, middle < 0 ? EAGAIN : 0};
   for (int number = 0; read(pipe_ends[0], &number, sizeof number) > 0;)
-    (number > 0 ? answer.process : answer.error) = std::abs(number);
+    (number > 0 ? launched.process : launched.error) = std::abs(number);
   close(pipe_ends[0]);
-  if (answer.error != 0)
-    return {0, answer.error};
+  if (launched.error != 0)
+    return {0, launched.error};
   // Until the process shows the program: it has its command line a little later.
   constexpr int looks = 1000;
-  for (int look = 0; look < looks && !runs(answer.process, executable); ++look)
+  for (int look = 0; look < looks && !runs(launched.process, executable); ++look)
     usleep(1000);
-  return answer;
+  return launched;
 }
 
 } // namespace veltro::host

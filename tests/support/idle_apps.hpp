@@ -87,9 +87,9 @@ public:
 
   [[nodiscard]] bool is_stopped() const { return host::stopped_by_signal(process()); }
 
-  /// Whether it goes on counting from now on, by more than it might still do before a signal that
+  /// Whether it keeps counting from now on, by more than it might still do before a signal that
   /// was just sent stops it.
-  [[nodiscard]] bool goes_on() const {
+  [[nodiscard]] bool keeps_counting() const {
     const long beats_now = beats();
     return eventually([this, beats_now] { return beats() > beats_now + 20; });
   }

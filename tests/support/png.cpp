@@ -52,7 +52,7 @@ std::string chunk(const std::string &type, const std::string &bytes) {
          big_endian(crc(type + bytes));
 }
 
-constexpr auto *signature = "\x89PNG\r\n\x1A\n";
+constexpr auto *kSignature = "\x89PNG\r\n\x1A\n";
 
 std::uint32_t number_at(const std::string &bytes, std::size_t at) {
   std::uint32_t value = 0;
@@ -74,11 +74,11 @@ std::string png_of(std::uint32_t width, std::uint32_t height, std::uint32_t chan
   const std::string header = big_endian(claimed_width != 0 ? claimed_width : width) +
                              big_endian(height) + '\x08' + (channels == 4 ? '\x06' : '\x02') +
                              std::string(3, '\0');
-  return signature + chunk("IHDR", header) + chunk("IDAT", stored(rows)) + chunk("IEND", "");
+  return kSignature + chunk("IHDR", header) + chunk("IDAT", stored(rows)) + chunk("IEND", "");
 }
 
 std::vector<PngChunk> chunks_of(const std::string &png) {
-  if (!png.starts_with(signature))
+  if (!png.starts_with(kSignature))
     throw std::runtime_error("no PNG");
   std::vector<PngChunk> chunks;
   for (std::size_t at = 8; at < png.size(); at += chunks.back().bytes.size() + 12) {
@@ -92,7 +92,7 @@ std::vector<PngChunk> chunks_of(const std::string &png) {
 }
 
 std::string png_of(const std::vector<PngChunk> &chunks) {
-  std::string png = signature;
+  std::string png = kSignature;
   for (const PngChunk &each : chunks)
     png += chunk(each.type, each.bytes);
   return png;

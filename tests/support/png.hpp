@@ -18,7 +18,7 @@ struct PngChunk {
   std::string bytes;
 };
 
-/// What a PNG file is made of. Throws where a chunk is cut short or its checksum is wrong.
+/// What a PNG file is made of. Throws where a chunk is truncated or its checksum is wrong.
 std::vector<PngChunk> chunks_of(const std::string &png);
 
 /// The file of these chunks, with right checksums.

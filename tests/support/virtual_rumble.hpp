@@ -8,7 +8,7 @@
 
 namespace veltro::test {
 
-/// Answers the kernel's requests in a thread until served() or the end; the device is there as long
+/// Serves the kernel's requests in a thread until served() or the end; the device is there as long
 /// as the object.
 class VirtualRumble {
 public:

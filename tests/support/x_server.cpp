@@ -14,15 +14,15 @@ namespace veltro::test {
 namespace {
 
 // Long enough for the busiest machine; nothing waits for it where all is well.
-constexpr std::chrono::seconds patience{60};
-constexpr std::chrono::milliseconds pause{5};
+constexpr std::chrono::seconds kTimeout{60};
+constexpr std::chrono::milliseconds kPause{5};
 
 bool until(const std::function<bool()> &condition) {
-  const auto end = std::chrono::steady_clock::now() + patience;
+  const auto end = std::chrono::steady_clock::now() + kTimeout;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end)
       return false;
-    std::this_thread::sleep_for(pause);
+    std::this_thread::sleep_for(kPause);
   }
   return true;
 }

@@ -7,16 +7,16 @@
 namespace veltro::test {
 namespace {
 
-Answer model(const std::string &text, bool lenient) {
+Decoded model(const std::string &text, bool lenient) {
   const auto bytes = lenient ? model_decode_dropping(text) : model_decode_refusing(text);
-  return bytes ? Answer(std::string(bytes->begin(), bytes->end())) : std::nullopt;
+  return bytes ? Decoded(std::string(bytes->begin(), bytes->end())) : std::nullopt;
 }
 
 /// Compares the pieces with the whole and the whole with the model; whether the text is valid.
 template <typename Size>
 bool expect_the_same(const std::string &text, bool lenient, const Size &next_size) {
   std::size_t most_held = 0;
-  const Answer whole = decoded_whole(text, lenient);
+  const Decoded whole = decoded_whole(text, lenient);
   EXPECT_EQ(whole, model(text, lenient)) << testing::PrintToString(text);
   EXPECT_EQ(decoded_in_pieces(text, lenient, next_size, most_held), whole)
       << testing::PrintToString(text);
@@ -24,7 +24,7 @@ bool expect_the_same(const std::string &text, bool lenient, const Size &next_siz
   return whole.has_value();
 }
 
-TEST(Base64Decoder, AnswersAsForTheWholeOnEveryShortTextInPiecesOfAnySize) {
+TEST(Base64Decoder, DecodesAsTheWholeOnEveryShortTextInPiecesOfAnySize) {
   const std::string_view characters("Zm= \v*\0", 7);
   for (std::size_t length = 0, count = 1; length <= 4; ++length, count *= characters.size())
     for (std::size_t number = 0; number < count; ++number) {
@@ -56,7 +56,7 @@ std::string random_text(std::mt19937_64 &random) {
   return text;
 }
 
-TEST(Base64Decoder, AnswersAsForTheWholeOnRandomTextsInRandomPieces) {
+TEST(Base64Decoder, DecodesAsTheWholeOnRandomTextsInRandomPieces) {
   std::mt19937_64 random(4648);
   std::size_t valid = 0;
   for (int round = 0; round < 5'000; ++round) {

@@ -10,10 +10,10 @@
 
 namespace veltro::test {
 
-using Answer = std::optional<std::string>;
+using Decoded = std::optional<std::string>;
 
-/// The codec's own answer for the whole text; a text with a zero is refused before it gets there.
-inline Answer decoded_whole(const std::string &text, bool lenient) {
+/// The codec's own result for the whole text; a text with a zero is refused before it gets there.
+inline Decoded decoded_whole(const std::string &text, bool lenient) {
   @autoreleasepool {
     if (text.find('\0') != std::string::npos)
       return std::nullopt;
@@ -28,11 +28,11 @@ inline Answer decoded_whole(const std::string &text, bool lenient) {
   }
 }
 
-/// The answer for the text in pieces of the sizes that `next_size` gives; `most_held` becomes what
+/// The result for the text in pieces of the sizes that `next_size` gives; `most_held` becomes what
 /// was kept between two of them at most.
 template <typename Size>
-Answer decoded_in_pieces(std::string_view text, bool lenient, const Size &next_size,
-                         std::size_t &most_held) {
+Decoded decoded_in_pieces(std::string_view text, bool lenient, const Size &next_size,
+                          std::size_t &most_held) {
   tool::Base64Decoder decoder(lenient);
   std::string bytes;
   most_held = 0;
@@ -43,7 +43,7 @@ Answer decoded_in_pieces(std::string_view text, bool lenient, const Size &next_s
     most_held = std::max(most_held, decoder.held());
     text.remove_prefix(size);
   }
-  return decoder.finish(bytes) ? Answer(bytes) : std::nullopt;
+  return decoder.finish(bytes) ? Decoded(bytes) : std::nullopt;
 }
 
 } // namespace veltro::test

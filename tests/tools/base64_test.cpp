@@ -11,7 +11,7 @@ namespace {
 
 using namespace veltro::test;
 
-const std::string tool = VELTRO_BUILD_DIR "/bin/veltro base64 ";
+const std::string kTool = VELTRO_BUILD_DIR "/bin/veltro base64 ";
 
 TEST(Base64Tool, EncodesAndDecodesStandardInput) {
   const ToolResult code = run_tool({"base64", "encode"}, "foobar!");
@@ -54,7 +54,7 @@ TEST(Base64Tool, EndsSilentlyWhereItsReaderGoesAway) {
   for (const std::string verb : {"encode ", "decode "})
     for (const std::string signal : {"trap '' PIPE; ", ""}) {
       std::string command = "{ " + signal;
-      command.append(tool).append(verb).append(file).append(" 2> ").append(error);
+      command.append(kTool).append(verb).append(file).append(" 2> ").append(error);
       command.append("; } | head -c 2 > ").append(out);
       ASSERT_EQ(std::system(command.c_str()), 0);
       EXPECT_EQ(std::filesystem::file_size(out), 2U) << command;
@@ -71,7 +71,7 @@ long most_memory(int megabytes) {
     stream << block;
   stream.close();
   for (const std::string verb : {"encode ", "decode "})
-    EXPECT_EQ(std::system((tool + verb + file.string() + " > /dev/null").c_str()), 0);
+    EXPECT_EQ(std::system((kTool + verb + file.string() + " > /dev/null").c_str()), 0);
   struct rusage usage{};
   getrusage(RUSAGE_CHILDREN, &usage);
   return usage.ru_maxrss;

@@ -25,7 +25,7 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char *no_such_item = "There is no such item in the keychain. (errSecItemNotFound)";
+constexpr const char *kNoSuchItem = "There is no such item in the keychain. (errSecItemNotFound)";
 
 class KeychainTool : public testing::Test {
 protected:
@@ -60,8 +60,8 @@ TEST_F(KeychainTool, StoresPrintsAndDeletes) {
   EXPECT_EQ(keychain({"set", "mail", "ann"}, "new").status, 0);
   EXPECT_EQ(stored("mail", "ann"), "new");
   EXPECT_EQ(keychain({"rm", "mail", "ann"}).status, 0);
-  expect_no(keychain({"get", "mail", "ann"}), no_such_item);
-  expect_no(keychain({"rm", "mail", "ann"}), no_such_item);
+  expect_no(keychain({"get", "mail", "ann"}), kNoSuchItem);
+  expect_no(keychain({"rm", "mail", "ann"}), kNoSuchItem);
   const ToolResult none = keychain({"list"});
   EXPECT_EQ(none.status, 0);
   EXPECT_EQ(none.out, "service  account  label  group  sync  accessible  created  modified\n");
@@ -122,7 +122,7 @@ TEST_F(KeychainTool, TellsAnEmptyNameFromNone) {
   EXPECT_EQ(listed({"list", ""}), 1);
   EXPECT_EQ(listed({"list", "--group", ""}), 1);
   EXPECT_EQ(listed({"list", "--group", "default"}), 1);
-  expect_no(keychain({"get", "", "ann", "--group", ""}), no_such_item);
+  expect_no(keychain({"get", "", "ann", "--group", ""}), kNoSuchItem);
 }
 
 TEST_F(KeychainTool, LinesUpWhatIsNotPlainLetters) {
@@ -195,7 +195,7 @@ TEST_F(KeychainTool, TellsTheItemsOfOneNameApart) {
   EXPECT_EQ(keychain({"get", "mail", "ann", "--sync", "no", "--group", "default"}).out, "local");
   EXPECT_EQ(keychain({"get", "mail", "ann", "--group", "team"}).out, "team's");
   EXPECT_EQ(keychain({"rm", "mail", "ann"}).status, 0);
-  expect_no(keychain({"get", "mail", "ann"}), no_such_item);
+  expect_no(keychain({"get", "mail", "ann"}), kNoSuchItem);
 }
 
 TEST_F(KeychainTool, KeepsArchivedObjects) {
@@ -299,7 +299,7 @@ public:
   ToolAtTerminal(const ToolAtTerminal &) = delete;
   ToolAtTerminal &operator=(const ToolAtTerminal &) = delete;
 
-  /// Reads until `text` was shown or nothing comes for long; answers all that was shown so far.
+  /// Reads until `text` was shown or nothing comes for long; returns all that was shown so far.
   std::string shown_until(const std::string &text) {
     pollfd ready{terminal_, POLLIN, 0};
     while (shown_.find(text) == std::string::npos && poll(&ready, 1, 30'000) == 1) {
@@ -361,10 +361,10 @@ TEST_F(KeychainTool, ControlCEndsItAtOnceAndLeavesTheTerminalAsItWas) {
   EXPECT_EQ(tool.status(), 128 + SIGINT);
   EXPECT_TRUE(tool.echoes());
   EXPECT_THAT(tool.shown_until("\n"), Not(HasSubstr("half")));
-  expect_no(keychain({"get", "mail", "ann"}), no_such_item);
+  expect_no(keychain({"get", "mail", "ann"}), kNoSuchItem);
 }
 
-// Without a shell that could have it go on, Control-Z stops nothing.
+// Without a shell that could have it continue, Control-Z stops nothing.
 TEST_F(KeychainTool, AsksAgainAfterControlZ) {
   ToolAtTerminal tool({"keychain", "set", "mail", "ann"});
   tool.shown_until("Password: ");
@@ -382,7 +382,7 @@ TEST_F(KeychainTool, TheEndOfInputAtThePromptStoresNothing) {
   tool.type("\x04");
   EXPECT_EQ(tool.status(), 1);
   EXPECT_TRUE(tool.echoes());
-  expect_no(keychain({"get", "mail", "ann"}), no_such_item);
+  expect_no(keychain({"get", "mail", "ann"}), kNoSuchItem);
 }
 
 TEST_F(KeychainTool, SignalsAtThePromptEndItAndLeaveTheTerminalAsItWas) {

@@ -18,17 +18,17 @@ namespace fs = std::filesystem;
 using veltro::test::run_tool;
 using veltro::test::ToolResult;
 
-constexpr const char *constants[] = {"errSecUnimplemented",
-                                     "errSecParam",
-                                     "errSecAllocate",
-                                     "ZLTKeyChainErrorBadArguments",
-                                     "errSecNotAvailable",
-                                     "errSecAuthFailed",
-                                     "errSecDuplicateItem",
-                                     "errSecItemNotFound",
-                                     "errSecInteractionNotAllowed",
-                                     "errSecDecode",
-                                     "errSecDefault"};
+constexpr const char *kConstants[] = {"errSecUnimplemented",
+                                      "errSecParam",
+                                      "errSecAllocate",
+                                      "ZLTKeyChainErrorBadArguments",
+                                      "errSecNotAvailable",
+                                      "errSecAuthFailed",
+                                      "errSecDuplicateItem",
+                                      "errSecItemNotFound",
+                                      "errSecInteractionNotAllowed",
+                                      "errSecDecode",
+                                      "errSecDefault"};
 
 std::string error_in(const char *language, const std::vector<std::string> &arguments) {
   setenv("LANGUAGE", language, 1);
@@ -62,11 +62,11 @@ TEST(KeychainTexts, AreThereForEveryErrorInEveryLanguage) {
     ++languages;
     std::ifstream file(folder.path() / "ZLTKeyChain.strings");
     const std::string table{std::istreambuf_iterator<char>(file), {}};
-    for (const std::string constant : constants)
+    for (const std::string constant : kConstants)
       EXPECT_THAT(table, testing::ContainsRegex('"' + constant + "\" = \"[^\"(]+ \\(" + constant +
                                                 "\\)\";\n"))
           << folder.path();
-    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), std::ssize(constants));
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), std::ssize(kConstants));
   }
   EXPECT_EQ(languages, 7);
 }

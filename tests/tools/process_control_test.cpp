@@ -58,9 +58,9 @@ protected:
 TEST_F(KeepAliveTool, KeepsTheAppAliveUntilItIsInterrupted) {
   ASSERT_TRUE(app_.stop());
   RunningTool tool({"keep-alive"});
-  EXPECT_TRUE(app_.goes_on());
+  EXPECT_TRUE(app_.keeps_counting());
   ASSERT_TRUE(app_.send(SIGSTOP));
-  EXPECT_TRUE(app_.goes_on());
+  EXPECT_TRUE(app_.keeps_counting());
   kill(tool.process(), SIGINT);
   const ToolResult result = tool.result();
   EXPECT_EQ(result.status, 0) << result.error;

@@ -13,7 +13,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr auto *png_start = "\x89PNG\r\n\x1a\n";
+constexpr auto *kPngStart = "\x89PNG\r\n\x1a\n";
 
 unsigned number_at(const std::string &bytes, std::size_t at) {
   unsigned number = 0;
@@ -29,7 +29,7 @@ std::string picture(std::vector<std::string> arguments) {
   const ToolResult result = run_tool(arguments);
   EXPECT_EQ(result.status, 0) << result.error;
   EXPECT_EQ(result.error, "");
-  EXPECT_THAT(result.out, StartsWith(png_start));
+  EXPECT_THAT(result.out, StartsWith(kPngStart));
   return result.out;
 }
 

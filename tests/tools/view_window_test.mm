@@ -130,7 +130,7 @@ TEST_F(ViewWindow, LetsTheUserDismissTheAlert) {
   EXPECT_EQ(result.out, "Stop\n");
 }
 
-TEST_F(ViewWindow, ClosesWithoutAnAnswer) {
+TEST_F(ViewWindow, ClosesWithoutAReply) {
   RunningTool tool({"view", "alert", "--window", "--button", "Stop"});
   SeenWindow(server_, tool.process()).ask_to_close();
   const ToolResult result = tool.result();

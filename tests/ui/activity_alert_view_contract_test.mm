@@ -157,7 +157,7 @@ TEST_F(ActivityAlertContract, HandsAContainerOverAfterIOS7_1) {
   [alert release];
 }
 
-TEST_F(ActivityAlertContract, BuildsNothingWhereTheSuperclassAnswersNil) {
+TEST_F(ActivityAlertContract, BuildsNothingWhereTheSuperclassReturnsNil) {
   for (const double version : {993.0, 1047.25, 1280.25}) {
     init_fails = true;
     messages.clear();

@@ -121,7 +121,7 @@ TEST(ActivityAlert, TakesItsContentsFromTheCaller) {
   EXPECT_STREQ([[alert buttonTitleAtIndex:1] UTF8String], "Retry");
 }
 
-TEST(ActivityAlert, AnswersNilWhereTheSuperclassDoes) {
+TEST(ActivityAlert, ReturnsNilWhereTheSuperclassDoes) {
   id (*const nothing)(id, SEL, CGRect) = [](id self, SEL, CGRect) -> id {
     [self release];
     return nil;

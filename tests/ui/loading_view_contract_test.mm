@@ -186,7 +186,7 @@ TEST_F(LoadingViewContract, BuildsInOrder) {
   EXPECT_STREQ([[(UILabel *)[[view subviews] objectAtIndex:1] text] UTF8String], "Bitte warten");
 }
 
-TEST_F(LoadingViewContract, BuildsNothingWhereTheSuperclassAnswersNil) {
+TEST_F(LoadingViewContract, BuildsNothingWhereTheSuperclassReturnsNil) {
   init_fails = true;
   EXPECT_EQ([[ZLTLoadingView alloc] initWithFrame:CGRectMake(0, 0, 80, 80)], nil);
   EXPECT_TRUE(messages.empty());

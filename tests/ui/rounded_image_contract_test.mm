@@ -20,10 +20,10 @@ namespace {
 std::vector<std::string> calls;
 UIImage *result;
 
-constexpr int not_a_context = 0;
+constexpr int kNotAContext = 0;
 
 CGContextRef the_context() {
-  return reinterpret_cast<CGContextRef>(const_cast<int *>(&not_a_context));
+  return reinterpret_cast<CGContextRef>(const_cast<int *>(&kNotAContext));
 }
 
 /// Appends `name` with its arguments, in as many digits as tell doubles apart.
@@ -148,7 +148,7 @@ TEST_F(RoundedImageContract, DrawsInThisOrder) {
                                  "get image", "end image", "release"));
 }
 
-TEST_F(RoundedImageContract, TakesNilForAnAnswerAndStillCloses) {
+TEST_F(RoundedImageContract, TakesNilForAResultAndStillCloses) {
   result = nil;
   EXPECT_EQ([ZLTUtils roundedImage:image_ width:50 height:40], nil);
   EXPECT_THAT(calls, IsSupersetOf({"begin image 50 40 0 0", "get image", "end image"}));

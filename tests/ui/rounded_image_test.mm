@@ -48,10 +48,10 @@ Picture filled(std::size_t width, std::size_t height,
   return picture;
 }
 
-constexpr Pixel white{255, 255, 255, 255};
+constexpr Pixel kWhite{255, 255, 255, 255};
 
 Picture white_picture(std::size_t width, std::size_t height) {
-  return filled(width, height, [](std::size_t, std::size_t) { return white; });
+  return filled(width, height, [](std::size_t, std::size_t) { return kWhite; });
 }
 
 void expect_circle(UIImage *image, double center_x, double center_y, double radius) {
@@ -129,13 +129,13 @@ TEST_F(RoundedImage, SqueezesTheWholeSourceIntoTheTarget) {
 }
 
 TEST_F(RoundedImage, MeansOverTheAreaInGreatReductions) {
-  // Single lines and single points of the source must not vanish or take over, wherever they lie.
+  // Single lines and single points of the source must not vanish or spread, wherever they lie.
   for (const std::size_t size : {300U, 1000U, 1537U}) {
     const Picture points = filled(size, size, [](std::size_t x, std::size_t y) {
-      return (x + y) % 2 == 0 ? white : Pixel{0, 0, 0, 255};
+      return (x + y) % 2 == 0 ? kWhite : Pixel{0, 0, 0, 255};
     });
     const Picture lines = filled(size, size, [](std::size_t x, std::size_t) {
-      return x % 3 == 0 ? white : Pixel{0, 0, 0, 255};
+      return x % 3 == 0 ? kWhite : Pixel{0, 0, 0, 255};
     });
     const Picture of_points([ZLTUtils roundedImage:points.image() width:24 height:24]);
     const Picture of_lines([ZLTUtils roundedImage:lines.image() width:24 height:24]);
@@ -219,7 +219,7 @@ TEST_F(RoundedImage, LeavesTheSourceAlone) {
     [ZLTUtils roundedImage:source width:3 height:3];
   }
   EXPECT_EQ([source retainCount], count);
-  EXPECT_EQ(Picture(source).at(0, 0), white);
+  EXPECT_EQ(Picture(source).at(0, 0), kWhite);
 }
 
 TEST_F(RoundedImage, ThreadsDoNotMeet) {
@@ -234,7 +234,7 @@ TEST_F(RoundedImage, ThreadsDoNotMeet) {
           UIImage *const image = [ZLTUtils roundedImage:shared width:side height:side];
           const Picture picture(image);
           const std::size_t middle = picture.width / 2;
-          if ([image size].width != side || !(picture.at(middle, middle) == white) ||
+          if ([image size].width != side || !(picture.at(middle, middle) == kWhite) ||
               picture.at(0, 0).alpha != 0 || UIGraphicsGetCurrentContext() != nullptr)
             ++wrong[number];
         }

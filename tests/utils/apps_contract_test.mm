@@ -13,7 +13,7 @@
 namespace {
 
 std::vector<std::string> notes;
-id proxy; // what applicationProxyForIdentifier: answers
+id proxy; // what applicationProxyForIdentifier: returns
 NSBundle *by_identifier;
 NSBundle *by_path;
 BOOL loaded;
@@ -51,7 +51,7 @@ extern "C" NSBundle *CKFrameworkBundle(void) {
   return chat_kit;
 }
 
-/// A record that answers what a test gave it.
+/// A record that returns what a test gave it.
 @interface FakeProxy : NSObject {
   id _type;
   id _value;
@@ -84,7 +84,7 @@ extern "C" NSBundle *CKFrameworkBundle(void) {
 }
 @end
 
-/// A bundle that answers what a test gave it.
+/// A bundle that returns what a test gave it.
 @interface FakeBundle : NSObject
 @end
 
@@ -212,7 +212,7 @@ TEST_F(AppsContract, TheRegistryIsAskedEveryTime) {
   EXPECT_EQ([ZLTUtils appExecutableName:@"an.app"], @"second");
 }
 
-TEST_F(AppsContract, ABundleFoundByIdentifierIsAnsweredAsItIs) {
+TEST_F(AppsContract, ABundleFoundByIdentifierIsReturnedAsItIs) {
   by_identifier = new_bundle();
   EXPECT_EQ([ZLTUtils bundleForIdentifier:@"an.app"], by_identifier);
   EXPECT_THAT(notes, ElementsAre("bundleWithIdentifier:an.app"));

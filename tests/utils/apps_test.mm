@@ -30,7 +30,7 @@ TEST_F(Apps, FindsTheContainersAndTheExecutableOfAUserApp) {
   EXPECT_STREQ([[ZLTUtils appExecutableName:@"org.example.chat"] UTF8String], "Chat");
 }
 
-TEST_F(Apps, AnswersAnyGetterByName) {
+TEST_F(Apps, ReturnsAnyGetterByName) {
   lay_user_app("org.example.chat", "Chat", "U1");
   EXPECT_TRUE([[ZLTUtils appRelatedDirectory:@"org.example.chat" selector:@"applicationIdentifier"]
       isEqual:@"org.example.chat"]);
@@ -81,7 +81,7 @@ TEST_F(Apps, OpensABundleThatTheSystemFindsWithoutLoadingIt) {
   EXPECT_FALSE([opened isLoaded]);
 }
 
-TEST_F(Apps, AnswersALabelOfAnyBundle) {
+TEST_F(Apps, ReturnsALabelOfAnyBundle) {
   const fs::path framework = device_root() / "System/Library/Frameworks/Own.framework";
   write_file(framework / "Info.plist", info_plist("com.example.own", "Own"));
   write_file(framework / "en.lproj/Localizable.strings", "\"key\" = \"default table\";");
@@ -96,7 +96,7 @@ TEST_F(Apps, AnswersALabelOfAnyBundle) {
                                     key:@"key"] isEqual:@"key"]);
 }
 
-TEST_F(Apps, AnswersALabelOfAUserAppsContainer) {
+TEST_F(Apps, ReturnsALabelOfAUserAppsContainer) {
   const fs::path bundle = lay_user_app("org.example.chat", "Chat", "U1");
   write_file(bundle.parent_path() / "en.lproj/Localizable.strings", "\"key\" = \"container\";");
   write_file(bundle / "en.lproj/Localizable.strings", "\"inner\" = \"bundle\";");
@@ -106,7 +106,7 @@ TEST_F(Apps, AnswersALabelOfAUserAppsContainer) {
                                     key:@"inner"] isEqual:@"inner"]);
 }
 
-TEST_F(Apps, AnswersUIKitsLabels) {
+TEST_F(Apps, ReturnsUIKitsLabels) {
   EXPECT_TRUE([[ZLTUtils localizedLabelFromUIKit:@"Done"] isEqual:@"Done"]);
   EXPECT_TRUE([[ZLTUtils localizedLabelFromUIKit:@"no such key"] isEqual:@"no such key"]);
   setenv("LANGUAGE", "de", 1);
@@ -114,7 +114,7 @@ TEST_F(Apps, AnswersUIKitsLabels) {
   EXPECT_TRUE([[ZLTUtils localizedLabelFromUIKit:@"no such key"] isEqual:@"no such key"]);
 }
 
-TEST_F(Apps, AnswersNoLabelOfAnInstallationWithoutUIKit) {
+TEST_F(Apps, ReturnsNoLabelOfAnInstallationWithoutUIKit) {
   write_file(device_root() / "System", "a file where a folder should be");
   EXPECT_EQ([ZLTUtils localizedLabelFromUIKit:@"Done"], nil);
 }

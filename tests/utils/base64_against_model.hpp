@@ -25,7 +25,7 @@ struct Fast {
   static constexpr auto refusing = base64::decode_refusing;
 };
 
-/// The rules alone, character by character.
+/// Nothing but the rules, character by character.
 struct Plain {
   static void encode(const std::uint8_t *bytes, std::size_t length, char *to) {
     base64::rules::encode(base64::kNoVectors, bytes, length, to);

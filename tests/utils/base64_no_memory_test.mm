@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr size_t nothing = SIZE_MAX;
-size_t refused = nothing; ///< the size that is not handed out
+constexpr size_t kNothing = SIZE_MAX;
+size_t refused = kNothing; ///< the size that is not handed out
 
 } // namespace
 
@@ -41,7 +41,7 @@ protected:
     text_ = [@"" stringByPaddingToLength:40004 withString:@"Zm9v" startingAtIndex:0];
     data_ = [NSMutableData dataWithLength:30003];
   }
-  void TearDown() override { refused = nothing; }
+  void TearDown() override { refused = kNothing; }
 
   NSString *text_ = nil;
   NSData *data_ = nil;
@@ -50,7 +50,7 @@ protected:
 TEST_F(NoMemory, TheTableIsTriedAgain) {
   refused = 256;
   NSData *const without = [ZLTUtils base64DecodeString:text_];
-  refused = nothing;
+  refused = kNothing;
   EXPECT_EQ(without, nil);
   EXPECT_EQ([[ZLTUtils base64DecodeString:text_] length], 30003U);
 }
@@ -59,11 +59,11 @@ TEST_F(NoMemory, TheTableIsMadeOnce) {
   [ZLTUtils base64DecodeString:text_];
   refused = 256;
   NSData *const data = [ZLTUtils base64DecodeString:text_];
-  refused = nothing;
+  refused = kNothing;
   EXPECT_EQ([data length], 30003U);
 }
 
-TEST_F(NoMemory, EncodingAnswersNil) {
+TEST_F(NoMemory, EncodingReturnsNil) {
   refused = 40004;
   EXPECT_EQ([ZLTUtils base64EncodeData:data_], nil);
   refused = 40005; // with the terminating zero
@@ -73,12 +73,12 @@ TEST_F(NoMemory, EncodingAnswersNil) {
 TEST_F(NoMemory, NoBytesNeedNone) {
   refused = 0;
   NSData *const data = [ZLTUtils decodeBase64WithString:@""];
-  refused = nothing;
+  refused = kNothing;
   ASSERT_NE(data, nil);
   EXPECT_EQ([data length], 0U);
 }
 
-TEST_F(NoMemory, DecodingAnswersNil) {
+TEST_F(NoMemory, DecodingReturnsNil) {
   refused = 30003;
   EXPECT_EQ([ZLTUtils base64DecodeString:text_], nil);
   refused = 40004;

@@ -23,7 +23,7 @@
 }
 @end
 
-/// An array of any length that answers one entry and notes which were asked for.
+/// An array of any length that returns one entry and notes which were asked for.
 @interface CountedArray : NSArray {
 @public
   NSUInteger _count;

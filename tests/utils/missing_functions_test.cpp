@@ -21,7 +21,7 @@ using testing::Not;
 using veltro::test::run_tool;
 using veltro::test::ToolResult;
 
-constexpr const char *weakly_linked[] = {"AudioServicesPlaySystemSoundWithVibration",
+constexpr const char *kWeaklyLinked[] = {"AudioServicesPlaySystemSoundWithVibration",
                                          "CKFrameworkBundle", "FigVibratorInitialize",
                                          "FigVibratorPlayVibrationWithDictionary", "MGCopyAnswer"};
 
@@ -51,7 +51,7 @@ protected:
     fs::create_directories(folder);
     std::ifstream stream(VELTRO_BUILD_DIR "/lib/libveltro.so.0", std::ios::binary);
     std::string library{std::istreambuf_iterator<char>(stream), {}};
-    for (const char *name : weakly_linked)
+    for (const char *name : kWeaklyLinked)
       ASSERT_TRUE(take_away(library, name)) << name;
     std::ofstream(folder / "libveltro.so.0", std::ios::binary) << library;
     setenv("LD_LIBRARY_PATH", folder.c_str(), 1);

@@ -1,4 +1,4 @@
-// The two calls that read the model, whose answers are the test's own.
+// The two calls that read the model, whose results are the test's own.
 
 #import <UIKit/UIKit.h>
 #import <veltro/veltro.h>

@@ -13,14 +13,14 @@
 
 namespace {
 
-struct Answers {
+struct Expected {
   const char *release;
   bool ios8;
   bool ios8_2;
   bool ios9;
 };
 
-class Releases : public testing::TestWithParam<Answers> {};
+class Releases : public testing::TestWithParam<Expected> {};
 
 NSString *release;
 
@@ -29,7 +29,7 @@ NSString *played_release(id /*self*/, SEL /*selector*/) {
 }
 
 TEST_P(Releases, AreToldApart) {
-  const Answers expected = GetParam();
+  const Expected expected = GetParam();
   release = [NSString stringWithUTF8String:expected.release];
   const veltro::test::ReplacedMethod replaced(
       class_getInstanceMethod([UIDevice class], @selector(systemVersion)), played_release);
@@ -41,16 +41,16 @@ TEST_P(Releases, AreToldApart) {
 INSTANTIATE_TEST_SUITE_P(
     System, Releases,
     testing::Values(
-        Answers{"6.0", false, false, false}, Answers{"7.1.2", false, false, false},
-        Answers{"8.0", true, false, false}, Answers{"8", true, false, false},
-        Answers{"8.1.3", true, false, false}, Answers{"8.10", true, false, false},
-        Answers{"8.2", true, true, false}, Answers{"8.2.1", true, true, false},
-        Answers{"8.4.1", true, true, false}, Answers{"9.0", true, true, true},
-        Answers{"9.3.5", true, true, true}, Answers{"10.0", true, true, true},
-        Answers{"beta 9", false, false, false}, Answers{"-9", false, false, false},
-        Answers{"8.1999998", true, true, false}, Answers{"8.1999993", true, false, false},
-        Answers{"7.9999998", true, false, false}, Answers{"7.9999997", false, false, false},
-        Answers{"8.9999996", true, true, true}, Answers{"8.9999995", true, true, false}));
+        Expected{"6.0", false, false, false}, Expected{"7.1.2", false, false, false},
+        Expected{"8.0", true, false, false}, Expected{"8", true, false, false},
+        Expected{"8.1.3", true, false, false}, Expected{"8.10", true, false, false},
+        Expected{"8.2", true, true, false}, Expected{"8.2.1", true, true, false},
+        Expected{"8.4.1", true, true, false}, Expected{"9.0", true, true, true},
+        Expected{"9.3.5", true, true, true}, Expected{"10.0", true, true, true},
+        Expected{"beta 9", false, false, false}, Expected{"-9", false, false, false},
+        Expected{"8.1999998", true, true, false}, Expected{"8.1999993", true, false, false},
+        Expected{"7.9999998", true, false, false}, Expected{"7.9999997", false, false, false},
+        Expected{"8.9999996", true, true, true}, Expected{"8.9999995", true, true, false}));
 
 TEST(System, AsksThePlatformEachTime) {
   setenv("VELTRO_SYSTEM_VERSION", "7.0", 1);

@@ -105,13 +105,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char *read_call = "read com.apple.springboard";
-constexpr const char *play = "play 4095 nil";
-constexpr const char *ring_changed = "post com.apple.springboard.ring-vibrate.changed";
-constexpr const char *silent_changed = "post com.apple.springboard.silent-vibrate.changed";
-constexpr const char *switched_on = "write com.apple.springboard ring YES silent YES";
+constexpr const char *kReadCall = "read com.apple.springboard";
+constexpr const char *kPlay = "play 4095 nil";
+constexpr const char *kRingChanged = "post com.apple.springboard.ring-vibrate.changed";
+constexpr const char *kSilentChanged = "post com.apple.springboard.silent-vibrate.changed";
+constexpr const char *kSwitchedOn = "write com.apple.springboard ring YES silent YES";
 
-void take_over(SEL selector) {
+void replace(SEL selector) {
   method_setImplementation(
       class_getInstanceMethod([NSUserDefaults class], selector),
       method_getImplementation(class_getInstanceMethod([VTDefaults class], selector)));
@@ -120,10 +120,10 @@ void take_over(SEL selector) {
 class VibrationContract : public testing::Test {
 protected:
   VibrationContract() {
-    [[maybe_unused]] static const bool taken_over = [] {
+    [[maybe_unused]] static const bool replaced = [] {
       [NSUserDefaults standardUserDefaults]; // which reads domains of its own when it is made
-      take_over(@selector(persistentDomainForName:));
-      take_over(@selector(setPersistentDomain:forName:));
+      replace(@selector(persistentDomainForName:));
+      replace(@selector(setPersistentDomain:forName:));
       return true;
     }();
     setenv("VELTRO_SYSTEM_VERSION", "9.0", 1);
@@ -172,7 +172,7 @@ TEST_F(VibrationContract, PlaysAtOnceWhereTheRingerVibrates) {
     calls.clear();
     set_domain(settings(YES, silent));
     [ZLTUtils vibrateDevice];
-    EXPECT_THAT(calls, ElementsAre(read_call, play));
+    EXPECT_THAT(calls, ElementsAre(kReadCall, kPlay));
     expect_pattern();
   }
   EXPECT_THAT(scheduled, IsEmpty());
@@ -183,14 +183,14 @@ TEST_F(VibrationContract, SwitchesBothSettingsOnMeanwhile) {
   @autoreleasepool {
     [ZLTUtils vibrateDevice];
   }
-  EXPECT_THAT(calls, ElementsAre(read_call, switched_on, ring_changed, silent_changed,
+  EXPECT_THAT(calls, ElementsAre(kReadCall, kSwitchedOn, kRingChanged, kSilentChanged,
                                  "time 0 300000000", "after 4711 main"));
   EXPECT_EQ([domain count], 3U) << "the rest of the domain stays";
   EXPECT_EQ(last_vibration, nil);
   calls.clear();
   scheduled.front()();
-  EXPECT_THAT(calls, ElementsAre(play, "write com.apple.springboard ring NO silent YES",
-                                 ring_changed, silent_changed));
+  EXPECT_THAT(calls, ElementsAre(kPlay, "write com.apple.springboard ring NO silent YES",
+                                 kRingChanged, kSilentChanged));
   EXPECT_EQ([domain count], 3U);
   expect_pattern();
   EXPECT_THAT(veltro::test::logged_lines(), IsEmpty());
@@ -206,7 +206,7 @@ TEST_F(VibrationContract, RestoresTheSilentSettingToNoToo) {
 
 TEST_F(VibrationContract, CreatesAMissingDomain) {
   [ZLTUtils vibrateDevice];
-  EXPECT_EQ(calls[1], switched_on);
+  EXPECT_EQ(calls[1], kSwitchedOn);
   EXPECT_EQ([domain count], 2U);
   calls.clear();
   scheduled.front()();
@@ -240,14 +240,14 @@ TEST_F(VibrationContract, ASecondCallMeanwhileFindsTheRingerOn) {
   [ZLTUtils vibrateDevice];
   calls.clear();
   [ZLTUtils vibrateDevice];
-  EXPECT_THAT(calls, ElementsAre(read_call, play));
+  EXPECT_THAT(calls, ElementsAre(kReadCall, kPlay));
 }
 
 TEST_F(VibrationContract, ReadsNumbersAndTextsAsSettings) {
   for (const id on : {id{[NSNumber numberWithInt:256]}, id{@"YES"}}) {
     set_domain([NSDictionary dictionaryWithObject:on forKey:@"ring-vibrate"]);
     [ZLTUtils vibrateDevice];
-    EXPECT_EQ(calls.back(), play);
+    EXPECT_EQ(calls.back(), kPlay);
   }
   set_domain([NSDictionary
       dictionaryWithObjectsAndKeys:@"0", @"ring-vibrate", @"1", @"silent-vibrate", nil]);

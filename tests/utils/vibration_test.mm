@@ -21,8 +21,8 @@ using testing::ElementsAre;
 using testing::SizeIs;
 using namespace std::chrono_literals;
 
-constexpr const char *ring_changed = "com.apple.springboard.ring-vibrate.changed";
-constexpr const char *silent_changed = "com.apple.springboard.silent-vibrate.changed";
+constexpr const char *kRingChanged = "com.apple.springboard.ring-vibrate.changed";
+constexpr const char *kSilentChanged = "com.apple.springboard.silent-vibrate.changed";
 
 class RecordingMotor : public veltro::host::Motor {
 public:
@@ -41,8 +41,8 @@ bool setting(NSString *key) {
   return [[domain() objectForKey:key] boolValue] == YES;
 }
 
-/// An observer of both notifications in a process of its own. It answers one byte, the number of
-/// the notification that came, for each.
+/// An observer of both notifications in a process of its own. It replies with one byte, the number
+/// of the notification that came, for each.
 class OtherProcess {
 public:
   OtherProcess() {
@@ -53,32 +53,32 @@ public:
     if (process_ == 0)
       observe(ends[1]);
     close(ends[1]);
-    answers_ = ends[0];
+    replies_ = ends[0];
     EXPECT_EQ(next(), 'r') << "ready";
   }
   ~OtherProcess() {
     kill(process_, SIGKILL);
     waitpid(process_, nullptr, 0);
-    close(answers_);
+    close(replies_);
   }
   OtherProcess(const OtherProcess &) = delete;
   OtherProcess &operator=(const OtherProcess &) = delete;
 
   /// 'R' or 'S' for the setting whose change was announced.
   [[nodiscard]] char next() const {
-    char answer = 0;
-    return read(answers_, &answer, 1) == 1 ? answer : '\0';
+    char reply = 0;
+    return read(replies_, &reply, 1) == 1 ? reply : '\0';
   }
 
 private:
-  [[noreturn]] static void observe(int answers) {
+  [[noreturn]] static void observe(int replies) {
     alarm(60);
     int descriptor = -1;
     int ring = 0;
     int silent = 0;
-    notify_register_file_descriptor(ring_changed, &descriptor, 0, &ring);
-    notify_register_file_descriptor(silent_changed, &descriptor, NOTIFY_REUSE, &silent);
-    write_byte(answers, 'r');
+    notify_register_file_descriptor(kRingChanged, &descriptor, 0, &ring);
+    notify_register_file_descriptor(kSilentChanged, &descriptor, NOTIFY_REUSE, &silent);
+    write_byte(replies, 'r');
     for (;;) {
       fd_set set;
       FD_ZERO(&set);
@@ -86,7 +86,7 @@ private:
       select(descriptor + 1, &set, nullptr, nullptr, nullptr);
       std::uint32_t token = 0;
       if (read(descriptor, &token, sizeof token) == sizeof token)
-        write_byte(answers, ntohl(token) == static_cast<std::uint32_t>(ring) ? 'R' : 'S');
+        write_byte(replies, ntohl(token) == static_cast<std::uint32_t>(ring) ? 'R' : 'S');
     }
   }
   static void write_byte(int descriptor, char byte) {
@@ -95,7 +95,7 @@ private:
   }
 
   pid_t process_ = 0;
-  int answers_ = -1;
+  int replies_ = -1;
 };
 
 class Vibration : public testing::Test {

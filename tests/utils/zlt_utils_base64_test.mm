@@ -36,7 +36,7 @@ NSData *bytes(const char *text) {
 }
 
 // Every six bits once, in their order.
-constexpr unsigned char every_value[] = {
+constexpr unsigned char kEveryValue[] = {
     0x00, 0x10, 0x83, 0x10, 0x51, 0x87, 0x20, 0x92, 0x8b, 0x30, 0xd3, 0x8f, 0x41, 0x14, 0x93, 0x51,
     0x55, 0x97, 0x61, 0x96, 0x9b, 0x71, 0xd7, 0x9f, 0x82, 0x18, 0xa3, 0x92, 0x59, 0xa7, 0xa2, 0x9a,
     0xab, 0xb2, 0xdb, 0xaf, 0xc3, 0x1c, 0xb3, 0xd3, 0x5d, 0xb7, 0xe3, 0x9e, 0xbb, 0xf3, 0xdf, 0xbf};
@@ -45,7 +45,7 @@ NSString *const every_character =
 
 // As a whole, and a group at a time: long texts and short ones go different ways.
 void expect_alphabet(SEL encode, SEL decode) {
-  NSData *const data = [NSData dataWithBytes:every_value length:sizeof every_value];
+  NSData *const data = [NSData dataWithBytes:kEveryValue length:sizeof kEveryValue];
   EXPECT_TRUE([[ZLTUtils performSelector:encode withObject:data] isEqualToString:every_character]);
   EXPECT_TRUE([[ZLTUtils performSelector:decode withObject:every_character] isEqual:data]);
   for (NSUInteger group = 0; group < 16; ++group) {
@@ -114,7 +114,7 @@ TEST(FirstCodec, DoesNotStartAGroupAnewAfterPadding) {
   EXPECT_TRUE([[ZLTUtils decodeBase64WithString:@"=Zm9v"] isEqual:bytes("foo")]);
 }
 
-TEST(FirstCodec, AnswersEmptyDataForAnEmptyString) {
+TEST(FirstCodec, ReturnsEmptyDataForAnEmptyString) {
   NSString *const strings[] = {@"", [NSString stringWithUTF8String:""], [NSMutableString string]};
   for (NSString *const empty : strings) {
     NSData *const data = [ZLTUtils decodeBase64WithString:empty];
@@ -123,7 +123,7 @@ TEST(FirstCodec, AnswersEmptyDataForAnEmptyString) {
   }
 }
 
-TEST(FirstCodec, AnswersNilForWhatIsNoAsciiString) {
+TEST(FirstCodec, ReturnsNilForWhatIsNoAsciiString) {
   EXPECT_EQ([ZLTUtils decodeBase64WithString:nil], nil);
   EXPECT_EQ([ZLTUtils decodeBase64WithString:[NSString stringWithUTF8String:"Zm9\xc3\xa9"]], nil);
 }
@@ -146,7 +146,7 @@ TEST(SecondCodec, EncodesNothingAsTheEmptyString) {
   EXPECT_TRUE([[ZLTUtils base64EncodeData:[NSData data]] isEqualToString:@""]);
 }
 
-TEST(SecondCodec, AnswersNilForMoreThanMemoryHolds) {
+TEST(SecondCodec, ReturnsNilForMoreThanMemoryHolds) {
   EXPECT_EQ([ZLTUtils base64EncodeData:claiming(NSUInteger{1} << 60)], nil);
 }
 
@@ -161,7 +161,7 @@ TEST(SecondCodec, RefusesALoneLastCharacter) {
   EXPECT_EQ([ZLTUtils base64DecodeString:@"Z=="], nil);
 }
 
-TEST(SecondCodec, AnswersEmptyDataForAStringOfNothingThatCounts) {
+TEST(SecondCodec, ReturnsEmptyDataForAStringOfNothingThatCounts) {
   for (NSString *text in [@"|=|  |==\n" componentsSeparatedByString:@"|"]) {
     NSData *const data = [ZLTUtils base64DecodeString:text];
     ASSERT_NE(data, nil);
@@ -169,7 +169,7 @@ TEST(SecondCodec, AnswersEmptyDataForAStringOfNothingThatCounts) {
   }
 }
 
-TEST(SecondCodec, AnswersNilForWhatIsNoAsciiString) {
+TEST(SecondCodec, ReturnsNilForWhatIsNoAsciiString) {
   EXPECT_EQ([ZLTUtils base64DecodeString:nil], nil);
   EXPECT_EQ([ZLTUtils base64DecodeString:[NSString stringWithUTF8String:"Zm9\xc3\xa9"]], nil);
 }
@@ -181,7 +181,7 @@ TEST(BothCodecs, DecodeUpToAZero) {
   EXPECT_TRUE([[ZLTUtils base64DecodeString:text] isEqual:bytes("foo")]);
 }
 
-TEST(BothCodecs, AnswerBytesThatOutliveTheirText) {
+TEST(BothCodecs, ReturnBytesThatOutliveTheirText) {
   NSData *first = nil;
   NSData *second = nil;
   @autoreleasepool {

@@ -23,7 +23,7 @@ int main() {
                 [[[UIDevice currentDevice] systemVersion] UTF8String], class_name(),
                 blocks_retain() ? "retain" : "do not retain",
                 notifications_arrive() ? "arrive" : "are lost", processes() ? "listed" : "missing",
-                keepers_freed());
+                owners_freed());
   }
   return 0;
 }

@@ -7,14 +7,14 @@
 
 static int freed;
 
-@interface Keeper : NSObject {
+@interface Owner : NSObject {
   NSString *_name;
 }
 - (id)initWithName:(NSString *)name;
 - (NSString *)name;
 @end
 
-@implementation Keeper
+@implementation Owner
 
 - (id)initWithName:(NSString *)name {
   self = [super init];
@@ -35,13 +35,13 @@ static int freed;
 
 @end
 
-int keepers_freed(void) {
+int owners_freed(void) {
   freed = 0;
   @autoreleasepool {
-    Keeper *const released = [[Keeper alloc] initWithName:[ZLTUtils platform]];
-    Keeper *const autoreleased = OWN_AUTORELEASE([[Keeper alloc] initWithName:[released name]]);
+    Owner *const released = [[Owner alloc] initWithName:[ZLTUtils platform]];
+    Owner *const autoreleased = OWN_AUTORELEASE([[Owner alloc] initWithName:[released name]]);
     CFTypeRef owned = CFRetain((__bridge CFTypeRef)autoreleased);
-    Keeper *const taken = OWN_TAKE(owned);
+    Owner *const taken = OWN_TAKE(owned);
     void (^block)(void) = OWN_COPY_BLOCK(^{
       freed += [taken name] == nil ? 1 : 0;
     });

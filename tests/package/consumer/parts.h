@@ -16,7 +16,7 @@ const char *class_name(void);
 
 /// How many of two objects whose ownership is written out are freed in the end; in Objective-C, for
 /// both ways to manage memory.
-int keepers_freed(void);
+int owners_freed(void);
 
 #ifdef __cplusplus
 }

@@ -101,7 +101,7 @@ TEST(CFStream, ReadsNoMoreThanAskedForAndThenTheRest) {
   EXPECT_EQ(read_text(pair, 64), "");
 }
 
-TEST(CFStream, AnswersWithWhatIsThereInsteadOfWaitingForAll) {
+TEST(CFStream, ReturnsWhatIsThereInsteadOfWaitingForAll) {
   Gate gate;
   const LoopbackServer server([&](Peer &peer) {
     peer.write("ab");
@@ -201,7 +201,7 @@ TEST(CFStream, RaisesNoSignalWhenThePeerHasGone) {
   const LoopbackServer server([](Peer &peer) { peer.reset(); });
   const Pair pair(server.port());
   pair.open();
-  EXPECT_EQ(read_text(pair, 1), "error"); // the reset has arrived once this answers
+  EXPECT_EQ(read_text(pair, 1), "error"); // the reset has arrived once this returns
   EXPECT_EQ(write_text(pair, "into the void"), -1);
   EXPECT_EQ(broken_pipes, 0);
   sigaction(SIGPIPE, &old, nullptr);

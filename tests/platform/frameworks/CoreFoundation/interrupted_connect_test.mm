@@ -32,7 +32,7 @@ int interrupted(int &times) {
 
 extern "C" {
 
-// The connection goes on by itself after the signal.
+// The connection continues by itself after the signal.
 int connect(int socket, const sockaddr *address, socklen_t size) {
   const int result = original<decltype(connect)>("connect")(socket, address, size);
   return interruptions_of_connect > 0 ? interrupted(interruptions_of_connect) : result;

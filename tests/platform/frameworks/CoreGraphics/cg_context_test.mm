@@ -14,9 +14,9 @@ using veltro::test::difference;
 using veltro::test::Picture;
 using veltro::test::Pixel;
 
-constexpr Pixel clear{0, 0, 0, 0};
-constexpr Pixel red{255, 0, 0, 255};
-constexpr Pixel green{0, 255, 0, 255};
+constexpr Pixel kClear{0, 0, 0, 0};
+constexpr Pixel kRed{255, 0, 0, 255};
+constexpr Pixel kGreen{0, 255, 0, 255};
 
 /// Draws into an image context of one pixel a point.
 template <typename Draw> Picture drawn(CGFloat width, CGFloat height, Draw &&draw) {
@@ -46,13 +46,13 @@ TEST(CGContext, FillsRectanglesFromTheTopLeftInAnImageContext) {
       drawn(4, 3, [](CGContextRef context) { CGContextFillRect(context, CGRectMake(1, 0, 2, 1)); });
   for (std::size_t y = 0; y < 3; ++y)
     for (std::size_t x = 0; x < 4; ++x)
-      EXPECT_EQ(picture.at(x, y), y == 0 && (x == 1 || x == 2) ? red : clear) << x << ", " << y;
+      EXPECT_EQ(picture.at(x, y), y == 0 && (x == 1 || x == 2) ? kRed : kClear) << x << ", " << y;
 }
 
 TEST(CGContext, FillsPartsOfPixels) {
   const Picture picture = drawn(
       2, 1, [](CGContextRef context) { CGContextFillRect(context, CGRectMake(0, 0, 1.25, 1)); });
-  EXPECT_EQ(picture.at(0, 0), red);
+  EXPECT_EQ(picture.at(0, 0), kRed);
   EXPECT_LE(difference(picture.at(1, 0), {64, 0, 0, 64}), 2);
 }
 
@@ -98,7 +98,7 @@ TEST(CGContext, SweepsWithRisingAngleUnlessClockwise) {
   EXPECT_EQ(quarters(sector(M_PI_2, 0, 1)), 8);
 }
 
-TEST(CGContext, ClipsToThePathAndForgetsIt) {
+TEST(CGContext, ClipsToThePathAndDropsIt) {
   const Picture picture = drawn(4, 4, [](CGContextRef context) {
     CGContextAddRect(context, CGRectMake(1, 1, 2, 2));
     CGContextClip(context);
@@ -107,7 +107,7 @@ TEST(CGContext, ClipsToThePathAndForgetsIt) {
   });
   for (std::size_t y = 0; y < 4; ++y)
     for (std::size_t x = 0; x < 4; ++x)
-      EXPECT_EQ(picture.at(x, y), x % 3 != 0 && y % 3 != 0 ? red : clear) << x << ", " << y;
+      EXPECT_EQ(picture.at(x, y), x % 3 != 0 && y % 3 != 0 ? kRed : kClear) << x << ", " << y;
 }
 
 TEST(CGContext, RestoresClipTransformAndColours) {
@@ -122,10 +122,10 @@ TEST(CGContext, RestoresClipTransformAndColours) {
     CGContextRestoreGState(context);
     CGContextFillRect(context, CGRectMake(3, 0, 1, 1));
   });
-  EXPECT_EQ(picture.at(0, 0), red);
-  EXPECT_EQ(picture.at(1, 0), clear);
-  EXPECT_EQ(picture.at(2, 0), green);
-  EXPECT_EQ(picture.at(3, 0), red);
+  EXPECT_EQ(picture.at(0, 0), kRed);
+  EXPECT_EQ(picture.at(1, 0), kClear);
+  EXPECT_EQ(picture.at(2, 0), kGreen);
+  EXPECT_EQ(picture.at(3, 0), kRed);
 }
 
 TEST(CGContext, DrawsNothingThroughATransformWithoutInverse) {
@@ -143,8 +143,8 @@ TEST(CGContext, DrawsNothingThroughATransformWithoutInverse) {
       CGContextRestoreGState(context);
       CGContextFillRect(context, CGRectMake(1, 0, 1, 1));
     });
-    EXPECT_EQ(picture.at(0, 0), clear);
-    EXPECT_EQ(picture.at(1, 0), red);
+    EXPECT_EQ(picture.at(0, 0), kClear);
+    EXPECT_EQ(picture.at(1, 0), kRed);
   }
 }
 
@@ -172,9 +172,9 @@ TEST(CGContext, KeepsAnImageThatWasTakenWhenItGoesOn) {
   CGContextFillRect(context, CGRectMake(0, 0, 1, 1));
   UIImage *const after = UIGraphicsGetImageFromCurrentImageContext();
   UIGraphicsEndImageContext();
-  EXPECT_EQ(Picture(before).at(0, 0), red);
-  EXPECT_EQ(Picture(again).at(0, 0), red);
-  EXPECT_EQ(Picture(after).at(0, 0), green);
+  EXPECT_EQ(Picture(before).at(0, 0), kRed);
+  EXPECT_EQ(Picture(again).at(0, 0), kRed);
+  EXPECT_EQ(Picture(after).at(0, 0), kGreen);
 }
 
 TEST(CGContext, TellsItsTransformFromTheBottomOfTheBitmap) {
@@ -196,8 +196,8 @@ TEST(CGContext, RotatesFromXTowardsY) {
     CGContextRotateCTM(context, M_PI_2);
     CGContextFillRect(context, CGRectMake(1, -1, 1, 1));
   });
-  EXPECT_EQ(picture.at(1, 2), red);
-  EXPECT_EQ(picture.at(2, 0), clear);
+  EXPECT_EQ(picture.at(1, 2), kRed);
+  EXPECT_EQ(picture.at(2, 0), kClear);
 }
 
 TEST(CGContext, FillsByBothRules) {
@@ -209,12 +209,12 @@ TEST(CGContext, FillsByBothRules) {
       CGContextFillRect(context, CGRectMake(0, 0, 6, 1));
     });
   };
-  EXPECT_EQ(rings(CGContextFillPath).at(3, 3), red);
-  EXPECT_EQ(rings(CGContextEOFillPath).at(3, 3), clear);
-  EXPECT_EQ(rings(CGContextEOFillPath).at(1, 1), red);
+  EXPECT_EQ(rings(CGContextFillPath).at(3, 3), kRed);
+  EXPECT_EQ(rings(CGContextEOFillPath).at(3, 3), kClear);
+  EXPECT_EQ(rings(CGContextEOFillPath).at(1, 1), kRed);
   // A clip shows in what is drawn after it.
-  EXPECT_EQ(rings(CGContextClip).at(3, 3), clear);
-  EXPECT_EQ(rings(CGContextEOClip).at(3, 0), red);
+  EXPECT_EQ(rings(CGContextClip).at(3, 3), kClear);
+  EXPECT_EQ(rings(CGContextEOClip).at(3, 0), kRed);
 }
 
 TEST(CGContext, DrawsLinesAndCurves) {
@@ -230,8 +230,8 @@ TEST(CGContext, DrawsLinesAndCurves) {
     CGContextFillPath(context);
     EXPECT_TRUE(CGRectIsNull(CGContextGetPathBoundingBox(context)));
   });
-  EXPECT_EQ(picture.at(8, 2), red);
-  EXPECT_EQ(picture.at(2, 8), clear);
+  EXPECT_EQ(picture.at(8, 2), kRed);
+  EXPECT_EQ(picture.at(2, 8), kClear);
 }
 
 TEST(CGContext, FillsEllipses) {
@@ -243,16 +243,16 @@ TEST(CGContext, FillsEllipses) {
   const Picture direct = filled(
       [](CGContextRef context) { CGContextFillEllipseInRect(context, CGRectMake(0, 0, 20, 10)); });
   for (const Picture *picture : {&added, &direct}) {
-    EXPECT_EQ(picture->at(10, 5), red);
-    EXPECT_EQ(picture->at(1, 5), red);
-    EXPECT_EQ(picture->at(0, 0), clear);
-    EXPECT_EQ(picture->at(19, 9), clear);
+    EXPECT_EQ(picture->at(10, 5), kRed);
+    EXPECT_EQ(picture->at(1, 5), kRed);
+    EXPECT_EQ(picture->at(0, 0), kClear);
+    EXPECT_EQ(picture->at(19, 9), kClear);
   }
   EXPECT_EQ(filled([](CGContextRef context) {
               CGContextFillEllipseInRect(context, CGRectMake(0, 0, 0, 10));
               CGContextFillEllipseInRect(context, CGRectNull);
             }).at(0, 5),
-            clear);
+            kClear);
 }
 
 TEST(CGContext, StrokesWithItsOwnColour) {
@@ -262,15 +262,15 @@ TEST(CGContext, StrokesWithItsOwnColour) {
     CGContextSetLineWidth(context, -3);
     CGContextStrokeRect(context, CGRectMake(1, 1, 8, 8));
   });
-  EXPECT_EQ(picture.at(0, 5), green);
-  EXPECT_EQ(picture.at(1, 5), green);
-  EXPECT_EQ(picture.at(2, 5), clear);
-  EXPECT_EQ(picture.at(5, 9), green);
+  EXPECT_EQ(picture.at(0, 5), kGreen);
+  EXPECT_EQ(picture.at(1, 5), kGreen);
+  EXPECT_EQ(picture.at(2, 5), kClear);
+  EXPECT_EQ(picture.at(5, 9), kGreen);
   const Picture ellipse = drawn(10, 10, [](CGContextRef context) {
     CGContextSetGrayStrokeColor(context, 1, 1);
     CGContextStrokeEllipseInRect(context, CGRectMake(0.5, 0.5, 9, 9));
   });
-  EXPECT_EQ(ellipse.at(5, 5), clear);
+  EXPECT_EQ(ellipse.at(5, 5), kClear);
   EXPECT_GT(ellipse.at(5, 0).green, 200);
 }
 
@@ -285,10 +285,10 @@ TEST(CGContext, EndsAndJoinsLinesAsAsked) {
       CGContextStrokePath(context);
     });
   };
-  EXPECT_EQ(line(kCGLineCapButt).at(3, 3), clear);
-  EXPECT_EQ(line(kCGLineCapSquare).at(2, 1), red);
-  EXPECT_EQ(line(kCGLineCapRound).at(3, 3), red);
-  EXPECT_NE(line(kCGLineCapRound).at(2, 1), red);
+  EXPECT_EQ(line(kCGLineCapButt).at(3, 3), kClear);
+  EXPECT_EQ(line(kCGLineCapSquare).at(2, 1), kRed);
+  EXPECT_EQ(line(kCGLineCapRound).at(3, 3), kRed);
+  EXPECT_NE(line(kCGLineCapRound).at(2, 1), kRed);
   const auto corner = [](CGLineJoin join) {
     return drawn(10, 10,
                  [=](CGContextRef context) {
@@ -323,9 +323,9 @@ TEST(CGContext, BlendsAsAsked) {
     CGContextSetFillColorWithColor(context, nullptr);
     CGContextFillRect(context, CGRectMake(0, 0, 1, 1));
   });
-  EXPECT_EQ(picture.at(0, 0), red);
-  EXPECT_EQ(picture.at(1, 0), clear);
-  EXPECT_EQ(picture.at(2, 0), clear);
+  EXPECT_EQ(picture.at(0, 0), kRed);
+  EXPECT_EQ(picture.at(1, 0), kClear);
+  EXPECT_EQ(picture.at(2, 0), kClear);
   EXPECT_NEAR(picture.at(3, 0).alpha, 128, 2);
 }
 
@@ -342,7 +342,7 @@ TEST(CGContext, AntialiasesUnlessTold) {
     CGContextSetShouldAntialias(context, false);
     CGContextFillRect(context, CGRectMake(0, 0, 1.75, 1));
   });
-  EXPECT_EQ(picture.at(1, 0), red);
+  EXPECT_EQ(picture.at(1, 0), kRed);
 }
 
 TEST(CGContext, InterpolatesAsAsked) {
@@ -384,9 +384,9 @@ TEST(CGContext, KeepsThePathWhileAnImageIsDrawn) {
     [one.image() drawInRect:CGRectMake(1, 0, 1, 1)];
     CGContextFillPath(context);
   });
-  EXPECT_EQ(picture.at(0, 0), red);
-  EXPECT_EQ(picture.at(1, 0), green);
-  EXPECT_EQ(picture.at(2, 0), clear);
+  EXPECT_EQ(picture.at(0, 0), kRed);
+  EXPECT_EQ(picture.at(1, 0), kGreen);
+  EXPECT_EQ(picture.at(2, 0), kClear);
 }
 
 TEST(CGContext, LeavesOutWhatIsNoNumber) {
@@ -401,8 +401,8 @@ TEST(CGContext, LeavesOutWhatIsNoNumber) {
     EXPECT_TRUE(CGContextIsPathEmpty(context));
     CGContextFillRect(context, CGRectMake(1, 0, 1, 1));
   });
-  EXPECT_EQ(picture.at(0, 0), clear);
-  EXPECT_EQ(picture.at(1, 0), red);
+  EXPECT_EQ(picture.at(0, 0), kClear);
+  EXPECT_EQ(picture.at(1, 0), kRed);
 }
 
 TEST(CGContext, DrawsAnImageTakenFromItself) {
@@ -415,8 +415,8 @@ TEST(CGContext, DrawsAnImageTakenFromItself) {
   [half drawInRect:CGRectMake(1, 0, 2, 1)];
   UIImage *const whole = UIGraphicsGetImageFromCurrentImageContext();
   UIGraphicsEndImageContext();
-  EXPECT_EQ(Picture(half).at(1, 0), clear);
-  EXPECT_EQ(Picture(whole).at(1, 0), red);
+  EXPECT_EQ(Picture(half).at(1, 0), kClear);
+  EXPECT_EQ(Picture(whole).at(1, 0), kRed);
 }
 
 } // namespace

@@ -154,7 +154,7 @@ TEST_F(CGBitmapContextTest, CountsFromTheBottomAndInPixels) {
   EXPECT_EQ(CGBitmapContextGetBytesPerRow(context), 24U);
   EXPECT_EQ(Bytes(bytes.begin() + 48 + 4, bytes.begin() + 48 + 8), (Bytes{0, 51, 255, 255}));
   const CGImageRef taken = CGBitmapContextCreateImage(context);
-  // The caller may go on writing without a word.
+  // The caller may keep writing without a word.
   bytes.assign(bytes.size(), 0);
   UIImage *const image = [UIImage imageWithCGImage:taken];
   CGImageRelease(taken);

@@ -32,7 +32,7 @@ TEST_F(LSApplication, IsFoundByNameAtRunTime) {
   EXPECT_TRUE([[proxy performSelector:@selector(applicationType)] isEqual:@"User"]);
 }
 
-TEST_F(LSApplication, AnswersWhatIsKnownOfAUserApp) {
+TEST_F(LSApplication, ReturnsWhatIsKnownOfAUserApp) {
   const fs::path bundle = lay_user_app("org.example.chat", "Chat", "U1");
   LSApplicationProxy *app = [LSApplicationProxy applicationProxyForIdentifier:@"org.example.chat"];
   EXPECT_TRUE([[app applicationIdentifier] isEqual:@"org.example.chat"]);
@@ -48,7 +48,7 @@ TEST_F(LSApplication, AnswersWhatIsKnownOfAUserApp) {
   EXPECT_TRUE([[app shortVersionString] isEqual:@"7"]);
 }
 
-TEST_F(LSApplication, AnswersWhatIsKnownOfASystemApp) {
+TEST_F(LSApplication, ReturnsWhatIsKnownOfASystemApp) {
   const fs::path bundle = lay_system_app("com.example.clock", "Clock");
   write_file(bundle / "Info.plist", plist(plist_entry("CFBundleIdentifier", "com.example.clock")));
   LSApplicationProxy *app = [LSApplicationProxy applicationProxyForIdentifier:@"com.example.clock"];

@@ -9,7 +9,7 @@
 
 namespace {
 
-NSString *answer_to(NSString *question) {
+NSString *value_of(NSString *question) {
   return [static_cast<NSString *>(
       const_cast<void *>(MGCopyAnswer(reinterpret_cast<CFStringRef>(question)))) autorelease];
 }
@@ -20,20 +20,20 @@ NSString *text_or_nil(const std::string &text) {
 
 TEST(MobileGestalt, IdentifierIsTheMachines) {
   NSString *const expected = text_or_nil(veltro::host::first_line("/etc/machine-id"));
-  NSString *const answer = answer_to(@"UniqueDeviceID");
-  EXPECT_TRUE(answer == expected || [answer isEqual:expected]);
+  NSString *const value = value_of(@"UniqueDeviceID");
+  EXPECT_TRUE(value == expected || [value isEqual:expected]);
 }
 
 TEST(MobileGestalt, SerialNumberIsTheMachines) {
   NSString *const expected = text_or_nil(veltro::host::machine_serial_number());
-  NSString *const answer = answer_to(@"SerialNumber");
-  EXPECT_TRUE(answer == expected || [answer isEqual:expected]);
+  NSString *const value = value_of(@"SerialNumber");
+  EXPECT_TRUE(value == expected || [value isEqual:expected]);
 }
 
-TEST(MobileGestalt, OtherQuestionsHaveNoAnswer) {
-  EXPECT_EQ(answer_to(@"ProductType"), nil);
-  EXPECT_EQ(answer_to(@""), nil);
-  EXPECT_EQ(answer_to(nil), nil);
+TEST(MobileGestalt, OtherQuestionsHaveNoValue) {
+  EXPECT_EQ(value_of(@"ProductType"), nil);
+  EXPECT_EQ(value_of(@""), nil);
+  EXPECT_EQ(value_of(nil), nil);
 }
 
 TEST(Machine, HasAModel) {

@@ -12,9 +12,9 @@ using veltro::test::Picture;
 using veltro::test::picture_of;
 using veltro::test::Pixel;
 
-constexpr Pixel clear{};
-constexpr Pixel red{255, 0, 0, 255};
-constexpr Pixel blue{0, 0, 255, 255};
+constexpr Pixel kClear{};
+constexpr Pixel kRed{255, 0, 0, 255};
+constexpr Pixel kBlue{0, 0, 255, 255};
 
 UIView *view_of(CGRect frame, UIColor *color) {
   UIView *const view = [[[UIView alloc] initWithFrame:frame] autorelease];
@@ -56,7 +56,7 @@ TEST(Layer, DrawsTheBackgroundToItsEdges) {
   EXPECT_EQ(ink.pixels, 64U);
   EXPECT_EQ(ink.left, 2U);
   EXPECT_EQ(ink.bottom, 10U);
-  EXPECT_EQ(picture.at(2, 2), red);
+  EXPECT_EQ(picture.at(2, 2), kRed);
 }
 
 TEST(Layer, DrawsNothingOfAViewWithoutBackground) {
@@ -87,11 +87,11 @@ TEST(Layer, ClipsSubviewsToItsRoundedBoundsOnlyWhereItMasks) {
   UIView *const view = view_of(CGRectMake(0, 0, 20, 20), nil);
   [[view layer] setCornerRadius:6];
   [view addSubview:view_of(CGRectMake(-5, -5, 40, 40), [UIColor redColor])];
-  EXPECT_EQ(picture_of(view).at(0, 0), red);
-  EXPECT_EQ(picture_of(view, 1, 5).at(0, 0), red);
+  EXPECT_EQ(picture_of(view).at(0, 0), kRed);
+  EXPECT_EQ(picture_of(view, 1, 5).at(0, 0), kRed);
   [[view layer] setMasksToBounds:YES];
   expect_rounded(picture_of(view), 20, 6);
-  EXPECT_EQ(picture_of(view, 1, 5).at(0, 10), clear);
+  EXPECT_EQ(picture_of(view, 1, 5).at(0, 10), kClear);
 }
 
 TEST(Layer, DrawsSubviewsInOrderWhereTheyAre) {
@@ -100,8 +100,8 @@ TEST(Layer, DrawsSubviewsInOrderWhereTheyAre) {
   UIView *const above = view_of(CGRectMake(8, 9, 2, 2), [UIColor blueColor]);
   [view addSubview:below];
   [view addSubview:above];
-  EXPECT_EQ(picture_of(view).at(8, 9), blue);
-  EXPECT_EQ(picture_of(view).at(4, 9), red);
+  EXPECT_EQ(picture_of(view).at(8, 9), kBlue);
+  EXPECT_EQ(picture_of(view).at(4, 9), kRed);
   EXPECT_EQ(picture_of(view).at(5, 9), (Pixel{0, 255, 0, 255}));
   [view sendSubviewToBack:above];
   EXPECT_EQ(picture_of(view).at(8, 9), (Pixel{0, 255, 0, 255}));
@@ -111,7 +111,7 @@ TEST(Layer, ScrollsByTheOriginOfTheBounds) {
   UIView *const view = view_of(CGRectMake(0, 0, 20, 20), nil);
   [view addSubview:view_of(CGRectMake(10, 10, 4, 4), [UIColor redColor])];
   [view setBounds:CGRectMake(10, 10, 20, 20)];
-  EXPECT_EQ(picture_of(view).at(0, 0), red);
+  EXPECT_EQ(picture_of(view).at(0, 0), kRed);
   UIView *const outer = view_of(CGRectMake(0, 0, 30, 30), nil);
   [view setFrame:CGRectMake(5, 5, 20, 20)];
   [outer addSubview:view];
@@ -135,7 +135,7 @@ TEST(Layer, FadesWithinItsParent) {
   [inner setAlpha:0.25];
   [view addSubview:inner];
   EXPECT_LE(difference(picture_of(view).at(5, 10), {191, 0, 64, 255}), 1);
-  EXPECT_EQ(picture_of(view).at(15, 10), red);
+  EXPECT_EQ(picture_of(view).at(15, 10), kRed);
 }
 
 TEST(Layer, DrawsNothingThatIsHiddenOrAlmostClear) {
@@ -143,10 +143,10 @@ TEST(Layer, DrawsNothingThatIsHiddenOrAlmostClear) {
   UIView *const inner = view_of(CGRectMake(0, 0, 10, 20), [UIColor blueColor]);
   [view addSubview:inner];
   [inner setHidden:YES];
-  EXPECT_EQ(picture_of(view).at(5, 10), red);
+  EXPECT_EQ(picture_of(view).at(5, 10), kRed);
   [inner setHidden:NO];
   [inner setAlpha:0.009];
-  EXPECT_EQ(picture_of(view).at(5, 10), red);
+  EXPECT_EQ(picture_of(view).at(5, 10), kRed);
   [view setHidden:YES];
   EXPECT_EQ(ink_of(picture_of(view)).pixels, 0U);
 }
@@ -162,8 +162,8 @@ TEST(Layer, LeavesTheContextAsItWas) {
   UIRectFill(CGRectMake(0, 0, 10, 10));
   const Picture picture(UIGraphicsGetImageFromCurrentImageContext());
   UIGraphicsEndImageContext();
-  EXPECT_EQ(picture.at(2, 2), blue);
-  EXPECT_EQ(picture.at(8, 8), blue);
+  EXPECT_EQ(picture.at(2, 2), kBlue);
+  EXPECT_EQ(picture.at(8, 8), kBlue);
 }
 
 TEST(Layer, DrawsNothingWithoutContextOrView) {
@@ -193,8 +193,8 @@ TEST(DrawViewHierarchy, FillsTheRectangle) {
   EXPECT_EQ(ink.right, 30U);
   EXPECT_EQ(ink.top, 10U);
   EXPECT_EQ(ink.bottom, 20U);
-  EXPECT_EQ(picture.at(19, 15), red);
-  EXPECT_EQ(picture.at(20, 15), blue);
+  EXPECT_EQ(picture.at(19, 15), kRed);
+  EXPECT_EQ(picture.at(20, 15), kBlue);
 }
 
 TEST(DrawViewHierarchy, NeedsAContext) {

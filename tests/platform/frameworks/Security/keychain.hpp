@@ -58,7 +58,7 @@ inline void close_keychain() {
   setenv("VELTRO_ROOT", device_root().c_str(), 1);
 }
 
-/// Moves the write-ahead log into the file, so that the file alone is the keychain.
+/// Moves the write-ahead log into the file, so that the file by itself is the keychain.
 inline void checkpoint() {
   close_keychain();
   keychain::Database database;
@@ -134,12 +134,12 @@ inline bool own_mounts() {
 }
 
 /// The exit code of a child that may not do this here.
-inline constexpr int not_allowed_here = 77;
+inline constexpr int kNotAllowedHere = 77;
 
 /// Expects a child to do `action` and return 0; skips the test where the machine does not let it.
 inline void expect_in_child(const std::function<int()> &action) {
   const int code = in_child(action);
-  if (code == not_allowed_here)
+  if (code == kNotAllowedHere)
     GTEST_SKIP() << "this machine allows no mounts";
   EXPECT_EQ(code, 0);
 }

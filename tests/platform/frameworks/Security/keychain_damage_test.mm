@@ -12,15 +12,15 @@ namespace {
 
 using KeychainDamage = Keychain;
 
-constexpr std::size_t page = 4096;
-constexpr char branch_of_table = 5;
-constexpr char leaf_of_table = 13;
-constexpr char leaf_of_index = 10;
+constexpr std::size_t kPage = 4096;
+constexpr char kBranchOfTable = 5;
+constexpr char kLeafOfTable = 13;
+constexpr char kLeafOfIndex = 10;
 
 /// Where the pages of this kind begin in a file.
 std::vector<std::size_t> pages_of(const std::string &file, char kind) {
   std::vector<std::size_t> found;
-  for (std::size_t at = page; at < file.size(); at += page)
+  for (std::size_t at = kPage; at < file.size(); at += kPage)
     if (file[at] == kind)
       found.push_back(at);
   return found;
@@ -51,7 +51,7 @@ std::string corrupted(int kind, std::string file) {
   case 1:
     return garbage + file.substr(garbage.size());
   default:
-    file[pages_of(file, leaf_of_index).at(0)] = '?';
+    file[pages_of(file, kLeafOfIndex).at(0)] = '?';
     return file;
   }
 }
@@ -215,7 +215,7 @@ TEST_F(KeychainDamage, WithAWrongKeyLosesNothing) {
   EXPECT_TRUE([secret(item(@"mail", @"bob")) isEqual:bytes("bob")]);
 }
 
-constexpr int items = 200;
+constexpr int kItems = 200;
 
 std::string account_name(int at) {
   return "account-" + std::to_string(1000 + at);
@@ -237,7 +237,7 @@ NSData *expected_secret(int at) {
 /// are right.
 std::set<std::string> look_at_all() {
   std::set<std::string> right;
-  for (int at = 0; at < items; ++at)
+  for (int at = 0; at < kItems; ++at)
     @autoreleasepool {
       OSStatus status = 0;
       NSData *const found =
@@ -257,23 +257,23 @@ class KeychainOfManyPages : public Keychain {
 protected:
   void SetUp() override {
     Keychain::SetUp();
-    for (int at = 0; at < items; ++at)
+    for (int at = 0; at < kItems; ++at)
       ASSERT_EQ(add(with(item(@"pages", account(at)), kSecValueData, expected_secret(at))),
                 errSecSuccess);
     checkpoint();
     intact_ = contents(paths().database);
-    ASSERT_EQ(intact_.size() % page, 0U);
+    ASSERT_EQ(intact_.size() % kPage, 0U);
   }
 
   /// The names of the items of which nothing stands on these pages.
   [[nodiscard]] std::set<std::string> items_outside(const std::vector<std::size_t> &pages) const {
     std::set<std::string> names;
-    for (int at = 0; at < items; ++at)
+    for (int at = 0; at < kItems; ++at)
       if (std::ranges::none_of(pages, [&](std::size_t begin) {
-            return intact_.substr(begin, page).find(account_name(at)) != std::string::npos;
+            return intact_.substr(begin, kPage).find(account_name(at)) != std::string::npos;
           }))
         names.insert(account_name(at));
-    EXPECT_LT(names.size(), static_cast<std::size_t>(items));
+    EXPECT_LT(names.size(), static_cast<std::size_t>(kItems));
     return names;
   }
 
@@ -281,7 +281,7 @@ protected:
 };
 
 TEST_F(KeychainOfManyPages, OnlyItemsOnUnreadablePagesAreLost) {
-  const std::vector<std::size_t> leaves = pages_of(intact_, leaf_of_table);
+  const std::vector<std::size_t> leaves = pages_of(intact_, kLeafOfTable);
   ASSERT_GT(leaves.size(), 5U);
   // The table breaks off at the second page and, from behind, at the fourth: what is between is
   // found by the index.
@@ -295,26 +295,26 @@ TEST_F(KeychainOfManyPages, OnlyItemsOnUnreadablePagesAreLost) {
 }
 
 TEST_F(KeychainOfManyPages, TheTableIsReadFromBothEnds) {
-  const std::size_t leaf = pages_of(intact_, leaf_of_table).at(2);
+  const std::size_t leaf = pages_of(intact_, kLeafOfTable).at(2);
   const std::string corrupt = without(intact_, {leaf});
-  put_in_place(without(corrupt, pages_of(intact_, leaf_of_index)));
+  put_in_place(without(corrupt, pages_of(intact_, kLeafOfIndex)));
   EXPECT_EQ(list(item(nil, nil)), nil);
   EXPECT_EQ(look_at_all(), items_outside({leaf}));
 }
 
 TEST_F(KeychainOfManyPages, TheTableAloneIsEnough) {
-  put_in_place(without(intact_, pages_of(intact_, leaf_of_index)));
+  put_in_place(without(intact_, pages_of(intact_, kLeafOfIndex)));
   EXPECT_EQ(status_of_search(item(@"pages", account(0))), errSecNotAvailable);
-  EXPECT_EQ(look_at_all().size(), static_cast<std::size_t>(items));
+  EXPECT_EQ(look_at_all().size(), static_cast<std::size_t>(kItems));
 }
 
 TEST_F(KeychainOfManyPages, AFlippedByteInAnyPageNeverPassesForTheTruth) {
-  ASSERT_GT(intact_.size() / page, 10U);
-  for (std::size_t number = 0; number < intact_.size() / page; ++number)
+  ASSERT_GT(intact_.size() / kPage, 10U);
+  for (std::size_t number = 0; number < intact_.size() / kPage; ++number)
     for (const std::size_t place : {0UL, 20UL, 2900UL, 4090UL}) {
       SCOPED_TRACE("page " + std::to_string(number + 1) + ", byte " + std::to_string(place));
       std::string corrupt = intact_;
-      corrupt[number * page + place] ^= 0x41;
+      corrupt[number * kPage + place] ^= 0x41;
       put_in_place(corrupt);
 
       OSStatus status = 0;
@@ -329,8 +329,8 @@ TEST_F(KeychainOfManyPages, AFlippedByteInAnyPageNeverPassesForTheTruth) {
       const std::size_t right = look_at_all().size();
       if (quarantined_files() > 0)
         EXPECT_TRUE(contents(paths().database + ".damaged-1") == corrupt);
-      if (number > 0 && intact_[number * page] != branch_of_table)
-        EXPECT_GE(right, items - 30U) << "more is lost than one page holds";
+      if (number > 0 && intact_[number * kPage] != kBranchOfTable)
+        EXPECT_GE(right, kItems - 30U) << "more is lost than one page holds";
     }
 }
 
@@ -344,7 +344,7 @@ TEST_F(KeychainDamage, WhatTheLogChangedIsNotFoundAsItWas) {
   close_keychain();
   ASSERT_GT(files::file_size(paths().database + "-wal"), 0U);
   std::string corrupt = contents(paths().database);
-  corrupt[pages_of(corrupt, leaf_of_table).at(0)] = '?'; // the log has a newer one
+  corrupt[pages_of(corrupt, kLeafOfTable).at(0)] = '?'; // the log has a newer one
   std::fstream(paths().database, std::ios::in | std::ios::out | std::ios::binary) << corrupt;
   EXPECT_TRUE([secret(item(@"mail", @"bob")) isEqual:bytes("new")]);
   EXPECT_TRUE([secret(item(@"mail", @"cid")) isEqual:bytes("old")]);

@@ -65,9 +65,9 @@ namespace {
 
 using KeychainDeaths = KeychainInMemory;
 
-constexpr int deaths_wanted = 1000;
-constexpr int workers = 4;
-constexpr int bystanders = 20;
+constexpr int kDeathsWanted = 1000;
+constexpr int kWorkers = 4;
+constexpr int kBystanders = 20;
 
 NSString *name(const char *prefix, int number) {
   return [NSString stringWithFormat:@"%s-%d", prefix, number];
@@ -105,7 +105,7 @@ bool bystander_is_untouched(int at) {
 int live(int worker, Progress &progress, int writes) {
   if (!is_old_new_or_absent(worker, progress))
     return neither_old_nor_new;
-  if (!bystander_is_untouched(progress.started % bystanders))
+  if (!bystander_is_untouched(progress.started % kBystanders))
     return bystander_touched;
   if (writes > 0)
     writes_left = writes;
@@ -121,12 +121,12 @@ int live(int worker, Progress &progress, int writes) {
 }
 
 TEST_F(KeychainDeaths, AThousandInTheMiddleOfSavesDamageNothing) {
-  for (int at = 0; at < bystanders; ++at)
+  for (int at = 0; at < kBystanders; ++at)
     ASSERT_EQ(add(@"bystander", name("b", at), [name("s", at) UTF8String]), errSecSuccess);
-  auto *const progress = new (mmap(nullptr, sizeof(Progress) * workers, PROT_READ | PROT_WRITE,
-                                   MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Progress[workers];
+  auto *const progress = new (mmap(nullptr, sizeof(Progress) * kWorkers, PROT_READ | PROT_WRITE,
+                                   MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Progress[kWorkers];
   std::minstd_rand random(20);
-  std::array<pid_t, workers> lives{};
+  std::array<pid_t, kWorkers> lives{};
   int started = 0;
   const auto start = [&](int worker) {
     // Lives end themselves at each write of a save in turn, of which a save does about ten; but
@@ -149,15 +149,15 @@ TEST_F(KeychainDeaths, AThousandInTheMiddleOfSavesDamageNothing) {
       std::atomic_signal_fence(std::memory_order_seq_cst);
     kill(life, SIGKILL);
   };
-  for (int worker = 0; worker < workers; ++worker)
+  for (int worker = 0; worker < kWorkers; ++worker)
     start(worker);
 
   int deaths = 0;
-  while (deaths < deaths_wanted) {
+  while (deaths < kDeathsWanted) {
     int status = 0;
     const pid_t dead = waitpid(-1, &status, 0);
     const auto worker = static_cast<int>(std::ranges::find(lives, dead) - lives.begin());
-    ASSERT_LT(worker, workers);
+    ASSERT_LT(worker, kWorkers);
     ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL)
         << "worker " << worker << " found wrong: " << WEXITSTATUS(status);
     deaths += progress[worker].started != progress[worker].finished;
@@ -169,10 +169,10 @@ TEST_F(KeychainDeaths, AThousandInTheMiddleOfSavesDamageNothing) {
   }
   RecordProperty("deaths", deaths);
 
-  for (int worker = 0; worker < workers; ++worker)
+  for (int worker = 0; worker < kWorkers; ++worker)
     EXPECT_TRUE(is_old_new_or_absent(worker, progress[worker]));
-  EXPECT_EQ([list(item(@"bystander", nil)) count], static_cast<NSUInteger>(bystanders));
-  for (int at = 0; at < bystanders; ++at)
+  EXPECT_EQ([list(item(@"bystander", nil)) count], static_cast<NSUInteger>(kBystanders));
+  for (int at = 0; at < kBystanders; ++at)
     EXPECT_TRUE(bystander_is_untouched(at));
   EXPECT_EQ(quarantined_files(), 0);
   keychain::Database database;
@@ -182,7 +182,7 @@ TEST_F(KeychainDeaths, AThousandInTheMiddleOfSavesDamageNothing) {
   EXPECT_EQ(database.number("SELECT integrity_check = 'ok' FROM pragma_integrity_check", intact),
             SQLITE_OK);
   EXPECT_EQ(intact, 1);
-  munmap(progress, sizeof(Progress) * workers);
+  munmap(progress, sizeof(Progress) * kWorkers);
 }
 
 } // namespace

@@ -58,7 +58,7 @@ void expect_on_a_disk(const char *size, const std::function<int()> &use) {
   expect_in_child([&] {
     return own_mounts() && mount("veltro-test", device_root().c_str(), "tmpfs", 0, size) == 0
                ? use()
-               : not_allowed_here;
+               : kNotAllowedHere;
   });
 }
 
@@ -217,7 +217,7 @@ int read_what_cannot_be_written() {
 }
 
 int use_read_only() {
-  return make_read_only(device_root()) ? read_what_cannot_be_written() : not_allowed_here;
+  return make_read_only(device_root()) ? read_what_cannot_be_written() : kNotAllowedHere;
 }
 
 /// Makes this process one that permissions hold for, whoever runs it.
@@ -277,7 +277,7 @@ TEST_F(KeychainDisks, AReadOnlyRootCanBeRead) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   ASSERT_EQ(add(@"mail", @"bob", "two"), errSecSuccess);
   const int with_log = in_child(use_read_only);
-  if (with_log == not_allowed_here)
+  if (with_log == kNotAllowedHere)
     GTEST_SKIP() << "this machine allows no mounts";
   EXPECT_EQ(with_log, 0);
   checkpoint();
@@ -289,7 +289,7 @@ TEST_F(KeychainDisks, AReadOnlyRootWithoutAKeychainIsReported) {
   files::create_directories(device_root());
   expect_in_child([] {
     if (!make_read_only(device_root()))
-      return not_allowed_here;
+      return kNotAllowedHere;
     CHECK_IN_CHILD(status_of_search(item(@"mail", @"ann")) == errSecItemNotFound);
     CHECK_IN_CHILD(add(@"mail", @"ann", "x") == errSecWrPerm);
     return 0;

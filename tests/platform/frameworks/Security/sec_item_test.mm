@@ -530,7 +530,7 @@ TEST_F(SecItem, OffersNoReferences) {
 TEST_F(SecItem, RefusesWrongTypesUnderEveryKey) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   NSDictionary *const before = attributes(item(@"mail", @"ann"));
-  // Half a surrogate pair, alone and before a letter.
+  // Half a surrogate pair, by itself and before a letter.
   const unichar pair[] = {0xD83D, 0xDE00, 'a'};
   NSString *const face = [NSString stringWithCharacters:pair length:3];
   NSArray *const values = @[

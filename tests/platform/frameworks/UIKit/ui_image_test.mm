@@ -28,23 +28,23 @@ Picture drawn(UIImage *image, CGSize size, CGRect rect) {
   return picture;
 }
 
-constexpr Pixel red{255, 0, 0, 255};
-constexpr Pixel green{0, 255, 0, 255};
-constexpr Pixel blue{0, 0, 255, 255};
-constexpr Pixel white{255, 255, 255, 255};
-constexpr Pixel black{0, 0, 0, 255};
-constexpr Pixel clear{0, 0, 0, 0};
+constexpr Pixel kRed{255, 0, 0, 255};
+constexpr Pixel kGreen{0, 255, 0, 255};
+constexpr Pixel kBlue{0, 0, 255, 255};
+constexpr Pixel kWhite{255, 255, 255, 255};
+constexpr Pixel kBlack{0, 0, 0, 255};
+constexpr Pixel kClear{0, 0, 0, 0};
 
 /// red green blue
 /// black clear white
 UIImage *six() {
   Picture picture(3, 2);
-  picture.set(0, 0, red);
-  picture.set(1, 0, green);
-  picture.set(2, 0, blue);
-  picture.set(0, 1, black);
-  picture.set(1, 1, clear);
-  picture.set(2, 1, white);
+  picture.set(0, 0, kRed);
+  picture.set(1, 0, kGreen);
+  picture.set(2, 0, kBlue);
+  picture.set(0, 1, kBlack);
+  picture.set(1, 1, kClear);
+  picture.set(2, 1, kWhite);
   return picture.image();
 }
 
@@ -110,14 +110,14 @@ TEST(UIImage, MeasuresUprightInPoints) {
 TEST(UIImage, DrawsEveryOrientationUpright) {
   using Rows = std::vector<std::vector<Pixel>>;
   const std::vector<std::pair<UIImageOrientation, Rows>> cases{
-      {UIImageOrientationUp, {{red, green, blue}, {black, clear, white}}},
-      {UIImageOrientationDown, {{white, clear, black}, {blue, green, red}}},
-      {UIImageOrientationLeft, {{blue, white}, {green, clear}, {red, black}}},
-      {UIImageOrientationRight, {{black, red}, {clear, green}, {white, blue}}},
-      {UIImageOrientationUpMirrored, {{blue, green, red}, {white, clear, black}}},
-      {UIImageOrientationDownMirrored, {{black, clear, white}, {red, green, blue}}},
-      {UIImageOrientationLeftMirrored, {{red, black}, {green, clear}, {blue, white}}},
-      {UIImageOrientationRightMirrored, {{white, blue}, {clear, green}, {black, red}}},
+      {UIImageOrientationUp, {{kRed, kGreen, kBlue}, {kBlack, kClear, kWhite}}},
+      {UIImageOrientationDown, {{kWhite, kClear, kBlack}, {kBlue, kGreen, kRed}}},
+      {UIImageOrientationLeft, {{kBlue, kWhite}, {kGreen, kClear}, {kRed, kBlack}}},
+      {UIImageOrientationRight, {{kBlack, kRed}, {kClear, kGreen}, {kWhite, kBlue}}},
+      {UIImageOrientationUpMirrored, {{kBlue, kGreen, kRed}, {kWhite, kClear, kBlack}}},
+      {UIImageOrientationDownMirrored, {{kBlack, kClear, kWhite}, {kRed, kGreen, kBlue}}},
+      {UIImageOrientationLeftMirrored, {{kRed, kBlack}, {kGreen, kClear}, {kBlue, kWhite}}},
+      {UIImageOrientationRightMirrored, {{kWhite, kBlue}, {kClear, kGreen}, {kBlack, kRed}}},
   };
   for (const auto &[orientation, rows] : cases) {
     UIImage *const image = [UIImage imageWithCGImage:[six() CGImage]
@@ -137,18 +137,18 @@ TEST(UIImage, DrawsEveryOrientationUpright) {
 
 TEST(UIImage, DrawsInARectangleAndAtAPoint) {
   const Picture stretched = drawn(six(), CGSizeMake(8, 6), CGRectMake(1, 1, 6, 4));
-  EXPECT_EQ(stretched.at(0, 0), clear);
-  EXPECT_EQ(stretched.at(1, 1), red);
-  EXPECT_EQ(stretched.at(6, 1), blue);
-  EXPECT_EQ(stretched.at(6, 4), white);
-  EXPECT_EQ(stretched.at(7, 4), clear);
+  EXPECT_EQ(stretched.at(0, 0), kClear);
+  EXPECT_EQ(stretched.at(1, 1), kRed);
+  EXPECT_EQ(stretched.at(6, 1), kBlue);
+  EXPECT_EQ(stretched.at(6, 4), kWhite);
+  EXPECT_EQ(stretched.at(7, 4), kClear);
   UIGraphicsBeginImageContextWithOptions(CGSizeMake(4, 3), NO, 1);
   [six() drawAtPoint:CGPointMake(1, 1)];
   const Picture at_a_point(UIGraphicsGetImageFromCurrentImageContext());
   UIGraphicsEndImageContext();
-  EXPECT_EQ(at_a_point.at(0, 1), clear);
-  EXPECT_EQ(at_a_point.at(1, 1), red);
-  EXPECT_EQ(at_a_point.at(3, 2), white);
+  EXPECT_EQ(at_a_point.at(0, 1), kClear);
+  EXPECT_EQ(at_a_point.at(1, 1), kRed);
+  EXPECT_EQ(at_a_point.at(3, 2), kWhite);
 }
 
 TEST(UIImage, DrawsWithTheAlphaOfTheContext) {
@@ -169,7 +169,7 @@ TEST(UIImage, WithoutAContextDrawsNothing) {
 TEST(UIImage, WithoutPixelsHasNoSizeAndDrawsNothing) {
   UIImage *const empty = [UIImage imageWithCGImage:nullptr];
   EXPECT_TRUE(CGSizeEqualToSize([empty size], CGSizeZero));
-  EXPECT_EQ(drawn(empty, CGSizeMake(1, 1), CGRectMake(0, 0, 1, 1)).at(0, 0), clear);
+  EXPECT_EQ(drawn(empty, CGSizeMake(1, 1), CGRectMake(0, 0, 1, 1)).at(0, 0), kClear);
   EXPECT_EQ(UIImagePNGRepresentation(empty), nil);
   EXPECT_EQ(UIImageJPEGRepresentation(empty, 1), nil);
   EXPECT_EQ(UIImagePNGRepresentation(nil), nil);
@@ -198,7 +198,7 @@ TEST(UIImage, JPEGIsOnWhite) {
     for (std::size_t x = 0; x < 16; ++x)
       picture.set(x, y, y < 8 ? Pixel{0, 0, 0, 0} : Pixel{0, 0, 0, 128});
   const Picture again([UIImage imageWithData:UIImageJPEGRepresentation(picture.image(), 1)]);
-  EXPECT_LE(difference(again.at(8, 3), white), 3);
+  EXPECT_LE(difference(again.at(8, 3), kWhite), 3);
   EXPECT_LE(difference(again.at(8, 12), {127, 127, 127, 255}), 3);
 }
 

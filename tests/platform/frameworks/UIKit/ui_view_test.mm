@@ -163,7 +163,7 @@ TEST_F(ViewTree, FindsTags) {
   EXPECT_EQ([root viewWithTag:0], root);
 }
 
-TEST(View, AnswersACopyOfItsSubviews) {
+TEST(View, ReturnsACopyOfItsSubviews) {
   UIView *const root = view_of(0, 0, 1, 1);
   NSArray *const before = [root subviews];
   [root addSubview:view_of(0, 0, 1, 1)];

@@ -32,13 +32,13 @@ bool run_until(const std::function<bool()> &happened, NSString *mode = NSDefault
 
 TEST(DispatchTime, CountsNanosecondsFromNow) {
   const std::uint64_t before = monotonic_now();
-  const dispatch_time_t answer = dispatch_time(DISPATCH_TIME_NOW, 100'000'000);
+  const dispatch_time_t due = dispatch_time(DISPATCH_TIME_NOW, 100'000'000);
   const std::uint64_t after = monotonic_now();
-  EXPECT_GE(answer, before + 100'000'000);
-  EXPECT_LE(answer, after + 100'000'000);
+  EXPECT_GE(due, before + 100'000'000);
+  EXPECT_LE(due, after + 100'000'000);
 }
 
-TEST(DispatchTime, CountsFromAnEarlierAnswer) {
+TEST(DispatchTime, CountsFromAnEarlierResult) {
   const dispatch_time_t when = dispatch_time(DISPATCH_TIME_NOW, 0);
   EXPECT_EQ(dispatch_time(when, 5), when + 5);
   EXPECT_EQ(dispatch_time(when, -5), when - 5);

@@ -9,7 +9,7 @@
 namespace veltro::host {
 namespace {
 
-constexpr std::uint64_t hour = 3'600'000'000'000;
+constexpr std::uint64_t kHour = 3'600'000'000'000;
 
 bool readable(const MainQueue &queue, int milliseconds) {
   pollfd descriptor{.fd = queue.descriptor(), .events = POLLIN, .revents = 0};
@@ -32,7 +32,7 @@ TEST(MainQueue, IsReadableWhileSomethingIsDue) {
 TEST(MainQueue, WakesAtTheTimeOfTheEarliest) {
   MainQueue queue;
   const std::uint64_t start = dispatch_clock();
-  queue.add(start + hour, [] {});
+  queue.add(start + kHour, [] {});
   EXPECT_FALSE(readable(queue, 0));
   queue.add(start + 20'000'000, [] {});
   EXPECT_TRUE(readable(queue, 10'000));

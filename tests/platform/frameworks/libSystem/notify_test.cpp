@@ -15,9 +15,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *name = "org.example.changed";
+constexpr const char *kName = "org.example.changed";
 
-fs::path folder(const std::string &encoded = name) {
+fs::path folder(const std::string &encoded = kName) {
   return veltro::test::device_root() / "var/run/notify" / encoded;
 }
 
@@ -55,13 +55,13 @@ TEST(Notify, PostsToNobodyWithoutATrace) {
 
 TEST(Notify, ChecksWhetherSomethingWasPosted) {
   int token = 0;
-  ASSERT_EQ(notify_register_check(name, &token), status(NOTIFY_STATUS_OK));
+  ASSERT_EQ(notify_register_check(kName, &token), status(NOTIFY_STATUS_OK));
   EXPECT_TRUE(posted(token)) << "the first check says yes";
   EXPECT_FALSE(posted(token));
   notify_post("org.example.changed.not");
   EXPECT_FALSE(posted(token));
-  elsewhere([] { notify_post(name); });
-  notify_post(name);
+  elsewhere([] { notify_post(kName); });
+  notify_post(kName);
   EXPECT_TRUE(posted(token));
   EXPECT_FALSE(posted(token));
   notify_cancel(token);
@@ -70,10 +70,10 @@ TEST(Notify, ChecksWhetherSomethingWasPosted) {
 TEST(Notify, WritesTheTokenToADescriptor) {
   int descriptor = -1;
   int token = 0;
-  ASSERT_EQ(notify_register_file_descriptor(name, &descriptor, 0, &token),
+  ASSERT_EQ(notify_register_file_descriptor(kName, &descriptor, 0, &token),
             status(NOTIFY_STATUS_OK));
   EXPECT_EQ(next_token(descriptor), std::nullopt);
-  elsewhere([] { notify_post(name); });
+  elsewhere([] { notify_post(kName); });
   EXPECT_EQ(next_token(descriptor), token);
   EXPECT_EQ(next_token(descriptor), std::nullopt);
   notify_cancel(token);
@@ -82,16 +82,16 @@ TEST(Notify, WritesTheTokenToADescriptor) {
 TEST(Notify, TellsEveryObserver) {
   int first = 0;
   int second = 0;
-  notify_register_check(name, &first);
-  notify_register_check(name, &second);
+  notify_register_check(kName, &first);
+  notify_register_check(kName, &second);
   EXPECT_NE(first, second);
   posted(first);
   posted(second);
-  notify_post(name);
+  notify_post(kName);
   EXPECT_TRUE(posted(first));
   EXPECT_TRUE(posted(second));
   notify_cancel(first);
-  notify_post(name);
+  notify_post(kName);
   EXPECT_TRUE(posted(second));
   notify_cancel(second);
 }
@@ -100,14 +100,14 @@ TEST(Notify, KeepsTheOrderOnASharedDescriptor) {
   int descriptor = -1;
   int first = 0;
   int second = 0;
-  notify_register_file_descriptor(name, &descriptor, 0, &first);
+  notify_register_file_descriptor(kName, &descriptor, 0, &first);
   const int own = descriptor;
   ASSERT_EQ(
       notify_register_file_descriptor("org.example.other", &descriptor, NOTIFY_REUSE, &second),
       status(NOTIFY_STATUS_OK));
   EXPECT_EQ(descriptor, own);
   notify_post("org.example.other");
-  notify_post(name);
+  notify_post(kName);
   EXPECT_EQ(next_token(descriptor), second);
   EXPECT_EQ(next_token(descriptor), first);
   notify_cancel(first);
@@ -145,16 +145,16 @@ TEST(Notify, RefusesTokensAndDescriptorsThatItDoesNotKnow) {
   EXPECT_EQ(notify_check(4711, &check), status(NOTIFY_STATUS_INVALID_TOKEN));
   EXPECT_EQ(notify_cancel(4711), status(NOTIFY_STATUS_INVALID_TOKEN));
   int foreign = STDIN_FILENO;
-  EXPECT_EQ(notify_register_file_descriptor(name, &foreign, NOTIFY_REUSE, &token),
+  EXPECT_EQ(notify_register_file_descriptor(kName, &foreign, NOTIFY_REUSE, &token),
             status(NOTIFY_STATUS_INVALID_FILE));
   int none = -1;
-  EXPECT_EQ(notify_register_file_descriptor(name, &none, NOTIFY_REUSE, &token),
+  EXPECT_EQ(notify_register_file_descriptor(kName, &none, NOTIFY_REUSE, &token),
             status(NOTIFY_STATUS_INVALID_FILE));
 }
 
 TEST(Notify, LeavesNothingBehindWhenCancelled) {
   int token = 0;
-  notify_register_check(name, &token);
+  notify_register_check(kName, &token);
   EXPECT_FALSE(fs::is_empty(folder()));
   EXPECT_EQ(fs::status(folder()).permissions(), fs::perms::owner_all);
   notify_cancel(token);
@@ -164,18 +164,18 @@ TEST(Notify, LeavesNothingBehindWhenCancelled) {
 TEST(Notify, CleansUpAfterAnObserverThatEnded) {
   elsewhere([] {
     int token = 0;
-    notify_register_check(name, &token);
+    notify_register_check(kName, &token);
   });
   EXPECT_FALSE(fs::is_empty(folder()));
-  EXPECT_EQ(notify_post(name), status(NOTIFY_STATUS_OK));
+  EXPECT_EQ(notify_post(kName), status(NOTIFY_STATUS_OK));
   EXPECT_TRUE(fs::is_empty(folder()));
 }
 
 TEST(Notify, DoesNotWaitForAnObserverThatDoesNotRead) {
   int token = 0;
-  notify_register_check(name, &token);
+  notify_register_check(kName, &token);
   for (int i = 0; i < 20'000; ++i)
-    notify_post(name);
+    notify_post(kName);
   EXPECT_TRUE(posted(token));
   EXPECT_FALSE(posted(token));
   notify_cancel(token);
@@ -184,8 +184,8 @@ TEST(Notify, DoesNotWaitForAnObserverThatDoesNotRead) {
 TEST(Notify, SaysThatItCannotObserveWithoutAFolder) {
   setenv("VELTRO_ROOT", "/dev/null", 1);
   int token = 0;
-  EXPECT_EQ(notify_register_check(name, &token), status(NOTIFY_STATUS_FAILED));
-  EXPECT_EQ(notify_post(name), status(NOTIFY_STATUS_OK));
+  EXPECT_EQ(notify_register_check(kName, &token), status(NOTIFY_STATUS_FAILED));
+  EXPECT_EQ(notify_post(kName), status(NOTIFY_STATUS_OK));
   setenv("VELTRO_ROOT", veltro::test::device_root().c_str(), 1);
 }
 

@@ -72,7 +72,7 @@ TEST_F(AppInstaller, LaysAnAppDownInTheDevicesLayout) {
     EXPECT_TRUE(fs::is_directory(fs::path(app->data_path) / part)) << part;
   EXPECT_EQ(fs::status(app->data_path).permissions(), fs::perms(0700));
   EXPECT_EQ(fs::status(app->container_path).permissions(), fs::perms(0755));
-  EXPECT_THAT(contents(fs::path(app->container_path) / container_metadata_file),
+  EXPECT_THAT(contents(fs::path(app->container_path) / kContainerMetadataFile),
               HasSubstr("<string>chat</string>"));
   EXPECT_THAT(logged_lines(), IsEmpty());
 }
@@ -223,7 +223,7 @@ TEST_F(AppInstaller, RefusesAFileInTheFoldersPlace) {
   EXPECT_THAT(names_in(bundle_containers_folder()), IsEmpty());
 }
 
-/// Runs `action` as a user who may not write what root made; answers the child's exit status.
+/// Runs `action` as a user who may not write what root made; returns the child's exit status.
 template <typename Action> int without_rights(Action action) {
   const pid_t child = fork();
   if (child == 0) {

@@ -20,7 +20,7 @@ protected:
   AppRegistry() {
     fs::remove_all(device_root());
     fs::create_directories(device_root());
-    installed_apps(); // forgets the previous test's bundles, which lay at the same paths
+    installed_apps(); // drops the previous test's bundles, which lay at the same paths
     clear_log();
   }
 
@@ -159,7 +159,7 @@ TEST_F(AppRegistry, SeesADataContainerThatComesLater) {
   EXPECT_EQ(installed_app("one")->data_path, "");
 }
 
-TEST_F(AppRegistry, SeesChangesAfterTheFoldersHaveSettled) {
+TEST_F(AppRegistry, SeesChangesAfterTheFoldersAreStable) {
   const fs::path bundle = lay_user_app("one", "One", "U1");
   lay_system_app("other", "Other");
   for (const char *identifier : {"two", "three"}) {
@@ -248,7 +248,7 @@ TEST_F(AppRegistry, NeverWaitsForAnInfoPlistThatIsNoFile) {
                                           HasSubstr("Pipe.app: Info.plist: not a file")));
 }
 
-TEST_F(AppRegistry, TakesABundleBackWhenItIsMended) {
+TEST_F(AppRegistry, TakesABundleBackWhenItIsRepaired) {
   const fs::path bundle = device_root() / "Applications/Bad.app";
   write_file(bundle / "Info.plist", "garbage");
   EXPECT_EQ(installed_app("good"), nullptr);

@@ -1,5 +1,5 @@
 // What is asked of a force-feedback device. No machine that builds this can be expected to have
-// one: the device is a file, and its control calls are answered by the test.
+// one: the device is a file, and its control calls go to the test.
 
 #include "machine/motor/evdev_motor.hpp"
 
@@ -22,11 +22,11 @@ std::vector<int> removed;
 
 } // namespace
 
-bool veltro::test::answers_ioctls(unsigned type) {
+bool veltro::test::handles_ioctls(unsigned type) {
   return type == 'E';
 }
 
-int veltro::test::answer_ioctl(unsigned long request, void *argument) {
+int veltro::test::handle_ioctl(unsigned long request, void *argument) {
   if (request == EVIOCSFF) {
     auto *const effect = static_cast<ff_effect *>(argument);
     if (uploads_before_unplugging-- == 0)

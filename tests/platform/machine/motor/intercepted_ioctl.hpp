@@ -1,4 +1,4 @@
-// For one file of a test program: what its process asks of devices goes through `answer_ioctl`.
+// For one file of a test program: what its process asks of devices goes through `handle_ioctl`.
 #pragma once
 
 #include <cstdarg>
@@ -7,11 +7,11 @@
 
 namespace veltro::test {
 
-/// Whether requests of this type (see _IOC_TYPE) are answered here; the kernel answers the others.
-bool answers_ioctls(unsigned type);
+/// Whether requests of this type (see _IOC_TYPE) are handled here; the kernel handles the others.
+bool handles_ioctls(unsigned type);
 
-/// What ioctl answers, and sets errno to.
-int answer_ioctl(unsigned long request, void *argument);
+/// What ioctl returns, and sets errno to.
+int handle_ioctl(unsigned long request, void *argument);
 
 } // namespace veltro::test
 
@@ -20,8 +20,8 @@ extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
   va_start(arguments, request);
   void *const argument = va_arg(arguments, void *);
   va_end(arguments);
-  if (veltro::test::answers_ioctls(_IOC_TYPE(request)))
-    return veltro::test::answer_ioctl(request, argument);
+  if (veltro::test::handles_ioctls(_IOC_TYPE(request)))
+    return veltro::test::handle_ioctl(request, argument);
   using Ioctl = int (*)(int, unsigned long, void *);
   return reinterpret_cast<Ioctl>(dlsym(RTLD_NEXT, "ioctl"))(descriptor, request, argument);
 }

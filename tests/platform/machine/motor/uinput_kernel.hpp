@@ -1,5 +1,5 @@
-// The kernel's side of a force-feedback device made with uinput: control calls answered as the
-// kernel answers them, requests put before the device's program.
+// The kernel's side of a force-feedback device made with uinput: control calls handled as the
+// kernel handles them, requests put before the device's program.
 #pragma once
 
 #include <cerrno>
@@ -19,7 +19,7 @@ public:
   /// `fifo` is where the program reads what it is asked.
   explicit UinputKernel(int fifo) : fifo_(fifo) {}
 
-  /// What uinput and the input layer answer; less than 0 is an error's number.
+  /// What uinput and the input layer return; less than 0 is an error's number.
   int control(unsigned long request, void *argument) {
     const auto number = static_cast<int>(reinterpret_cast<std::intptr_t>(argument));
     switch (request) {
@@ -60,13 +60,13 @@ private:
     EXPECT_EQ(write(fifo_, &event, sizeof event), static_cast<ssize_t>(sizeof event));
   }
 
-  /// Has the device's program serve what is asked; its answer.
+  /// Has the device's program serve what is asked; its result.
   int ask(int code) {
     std::unique_lock lock(mutex_);
-    answered_ = false;
+    done_ = false;
     send(EV_UINPUT, code, ++request_);
-    EXPECT_TRUE(changed_.wait_for(lock, std::chrono::seconds(30), [&] { return answered_; }));
-    return answer_;
+    EXPECT_TRUE(changed_.wait_for(lock, std::chrono::seconds(30), [&] { return done_; }));
+    return result_;
   }
 
   int upload(ff_effect &effect) {
@@ -96,8 +96,8 @@ private:
     else if (request == UI_BEGIN_FF_ERASE)
       erase->effect_id = static_cast<std::uint32_t>(effect_.id);
     else {
-      answer_ = uploads ? upload->retval : erase->retval;
-      answered_ = true;
+      result_ = uploads ? upload->retval : erase->retval;
+      done_ = true;
       changed_.notify_one();
     }
     return 0;
@@ -112,8 +112,8 @@ private:
   std::condition_variable changed_;
   ff_effect effect_{};
   int request_ = 0;
-  int answer_ = 0;
-  bool answered_ = false;
+  int result_ = 0;
+  bool done_ = false;
 };
 
 } // namespace veltro::test

@@ -20,14 +20,14 @@ veltro::test::UinputKernel *kernel = nullptr;
 
 } // namespace
 
-bool veltro::test::answers_ioctls(unsigned type) {
+bool veltro::test::handles_ioctls(unsigned type) {
   return type == 'E' || type == UINPUT_IOCTL_BASE;
 }
 
-int veltro::test::answer_ioctl(unsigned long request, void *argument) {
-  const int answer = kernel->control(request, argument);
-  errno = answer < 0 ? -answer : errno;
-  return answer < 0 ? -1 : answer;
+int veltro::test::handle_ioctl(unsigned long request, void *argument) {
+  const int result = kernel->control(request, argument);
+  errno = result < 0 ? -result : errno;
+  return result < 0 ? -1 : result;
 }
 
 namespace veltro::test {

@@ -23,11 +23,11 @@ std::vector<std::string> environment_of(const IdleApp &app) {
 
 TEST(Launch, StartsTheProgramInASessionOfItsOwn) {
   const IdleApp app("org.example.idle", "Idle");
-  const Launch answer = launch(app.executable().string(), environment_of(app));
-  EXPECT_EQ(answer.error, 0);
-  EXPECT_EQ(app.process(), answer.process);
+  const Launch launched = launch(app.executable().string(), environment_of(app));
+  EXPECT_EQ(launched.error, 0);
+  EXPECT_EQ(app.process(), launched.process);
   auto described = app.description();
-  EXPECT_EQ(described["pid"], std::to_string(answer.process));
+  EXPECT_EQ(described["pid"], std::to_string(launched.process));
   EXPECT_EQ(described["session"], described["pid"]);
   EXPECT_EQ(described["folder"], "/");
 }
@@ -84,10 +84,10 @@ TEST(Launch, LeavesNoZombieAndDisturbsNoChildOfThisProcess) {
   const IdleApp app("org.example.idle", "Idle");
   children_ended = 0;
   const auto old = std::signal(SIGCHLD, child_ended);
-  const Launch answer = launch(app.executable().string(), environment_of(app));
+  const Launch launched = launch(app.executable().string(), environment_of(app));
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG | __WALL), -1);
   EXPECT_EQ(errno, ECHILD);
-  kill(answer.process, SIGKILL);
+  kill(launched.process, SIGKILL);
   EXPECT_TRUE(test::eventually([&] { return app.processes().empty(); }));
   EXPECT_EQ(children_ended, 0);
   std::signal(SIGCHLD, old);

@@ -43,9 +43,9 @@ TEST(Running, FindsAProgramByItsFile) {
   const IdleApp app("org.example.idle", "Idle");
   const std::string executable = app.executable().string();
   EXPECT_TRUE(processes_running(executable).empty());
-  const Launch answer = launch(executable, environment_with({"HOME=" + app.home().string()}));
-  EXPECT_EQ(processes_running(executable), std::vector{answer.process});
-  EXPECT_TRUE(runs(answer.process, executable));
+  const Launch launched = launch(executable, environment_with({"HOME=" + app.home().string()}));
+  EXPECT_EQ(processes_running(executable), std::vector{launched.process});
+  EXPECT_TRUE(runs(launched.process, executable));
   EXPECT_FALSE(runs(getpid(), executable));
 }
 
@@ -69,11 +69,11 @@ TEST(Running, FindsAScriptAsSoonAsItWasLaunched) {
 
 TEST(Running, FindsAProgramThroughALink) {
   const IdleApp app("org.example.idle", "Idle");
-  const Launch answer =
+  const Launch launched =
       launch(app.executable().string(), environment_with({"HOME=" + app.home().string()}));
   const std::filesystem::path link = test::scratch() / "link";
   std::filesystem::create_directory_symlink(app.bundle(), link);
-  EXPECT_EQ(processes_running((link / "Idle").string()), std::vector{answer.process});
+  EXPECT_EQ(processes_running((link / "Idle").string()), std::vector{launched.process});
 }
 
 TEST(Running, DoesNotTakeACopyForTheProgram) {
@@ -130,12 +130,12 @@ TEST(Running, DoesNotCountWhoHasEnded) {
 
 TEST(Stopped, IsWhatASignalStopped) {
   const IdleApp app("org.example.idle", "I) T (dle");
-  const Launch answer =
+  const Launch launched =
       launch(app.executable().string(), environment_with({"HOME=" + app.home().string()}));
-  EXPECT_FALSE(stopped_by_signal(answer.process));
+  EXPECT_FALSE(stopped_by_signal(launched.process));
   EXPECT_TRUE(app.stop());
-  kill(answer.process, SIGCONT);
-  EXPECT_TRUE(eventually([&] { return !stopped_by_signal(answer.process); }));
+  kill(launched.process, SIGCONT);
+  EXPECT_TRUE(eventually([&] { return !stopped_by_signal(launched.process); }));
   EXPECT_FALSE(stopped_by_signal(0));
 }
 

@@ -179,10 +179,10 @@ std::string repeated(const std::string &text, int times) {
   return all;
 }
 
-constexpr const char *declaration = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
+constexpr const char *kDeclaration = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
 
 std::string xml(const std::string &text) {
-  return declaration + text + "</plist>";
+  return kDeclaration + text + "</plist>";
 }
 
 TEST(PropertyListGuard, LetsTextPassThatNestsReasonably) {
@@ -217,7 +217,7 @@ TEST(PropertyListGuard, IsNotMisledByCommentsAndQuotes) {
   EXPECT_FALSE(harmless(xml(repeated("<array><![CDATA[</array>]]>", 513))));
   EXPECT_FALSE(harmless(xml(repeated("<array a=\"</array>\">", 513))));
   EXPECT_FALSE(harmless(xml("</array>" + repeated("<array>", 513))));
-  EXPECT_FALSE(harmless(declaration + ("<!--" + repeated("<array>", 513))));
+  EXPECT_FALSE(harmless(kDeclaration + ("<!--" + repeated("<array>", 513))));
 }
 
 TEST(PropertyListGuard, RefusesTheFormatsOfGnustep) {

@@ -48,7 +48,7 @@ TEST_F(Localization, FindsAStringInTheDefaultTableOrAnother) {
   EXPECT_EQ(string(@"key", nil, @"Other"), "other");
 }
 
-TEST_F(Localization, AnswersTheKeyOrTheValueForAMissingString) {
+TEST_F(Localization, ReturnsTheKeyOrTheValueForAMissingString) {
   lay_table("en.lproj/Localizable.strings", "\"key\" = \"label\"; \"empty\" = \"\";");
   for (NSString *table : {(NSString *)nil, @"NoTable"}) {
     EXPECT_EQ(string(@"missing", nil, table), "missing");
@@ -58,7 +58,7 @@ TEST_F(Localization, AnswersTheKeyOrTheValueForAMissingString) {
   EXPECT_EQ(string(@"empty", @"value"), "") << "an empty string is a string";
 }
 
-TEST_F(Localization, AnswersTheValueForNoKey) {
+TEST_F(Localization, ReturnsTheValueForNoKey) {
   EXPECT_EQ(string(nil), "");
   EXPECT_EQ(string(nil, @"value"), "value");
 }
@@ -72,9 +72,9 @@ TEST_F(Localization, ChoosesTheLanguageOfTheEnvironment) {
       {"zh_CN", "zh-Hans"}, {"zh_TW", "en"}, {"pt", "pt-BR"}, {"sv", "en"},
       {"sv:fr:de", "fr"},   {"C", "en"},     {"DE", "de"},
   };
-  for (const auto &[language, answer] : expected) {
+  for (const auto &[language, result] : expected) {
     set_language(language);
-    EXPECT_EQ(string(@"key"), answer) << language;
+    EXPECT_EQ(string(@"key"), result) << language;
   }
 }
 

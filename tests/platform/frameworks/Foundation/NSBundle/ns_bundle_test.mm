@@ -130,7 +130,7 @@ TEST_F(Bundles, TheSystemsFrameworksAreFoundByIdentifier) {
             device_root() / "System/Library/PrivateFrameworks/ChatKit.framework");
 }
 
-TEST_F(Bundles, AFrameworkOfTheRootIsFoundAndForgotten) {
+TEST_F(Bundles, AFrameworkOfTheRootIsFoundAndDropped) {
   EXPECT_EQ([NSBundle bundleWithIdentifier:@"com.example.own"], nil);
   const fs::path framework = lay_framework("Own", "com.example.own");
   EXPECT_EQ(path_of([NSBundle bundleWithIdentifier:@"com.example.own"]), framework);

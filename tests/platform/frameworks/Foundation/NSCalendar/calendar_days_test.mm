@@ -182,7 +182,7 @@ TEST(DateFromComponents, FindsDaysByTheirWeek) {
   EXPECT_EQ([found hour], 0);
 }
 
-TEST(DateFromComponents, AnswersNothingForNothingAndForWhatIsOutOfReach) {
+TEST(DateFromComponents, ReturnsNothingForNothingAndForWhatIsOutOfReach) {
   EXPECT_EQ([gregorian() dateFromComponents:nil], nil);
   NSDateComponents *components = [[[NSDateComponents alloc] init] autorelease];
   [components setYear:NSIntegerMax - 1];
@@ -285,7 +285,7 @@ TEST(RangeOfUnit, FillsInOnlyWhatIsWanted) {
   EXPECT_EQ(length, 86'400);
 }
 
-TEST(RangeOfUnit, AnswersNoWhereThereIsNone) {
+TEST(RangeOfUnit, ReturnsNoWhereThereIsNone) {
   EXPECT_FALSE(Range(16, nil).found);
   EXPECT_FALSE(Range(16, unix_date(1e300)).found);
   EXPECT_FALSE(Range(NSCalendarUnitEra, unix_date(0)).found);

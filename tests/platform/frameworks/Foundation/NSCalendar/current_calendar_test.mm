@@ -103,7 +103,7 @@ TEST_F(CurrentCalendar, AutoupdatingOutlivesChangesOfTheUserDefaults) {
   EXPECT_EQ([[calendar components:4 fromDate:[NSDate dateWithTimeIntervalSince1970:0]] year], 1970);
 }
 
-TEST_F(CurrentCalendar, AutoupdatingAnswersWhatGNUstepStillDoes) {
+TEST_F(CurrentCalendar, AutoupdatingDoesWhatGNUstepStillDoes) {
   NSCalendar *calendar = [NSCalendar autoupdatingCurrentCalendar];
   NSDate *date = [NSDate dateWithTimeIntervalSince1970:0];
   NSDateComponents *between = [calendar components:16

@@ -2,7 +2,7 @@
 
 #import <VeltroHost/NSKeyedArchiving+Device.h>
 
-#include "support/lost_objects.hpp"
+#include "support/scoped_lsan_disabler.hpp"
 
 #include <gtest/gtest.h>
 
@@ -113,7 +113,7 @@ id securely(id object, Class expected) {
 
 /// The name of the exception that `work` raises, or nil.
 NSString *raised_by(void (^work)(void)) {
-  const veltro::test::LosingObjects losing;
+  const veltro::test::ScopedLsanDisabler disabler;
   @try {
     work();
     return nil;

@@ -17,7 +17,7 @@ NSKeyedUnarchiver *secure_reader_of(id object) {
   return reader;
 }
 
-TEST(UnarchivingErrors, AnswersTheRootObject) {
+TEST(UnarchivingErrors, ReturnsTheRootObject) {
   NSError *error = nil;
   EXPECT_TRUE([[NSKeyedUnarchiver unarchivedObjectOfClass:[NSString class]
                                                  fromData:archive_of(@"text")

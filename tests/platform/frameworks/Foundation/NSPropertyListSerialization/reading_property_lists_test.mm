@@ -18,7 +18,7 @@ std::string repeated(const std::string &text, int times) {
   return all;
 }
 
-const std::string xml_start = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
+const std::string kXmlStart = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
 
 struct Damaged {
   const char *name;
@@ -47,9 +47,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Damaged{"Text", ") nothing ("}, Damaged{"DeepText", repeated("(", 1 << 20)},
                     Damaged{"DeepTextThatEnds", repeated("(", 100000) + repeated(")", 100000)},
                     Damaged{"DeepStrings", "\"a\" = " + repeated("(", 1 << 20)},
-                    Damaged{"DeepXml", xml_start + repeated("<array>", 100000) +
+                    Damaged{"DeepXml", kXmlStart + repeated("<array>", 100000) +
                                            repeated("</array>", 100000) + "</plist>"},
-                    Damaged{"TruncatedXml", xml_start + "<dict><key>a</key><str"}),
+                    Damaged{"TruncatedXml", kXmlStart + "<dict><key>a</key><str"}),
     [](const testing::TestParamInfo<Damaged> &info) { return std::string(info.param.name); });
 
 TEST_P(DamagedList, IsNilAndAnError) {

@@ -34,7 +34,7 @@ NSString *street() {
                                         "e"];
 }
 
-TEST(CStringUsingEncoding, AnswersNullForWhatDoesNotFit) {
+TEST(CStringUsingEncoding, ReturnsNullForWhatDoesNotFit) {
   EXPECT_EQ([street() cStringUsingEncoding:NSASCIIStringEncoding], nullptr);
   EXPECT_EQ(
       [[NSMutableString stringWithString:street()] cStringUsingEncoding:NSASCIIStringEncoding],
@@ -57,7 +57,7 @@ TEST(CStringUsingEncoding, LooksBehindAZero) {
             nullptr);
 }
 
-TEST(CStringUsingEncoding, AnswersWhatFits) {
+TEST(CStringUsingEncoding, ReturnsWhatFits) {
   EXPECT_STREQ([@"Strasse" cStringUsingEncoding:NSASCIIStringEncoding], "Strasse");
   EXPECT_STREQ(
       [[NSMutableString stringWithString:@"Strasse"] cStringUsingEncoding:NSASCIIStringEncoding],
@@ -67,7 +67,7 @@ TEST(CStringUsingEncoding, AnswersWhatFits) {
   EXPECT_STREQ([@"" cStringUsingEncoding:NSASCIIStringEncoding], "");
 }
 
-TEST(CStringUsingEncoding, AnswersAsciiOfEveryKindOfString) {
+TEST(CStringUsingEncoding, ReturnsAsciiOfEveryKindOfString) {
   NSString *const wide = [[street() stringByAppendingString:@"!"] substringFromIndex:5];
   NSString *const narrow =
       [@"a long text that is not held inside the object itself, cut in the middle"
@@ -79,7 +79,7 @@ TEST(CStringUsingEncoding, AnswersAsciiOfEveryKindOfString) {
                "of its own");
 }
 
-TEST(CStringUsingEncoding, AnswersBytesThatAreTheCallersAlone) {
+TEST(CStringUsingEncoding, ReturnsBytesThatAreTheCallersAlone) {
   NSMutableString *const text = [NSMutableString stringWithString:@"before"];
   const char *const bytes = [text cStringUsingEncoding:NSASCIIStringEncoding];
   [text setString:@"after!"];
@@ -116,7 +116,7 @@ NSArray *ways_to_hold(std::size_t length) {
   return all;
 }
 
-TEST(CStringUsingEncoding, AnswersTheShortestTextsOfEveryClass) {
+TEST(CStringUsingEncoding, ReturnsTheShortestTextsOfEveryClass) {
   const char *const expected[] = {"", "a", "ab", "abc"};
   std::set<std::string> classes;
   for (std::size_t length = 0; length < std::size(expected); ++length)

@@ -107,7 +107,7 @@ TEST_F(UserDefaultsDomains, AreReadInEveryFormat) {
   EXPECT_EQ(stored(), 7);
 }
 
-const std::string no_lists[] = {"",
+const std::string kNoLists[] = {"",
                                 "bplist00 nonsense",
                                 "<plist><array/></plist>",
                                 "bplist00" + std::string(50, '\xff'),
@@ -116,7 +116,7 @@ const std::string no_lists[] = {"",
 
 TEST_F(UserDefaultsDomains, AreMissingWhereTheFileIsCorrupt) {
   fs::create_directories(folder());
-  for (const std::string &text : no_lists) {
+  for (const std::string &text : kNoLists) {
     veltro::test::clear_log();
     fs::remove(file());
     std::ofstream(file()) << text;
@@ -137,15 +137,15 @@ std::string contents(const fs::path &path) {
 
 TEST_F(UserDefaultsDomains, KeepACorruptFileUnderAnotherName) {
   fs::create_directories(folder());
-  std::ofstream(file()) << no_lists[1];
+  std::ofstream(file()) << kNoLists[1];
   [defaults() setPersistentDomain:number(3) forName:name];
   EXPECT_EQ(stored(), 3);
-  EXPECT_EQ(contents(file().string() + ".corrupt-1"), no_lists[1]);
-  std::ofstream(file()) << no_lists[3];
+  EXPECT_EQ(contents(file().string() + ".corrupt-1"), kNoLists[1]);
+  std::ofstream(file()) << kNoLists[3];
   [defaults() setPersistentDomain:number(4) forName:name];
   EXPECT_EQ(stored(), 4);
-  EXPECT_EQ(contents(file().string() + ".corrupt-1"), no_lists[1]) << "the first as it was";
-  EXPECT_EQ(contents(file().string() + ".corrupt-2"), no_lists[3]);
+  EXPECT_EQ(contents(file().string() + ".corrupt-1"), kNoLists[1]) << "the first as it was";
+  EXPECT_EQ(contents(file().string() + ".corrupt-2"), kNoLists[3]);
   EXPECT_THAT(veltro::test::logged_lines(),
               ElementsAre("Not a property list, kept as " + file().string() + ".corrupt-1",
                           "Not a property list, kept as " + file().string() + ".corrupt-2"));
@@ -157,7 +157,7 @@ TEST_F(UserDefaultsDomains, KeepTheApplicationsOwnCorruptFileToo) {
   NSString *const beside = [NSString stringWithUTF8String:(home / "any").c_str()];
   const fs::path own =
       home / ([[[NSProcessInfo processInfo] processName] UTF8String] + std::string(".plist"));
-  for (const std::string &text : no_lists) {
+  for (const std::string &text : kNoLists) {
     fs::remove_all(own.string() + ".corrupt-1");
     std::ofstream(own) << text;
     NSUserDefaults *const mine =

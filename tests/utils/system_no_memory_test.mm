@@ -1,5 +1,5 @@
-// The model where there is no room for it: the allocation is the test's own. What is handed out for
-// zero bytes may not be touched at all, which no sanitizer sees: theirs are one byte long.
+// The model where there is no memory for it: the allocation is the test's own. What is handed out
+// for zero bytes may not be touched at all, which no sanitizer sees: theirs are one byte long.
 
 #import <veltro/ZLTUtils+System.h>
 
@@ -10,8 +10,8 @@
 
 namespace {
 
-size_t reported; ///< the length that the variable is said to have
-bool answered;   ///< whether the variable can be read
+size_t reported;  ///< the length that the variable is said to have
+bool can_be_read; ///< whether the variable can be read
 bool asked_for_length;
 bool watching;               ///< whether the allocations are the library's
 void *given;                 ///< what was handed out for `reported` bytes
@@ -39,7 +39,7 @@ int sysctlbyname(const char *, void *buffer, size_t *length, void *, size_t) {
   asked_for_length = !asked_for_length;
   given = buffer;
   *length = reported;
-  return answered ? 0 : -1;
+  return can_be_read ? 0 : -1;
 }
 
 #if !__has_feature(address_sanitizer)
@@ -74,7 +74,7 @@ TEST_F(NoRoom, NothingIsWrittenToABlockOfNoBytes) {
   void *const block = forbidden();
   handed = &block;
   for (const bool readable : {true, false}) {
-    answered = readable;
+    can_be_read = readable;
     reported = 0;
     EXPECT_STREQ([[ZLTUtils platform] UTF8String], "");
     EXPECT_EQ(given, block);
@@ -91,7 +91,7 @@ TEST_F(NoRoom, NothingIsWrittenWithoutMemory) {
 TEST_F(NoRoom, WhatCannotBeReadIsNotWhatStoodInTheMemory) {
   void *const block = leftover;
   handed = &block;
-  answered = false;
+  can_be_read = false;
   reported = sizeof leftover;
   EXPECT_STREQ([[ZLTUtils platform] UTF8String], "");
   EXPECT_EQ(given, block);

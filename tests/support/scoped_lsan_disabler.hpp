@@ -1,4 +1,4 @@
-// Objects that are lost on purpose: what an unarchiver was making when it raised, on the device as
+// For what leaks on purpose: what an unarchiver was making when it raised, on the device as
 // here. No other allocation may be hidden so.
 #pragma once
 
@@ -10,16 +10,16 @@ namespace veltro::test {
 
 /// While one lives, the leak checker leaves out what this thread allocates. Builds without that
 /// checker have nothing to do, and are not to take it for an unused variable.
-class [[maybe_unused]] LosingObjects {
+class [[maybe_unused]] ScopedLsanDisabler {
 public:
 #if __has_feature(address_sanitizer)
-  LosingObjects() { __lsan_disable(); }
-  ~LosingObjects() { __lsan_enable(); }
+  ScopedLsanDisabler() { __lsan_disable(); }
+  ~ScopedLsanDisabler() { __lsan_enable(); }
 #else
-  LosingObjects() = default;
+  ScopedLsanDisabler() = default;
 #endif
-  LosingObjects(const LosingObjects &) = delete;
-  LosingObjects &operator=(const LosingObjects &) = delete;
+  ScopedLsanDisabler(const ScopedLsanDisabler &) = delete;
+  ScopedLsanDisabler &operator=(const ScopedLsanDisabler &) = delete;
 };
 
 } // namespace veltro::test
