@@ -50,7 +50,7 @@ void launch_in_background(NSString *identifier) {
 
 + (void)startProcessAssertion {
   for (bool found = false; !found;) {
-    // A pool for each try: they may go on for ever, and each reads the whole process table.
+    // A pool for each try: they may continue for ever, and each reads the whole process table.
     // Released by hand: an exception of the launch leaves it to the caller's pool, and so stays
     // alive. The class by name, since @autoreleasepool asks for different symbols in the two
     // builds.

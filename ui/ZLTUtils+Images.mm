@@ -21,7 +21,7 @@
   const auto scale_x = static_cast<CGFloat>(static_cast<double>(width) / size.width);
   const auto scale_y = static_cast<CGFloat>(static_cast<double>(height) / size.height);
 
-  // The halves are single precision, and the width alone makes the radius, on purpose: avatars
+  // The halves are single precision, and only the width makes the radius, on purpose: avatars
   // that callers have laid out around keep their shape to the bit.
   const float center_x = width * 0.5F;
   const float center_y = height * 0.5F;

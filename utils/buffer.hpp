@@ -8,7 +8,7 @@ namespace veltro {
 
 class Buffer {
 public:
-  /// Takes over `block`, which may be null.
+  /// Adopts `block`, which may be null.
   explicit Buffer(void *block) : block_(block) {}
   ~Buffer() { std::free(block_); }
   Buffer(const Buffer &) = delete;

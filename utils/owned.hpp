@@ -13,7 +13,7 @@ namespace veltro {
 /// Owns one reference to an Objective-C object, or nothing.
 template <typename Object> class Owned {
 public:
-  /// Takes over the caller's reference.
+  /// Adopts the caller's reference.
   explicit Owned(Object object) : object_(object) {}
   ~Owned() { [object_ release]; }
   Owned(const Owned &) = delete;
@@ -31,7 +31,7 @@ private:
 /// Owns one reference to a Core Foundation object, or nothing.
 template <typename Reference> class OwnedCF {
 public:
-  /// Takes over the caller's reference.
+  /// Adopts the caller's reference.
   explicit OwnedCF(Reference reference) : reference_(reference) {}
   ~OwnedCF() {
     if (reference_ != nullptr)

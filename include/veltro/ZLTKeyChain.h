@@ -45,7 +45,7 @@ typedef NS_ENUM(NSInteger, ZLTKeyChainErrorCode) {
 /// access group.
 ///
 /// An error is stored through the last argument, where one is given, on failure only, and is
-/// autoreleased; the forms without that argument report by their result alone. A nil service or
+/// autoreleased; the forms without that argument report only by their result. A nil service or
 /// account is a failure with ZLTKeyChainErrorBadArguments, except in listings. All methods block
 /// until the keychain has returned; any thread may call them.
 VELTRO_EXPORT
