@@ -14,7 +14,7 @@ template <class T> void put(std::vector<uint8_t> &to, T value) {
   to.insert(to.end(), bytes, bytes + sizeof value);
 }
 
-/// Room for an entry's length, which close_entry() fills in when the entry is whole.
+/// Space for an entry's length, which close_entry() fills in when the entry is whole.
 size_t open_entry(std::vector<uint8_t> &to) {
   put<uint32_t>(to, 0);
   return to.size();

@@ -1,5 +1,5 @@
 // The trie of exports, as published in <mach-o/loader.h>: a node holds what is exported under the
-// text on the way to it, and the edges that go on from there.
+// text on the way to it, and the edges that lead on from there.
 
 #include "exports.hpp"
 

@@ -40,7 +40,7 @@ enum BindOpcode : uint8_t {
   kBindTimesSkip = 0xc0,
 };
 
-/// Where the opcodes have arrived: addresses go on by wrapping sums, as a linker writes a step
+/// Where the opcodes have arrived: addresses advance by wrapping sums, as a linker writes a step
 /// back.
 class Place {
 public:
@@ -59,7 +59,7 @@ public:
   void add(uint64_t bytes) { address_ += bytes; }
   void add_words(uint64_t words) { address_ += words * header_.word; }
 
-  /// The pointer at this place, behind which the opcodes go on.
+  /// The pointer at this place, behind which the opcodes continue.
   uint64_t take() {
     if (!segment_ || !segment_->writable || address_ < segment_->address ||
         address_ - segment_->address > segment_->file_size ||

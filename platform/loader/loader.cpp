@@ -1,6 +1,6 @@
 // The order of things: everything is read and checked before this process is changed, and what can
-// still be missing is looked for before the runtime is told of the first class, which it never
-// forgets.
+// still be missing is looked for before the runtime is told of the first class, which it keeps
+// for ever.
 
 #include "VeltroLoader/VeltroLoader.h"
 #include "call_frames.hpp"

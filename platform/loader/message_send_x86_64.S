@@ -1,5 +1,5 @@
 /* Messages of Mach-O code, sent over GCC's runtime, for x86-64. The method is looked up with every
-   register that may carry an argument set aside: %al counts a variadic method's vectors. A message to
+   register that may carry an argument kept: %al counts a variadic method's vectors. A message to
    nil returns zero in every register that carries a result, and leaves a structure in memory as it was. */
 
 #if defined(__x86_64__)

@@ -1,5 +1,5 @@
 /* Variadic calls of Mach-O code for 64-bit ARM: what stands for "..." is on the stack, in slots of eight
-   bytes. Each entry goes on with where that is as one more argument. */
+   bytes. Each entry continues with where that is as one more argument. */
 
 #if defined(__aarch64__)
         .text

@@ -83,7 +83,7 @@ id class_named(const char *name) {
   return reinterpret_cast<id>(objc_getClass(name));
 }
 
-/// A list that is read from the stack alone, since no registers are left to it.
+/// A list that is read only from the stack, since no registers are left to it.
 std::va_list *list_of(void *slots, std::va_list *list) {
   struct {
     void *stack, *general_end, *vector_end;
