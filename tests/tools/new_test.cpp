@@ -75,7 +75,7 @@ TEST_F(NewTool, RefusesWhatIsNoName) {
   }
 }
 
-TEST_F(NewTool, LeavesAFolderAloneThatIsThere) {
+TEST_F(NewTool, KeepsAFolderThatIsThere) {
   fs::create_directories(folder_);
   EXPECT_EQ(make("Fine").status, 0) << "an empty one will do";
   std::ofstream(folder_ / "Fine.mm") << "mine";

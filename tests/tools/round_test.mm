@@ -267,7 +267,7 @@ TEST_F(RoundTool, ReplacesItsOwnInput) {
   EXPECT_EQ(facts.st_mode & 0777, 0666 & ~mask);
 }
 
-TEST_F(RoundTool, LeavesThePicturesOfItsOwnFolderAlone) {
+TEST_F(RoundTool, LeavesThePicturesOfItsOwnFolderAsTheyAre) {
   const std::string png = png_in_one_color(4, 4);
   const std::string in = file("in/one.png", png);
   const std::string other = file("other/two.png", png);

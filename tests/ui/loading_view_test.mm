@@ -37,7 +37,7 @@ TEST(LoadingView, PlacesThem) {
   expect_rect([label_of(view) frame], 0, 76, 100, 20);
 }
 
-TEST(LoadingView, PlacesThemByTheSizeAlone) {
+TEST(LoadingView, PlacesThemByTheSizeOnly) {
   ZLTLoadingView *const view = view_of(50, 60, 100, 100);
   expect_rect([view frame], 50, 60, 100, 100);
   expect_rect([spinner_of(view) frame], 38, 28, 24, 24);

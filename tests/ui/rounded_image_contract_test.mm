@@ -175,7 +175,7 @@ TEST_F(RoundedImageContract, HalfOfTheLeastSideIsNothingInSinglePrecision) {
                                    "arc 0.5 0 0.5 0 6.2831853071795862 0"}));
 }
 
-TEST_F(RoundedImageContract, RadiusIsHalfOfTheWidthAlone) {
+TEST_F(RoundedImageContract, RadiusIsHalfOfTheWidthOnly) {
   [ZLTUtils roundedImage:image_ width:60 height:40];
   [ZLTUtils roundedImage:image_ width:40 height:60];
   EXPECT_THAT(calls, IsSupersetOf({"arc 30 20 30 0 6.2831853071795862 0",

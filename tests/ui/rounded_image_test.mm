@@ -201,7 +201,7 @@ TEST_F(RoundedImage, AnImageWithoutSizeGivesATransparentOne) {
       EXPECT_EQ(picture.at(x, y), (Pixel{0, 0, 0, 0}));
 }
 
-TEST_F(RoundedImage, LeavesTheCallersContextAlone) {
+TEST_F(RoundedImage, LeavesTheCallersContextAsItIs) {
   UIGraphicsBeginImageContextWithOptions(CGSizeMake(4, 4), NO, 1);
   const CGContextRef mine = UIGraphicsGetCurrentContext();
   [ZLTUtils roundedImage:white_picture(4, 4).image() width:4 height:4];
@@ -212,7 +212,7 @@ TEST_F(RoundedImage, LeavesTheCallersContextAlone) {
   EXPECT_EQ(Picture(image).at(2, 2), (Pixel{0, 0, 0, 0}));
 }
 
-TEST_F(RoundedImage, LeavesTheSourceAlone) {
+TEST_F(RoundedImage, LeavesTheSourceAsItIs) {
   UIImage *const source = white_picture(4, 4).image();
   const NSUInteger count = [source retainCount];
   @autoreleasepool {

@@ -185,7 +185,7 @@ TEST_F(AddOn, CannotBeLoadedTwice) {
 }
 
 // The other image in this process.
-TEST_F(AddOn, RunsBesideTheDevicesLibraryAlone) {
+TEST_F(AddOn, RunsBesideTheDevicesLibraryOnly) {
   std::ifstream maps("/proc/self/maps");
   std::string libraries;
   for (std::string line; std::getline(maps, line);)

@@ -302,7 +302,7 @@ TEST_F(KeychainOfManyPages, TheTableIsReadFromBothEnds) {
   EXPECT_EQ(look_at_all(), items_outside({leaf}));
 }
 
-TEST_F(KeychainOfManyPages, TheTableAloneIsEnough) {
+TEST_F(KeychainOfManyPages, TheTableByItselfIsEnough) {
   put_in_place(without(intact_, pages_of(intact_, kLeafOfIndex)));
   EXPECT_EQ(status_of_search(item(@"pages", account(0))), errSecNotAvailable);
   EXPECT_EQ(look_at_all().size(), static_cast<std::size_t>(kItems));

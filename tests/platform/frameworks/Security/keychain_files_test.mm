@@ -209,7 +209,7 @@ TEST_F(KeychainFiles, StandOddNames) {
   setenv("VELTRO_ROOT", device_root().c_str(), 1);
 }
 
-TEST_F(KeychainFiles, OfANewerFormatAreLeftAlone) {
+TEST_F(KeychainFiles, OfANewerFormatAreLeftAsTheyAre) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   tamper("PRAGMA user_version = 99");
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);

@@ -46,7 +46,7 @@ TEST(UIColor, KeepsComponentsInTheirRange) {
   EXPECT_EQ(parts([UIColor colorWithWhite:-INFINITY alpha:INFINITY]), (Parts{0, 0, 0, 1}));
 }
 
-TEST(UIColor, TellsItsWhiteInGrayAlone) {
+TEST(UIColor, TellsItsWhiteInGrayOnly) {
   CGFloat white = 7;
   CGFloat alpha = 7;
   EXPECT_TRUE([[UIColor colorWithWhite:0.25 alpha:0.5] getWhite:&white alpha:&alpha]);

@@ -145,7 +145,7 @@ TEST_F(AppInstaller, RemovesAnAppWithoutData) {
   expect_nothing_installed();
 }
 
-TEST_F(AppInstaller, LeavesSystemAppsAlone) {
+TEST_F(AppInstaller, LeavesSystemAppsAsTheyAre) {
   const fs::path system = lay_system_app("chat", "Chat");
   EXPECT_EQ(install_app(bundle()), "chat is a system app");
   EXPECT_EQ(remove_app("chat"), "chat is a system app");

@@ -112,7 +112,7 @@ TEST(Components, FollowTheTimeZoneFileBeyond2037) {
   EXPECT_EQ([found hour], 20); // summer time in 2100
 }
 
-TEST(Components, WorkWithAnOffsetAlone) {
+TEST(Components, WorkWithAnOffsetOnly) {
   NSCalendar *calendar = gregorian();
   [calendar setTimeZone:[NSTimeZone timeZoneForSecondsFromGMT:20'700]];
   NSDateComponents *found = [calendar components:2044 fromDate:unix_date(0)];

@@ -79,7 +79,7 @@ TEST(CStringUsingEncoding, ReturnsAsciiOfEveryKindOfString) {
                "of its own");
 }
 
-TEST(CStringUsingEncoding, ReturnsBytesThatAreTheCallersAlone) {
+TEST(CStringUsingEncoding, ReturnsBytesThatAreTheCallersOnly) {
   NSMutableString *const text = [NSMutableString stringWithString:@"before"];
   const char *const bytes = [text cStringUsingEncoding:NSASCIIStringEncoding];
   [text setString:@"after!"];

@@ -16,7 +16,7 @@ double offset(const std::string &rule, int year, int month, int day = 1) {
   return zone->offset_at(days_from_civil(year, month, day) * kSecondsInDay + 43'200) / 3600.0;
 }
 
-TEST(SpelledZone, HasAnOffsetAlone) {
+TEST(SpelledZone, HasAnOffsetOnly) {
   EXPECT_EQ(offset("UTC-3", 2024, 7), 3);
   EXPECT_EQ(offset("<-0330>3:30", 1950, 7), -3.5);
   EXPECT_EQ(offset("XYZ0", 2100, 7), 0);

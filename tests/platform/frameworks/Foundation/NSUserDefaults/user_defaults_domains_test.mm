@@ -76,7 +76,7 @@ TEST_F(UserDefaultsDomains, ComeBackAsTheyWereWritten) {
   EXPECT_EQ([[read objectForKey:@"yes"] class], [[NSNumber numberWithBool:YES] class]);
 }
 
-TEST_F(UserDefaultsDomains, AreFilesOfTheUserAlone) {
+TEST_F(UserDefaultsDomains, AreFilesOfTheUserOnly) {
   const mode_t old = umask(0);
   [defaults() setPersistentDomain:number(1) forName:name];
   umask(old);
