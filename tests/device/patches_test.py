@@ -107,7 +107,7 @@ def lengthen_ordinal(data):
     space."""
     info, = RAW.commands[0x80000022]
     start, size = RAW.word(info + 16), RAW.word(info + 20)
-    assert not any(data[start + size - 2:start + size])
+    assert data[start + size - 1] == 0
     at = data.index(b'\x1e', start, start + size)
     data[at:start + size] = b'\x20\x0e' + data[at + 1:start + size - 1]
 
