@@ -5,8 +5,34 @@
 
 #include <cstdlib>
 #include <objc/runtime.h>
+#include <utility>
 
 namespace veltro::host {
+
+/// method_setImplementation. A class that was sent nothing yet shares one empty table of methods
+/// with all others of its kind, and the runtime's call would write into that: any of them would
+/// have the new method, where it is the first that they are sent. The list of the class's own
+/// methods, of which its table will be made, is what counts then.
+inline IMP set_implementation(Class owner, Method method, IMP implementation) {
+  struct ClassLayout {
+    Class isa;
+    Class super_class;
+    const char *name;
+    long version;
+    unsigned long flags;
+  };
+  struct MethodLayout {
+    SEL name;
+    const char *types;
+    IMP implementation;
+  };
+  constexpr unsigned long kInitialized = 4;
+  if ((reinterpret_cast<ClassLayout *>(owner)->flags & kInitialized) == 0)
+    return std::exchange(reinterpret_cast<MethodLayout *>(method)->implementation, implementation);
+  // Has it make the table, where only the class's own methods were called.
+  class_respondsToSelector(owner, method_getName(method));
+  return method_setImplementation(method, implementation);
+}
 
 /// Replaces the method of `owner` itself (not one that it inherits); returns the one before. To be
 /// called from +load: earlier no message can be sent, later other code may have kept the old one.
@@ -19,8 +45,8 @@ Function replace_method(Class owner, const char *selector, Function replacement)
     std::abort();
   // By way of a function without a type: the compiler knows that these types do not match.
   using Untyped = void (*)();
-  const IMP before = method_setImplementation(
-      method, reinterpret_cast<IMP>(reinterpret_cast<Untyped>(replacement)));
+  const IMP before = set_implementation(
+      owner, method, reinterpret_cast<IMP>(reinterpret_cast<Untyped>(replacement)));
   return reinterpret_cast<Function>(reinterpret_cast<Untyped>(before));
 }
 
