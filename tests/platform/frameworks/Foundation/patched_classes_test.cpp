@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
@@ -14,8 +13,6 @@
 #include <sys/wait.h>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 using Calls = std::map<std::string, std::string>;
 
