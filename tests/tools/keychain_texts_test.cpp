@@ -62,10 +62,11 @@ TEST(KeychainTexts, AreThereForEveryErrorInEveryLanguage) {
     ++languages;
     std::ifstream file(folder.path() / "ZLTKeyChain.strings");
     const std::string table{std::istreambuf_iterator<char>(file), {}};
-    for (const std::string constant : kConstants)
-      EXPECT_THAT(table, testing::ContainsRegex('"' + constant + "\" = \"[^\"(]+ \\(" + constant +
-                                                "\\)\";\n"))
-          << folder.path();
+    for (const std::string constant : kConstants) {
+      std::string line = '"' + constant;
+      line.append("\" = \"[^\"(]+ \\(").append(constant).append("\\)\";\n");
+      EXPECT_THAT(table, testing::ContainsRegex(line)) << folder.path();
+    }
     EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), std::ssize(kConstants));
   }
   EXPECT_EQ(languages, 7);
