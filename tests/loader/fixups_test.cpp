@@ -1,5 +1,6 @@
 #include "loader/small_image.hpp"
 
+#include <deque>
 #include <gmock/gmock.h>
 
 using namespace veltro::test;
@@ -11,7 +12,8 @@ using veltro::loader::Processor;
 namespace {
 
 Fixups fixups_of(const SmallImage &image) {
-  const Octets file = image.bytes();
+  static std::deque<Octets> files; // The names that are read point into them.
+  const Octets &file = files.emplace_back(image.bytes());
   return veltro::loader::read_contents({file, "the file"}, Processor::x86_64).image.fixups();
 }
 

@@ -25,6 +25,7 @@ def reset(connection):
 
 class Clients(Case):
     options = ('--stall-time', '600')
+    environment = LEAKS_ALLOWED
 
     def still_serves(self):
         self.assertEqual(self.messenger.ask(ECHO, b'still there'), b'still there')

@@ -33,11 +33,12 @@
 namespace {
 
 TEST(ReplacedMethods, AreNotThoseOfAClassThatIsSentItsFirstMessage) {
-  id const file = [class_createInstance(objc_getClass("VTFresh"), 0) initWithContentsOfFile:@"x"];
+  id const file =
+      [NSAllocateObject(objc_getClass("VTFresh"), 0, nullptr) initWithContentsOfFile:@"x"];
   EXPECT_NE(file, nil);
-  id const calendar = class_createInstance(objc_getClass("VTFreshToo"), 0);
+  id const calendar = NSAllocateObject(objc_getClass("VTFreshToo"), 0, nullptr);
   EXPECT_TRUE([[calendar calendarIdentifier] isEqual:@"mine"]);
-  id const copied = class_createInstance(objc_getClass("VTFreshThree"), 0);
+  id const copied = NSAllocateObject(objc_getClass("VTFreshThree"), 0, nullptr);
   EXPECT_TRUE([[copied copyWithZone:nullptr] isEqual:@"a copy"]);
   [file release];
   [calendar release];

@@ -5,6 +5,7 @@
 #include "frameworks/Foundation/NSTimeZone/time_zone_rules.hpp"
 #include "frameworks/Foundation/NSTimeZone/zone_rules.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
+#include "machine/text/utf8.hpp"
 
 #import <Foundation/Foundation.h>
 
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <span>
+#include <unistd.h>
 
 @implementation VHRuleTimeZone
 
@@ -68,7 +70,7 @@ NSTimeZone *zone_of_rule(NSString *rule) {
     return nil;
   const std::lock_guard lock(mutex);
   if (![[spelled_zone name] isEqualToString:rule]) {
-    // The one before stays: who was given it does not own it.
+    [spelled_zone autorelease];
     spelled_zone = [[VHRuleTimeZone alloc] initWithRule:rule];
   }
   return spelled_zone;
@@ -81,9 +83,13 @@ NSTimeZone *system_time_zone(Class self, SEL selector) {
   NSString *const text = name != nullptr ? [NSString stringWithUTF8String:name] : nil;
   NSTimeZone *zone = nil;
   if ([text length] != 0) {
-    zone = [NSTimeZone timeZoneWithName:text];
+    if ([text hasPrefix:@"/"])
+      zone = zone_of_file(text);
+    // GNUstep does not free what it had made for a name that it does not find.
+    else if (access(("/usr/share/zoneinfo/" + utf8_of(text)).c_str(), F_OK) != 0)
+      zone = zone_of_rule(text);
     if (zone == nil)
-      zone = [text hasPrefix:@"/"] ? zone_of_file(text) : zone_of_rule(text);
+      zone = [NSTimeZone timeZoneWithName:text];
   }
   return zone != nil ? zone : gnustep_method(self, selector);
 }
