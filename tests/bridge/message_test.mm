@@ -130,6 +130,9 @@ TEST(Message, IsAPlainObjectThatAdoptsSecureCoding) {
     names.emplace_back(protocol_getName(protocols[index]));
   free(protocols);
   EXPECT_THAT(names, testing::ElementsAre("NSSecureCoding"));
+  EXPECT_EQ([ZLTWhatsAppMessage conformsToProtocol:@protocol(NSSecureCoding)], YES);
+  EXPECT_EQ([ZLTWhatsAppMessage conformsToProtocol:@protocol(NSCoding)], YES);
+  EXPECT_EQ([ZLTWhatsAppMessage conformsToProtocol:@protocol(NSMutableCopying)], NO);
 }
 
 TEST(Message, PropertiesAreBackedByFieldsOfTheirNames) {
