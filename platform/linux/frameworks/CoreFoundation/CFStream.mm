@@ -1,8 +1,9 @@
 // Socket streams: the two streams of a TCP connection, which share one socket. Follows Apple's
 // CFStream, CFReadStream and CFWriteStream references. Opening waits until the connection stands or
 // has failed, where the device connects behind the caller's back; the transfers behave alike.
-// Writes of a few bytes may reach the peer together, with the next read or 200 ms later. Other
-// kinds of streams, status, errors, properties, clients and run loops are left out.
+// The first fields of a request (one byte, then eight) reach the peer together with what follows,
+// with the next read or 200 ms later. Other kinds of streams, status, errors, properties, clients
+// and run loops are left out.
 
 #include <CoreFoundation/CFStream.h>
 

@@ -1,5 +1,6 @@
 #include "frameworks/CoreFoundation/tcp_connection.hpp"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <limits>
@@ -14,8 +15,11 @@
 namespace veltro::host {
 namespace {
 
-/// A write of at most so many bytes is taken for a field, with more to come behind it.
-constexpr std::size_t kLongestHeld = 16;
+/// Sends what is held, and all later writes at once.
+void send_at_once(int socket) {
+  const int on = 1;
+  setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
 
 /// A connect that a signal interrupted continues by itself: wait for its outcome.
 bool finish_connecting(int socket) {
@@ -80,6 +84,7 @@ void TcpConnection::open() {
     return;
   if (port_ <= std::numeric_limits<in_port_t>::max())
     socket_ = connect_to(host_.c_str(), static_cast<in_port_t>(port_));
+  send_at_once(socket_);
 }
 
 ssize_t TcpConnection::read(void *buffer, std::size_t length) {
@@ -94,11 +99,14 @@ ssize_t TcpConnection::read(void *buffer, std::size_t length) {
 }
 
 ssize_t TcpConnection::write(const void *bytes, std::size_t length) {
-  const bool hold = length <= kLongestHeld && !reading_;
+  // One byte to begin with, then eight: a kind and a length, with more to come behind them.
+  const bool field = (written_ == 0 && length == 1) || (written_ == 1 && length == 8);
+  const bool hold = field && !reading_;
   ssize_t result = 0;
   do
     result = send(socket_, bytes, length, MSG_NOSIGNAL | (hold ? MSG_MORE : 0));
   while (result < 0 && errno == EINTR);
+  written_ += static_cast<std::size_t>(std::max<ssize_t>(result, 0));
   held_ = hold;
   if (reading_) // since a moment ago, perhaps, and before it could see what is held
     push();
@@ -106,9 +114,8 @@ ssize_t TcpConnection::write(const void *bytes, std::size_t length) {
 }
 
 void TcpConnection::push() {
-  const int on = 1;
   if (held_.exchange(false))
-    setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    send_at_once(socket_);
 }
 
 } // namespace veltro::host

@@ -28,9 +28,10 @@ public:
   /// them, and a connection that the peer has ended raises none. One thread may read while another
   /// writes.
   ///
-  /// A write of a few bytes is held while nobody reads, so that a request that is written field by
-  /// field wakes its server once. The kernel sends what is held with the next longer write, when a
-  /// read begins, at `push`, at the end of the connection, and by itself after 200 ms.
+  /// A first write of one byte, and one of eight behind it, are held while nobody reads, so that a
+  /// request that is written field by field wakes its server once. The kernel sends what is held
+  /// with the next write, when a read begins, at `push`, at the end of the connection, and by
+  /// itself after 200 ms. All other writes are sent at once.
   ssize_t read(void *buffer, std::size_t length);
   ssize_t write(const void *bytes, std::size_t length);
   void push();
@@ -41,6 +42,7 @@ private:
   std::mutex mutex_; // guards the opening
   bool opened_ = false;
   int socket_ = -1;
+  std::size_t written_ = 0; // by the one thread that writes
   std::atomic<bool> reading_ = false;
   std::atomic<bool> held_ = false;
 };
