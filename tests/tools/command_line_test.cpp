@@ -2,6 +2,7 @@
 
 #include "support/tool.hpp"
 
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <sstream>
 
@@ -63,6 +64,12 @@ TEST(CommandLine, NamesAnUnknownWordAndTheNearestCommand) {
   expect_usage({"chat", "xyzzy"}, "'xyzzy' is no command of chat; veltro chat --help lists them");
 }
 
+TEST(CommandLine, NamesAnUnknownOptionAndTheNearest) {
+  expect_usage({"--verison"}, "'--verison' is no option; did you mean '--version'?");
+  expect_usage({"chat", "--hlep"}, "'--hlep' is no option of chat; did you mean '--help'?");
+  expect_usage({"-q", "--frobnicate"}, "'--frobnicate' is no option; veltro --help lists them");
+}
+
 TEST(CommandLine, LeavesOtherMistakesTheirOwnWords) {
   expect_usage({}, "A subcommand is required");
   expect_usage({"--bogus", "ps"}, "The following argument was not expected: --bogus");
@@ -83,8 +90,16 @@ TEST(CommandLine, PrintsTheVersion) {
 TEST(CommandLine, HelpIsACommandToo) {
   EXPECT_EQ(run_tool({"help"}).out, run_tool({"--help"}).out);
   EXPECT_EQ(run_tool({"help", "chat", "read"}).out, run_tool({"chat", "read", "--help"}).out);
+  EXPECT_EQ(run_tool({"-q", "help", "chat"}).out, run_tool({"chat", "--help"}).out);
   EXPECT_EQ(run_tool({"help"}).status, 0);
   EXPECT_THAT(run_tool({"help"}).out, HasSubstr("Exit status"));
+}
+
+TEST(CommandLine, FailsWhereItsHelpCannotBeWritten) {
+  for (const char *option : {"--help", "--version", "help"}) {
+    const std::string command = std::string(VELTRO_BUILD_DIR) + "/bin/veltro " + option;
+    EXPECT_EQ(WEXITSTATUS(std::system((command + " > /dev/full 2> /dev/null").c_str())), 1);
+  }
 }
 
 TEST(CommandLine, HelpNamesTheVariablesThatEachCommandReads) {

@@ -8,6 +8,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
+#include <iostream>
+#include <ranges>
 #include <span>
 #include <string>
 #include <vector>
@@ -39,11 +41,20 @@ void add_commands(CLI::App &app, Action &run) {
 std::vector<char *> words_of(std::span<char *> arguments) {
   static std::string help = "--help";
   std::vector<char *> words(arguments.begin(), arguments.end());
-  if (words.size() > 1 && std::strcmp(words[1], "help") == 0) {
-    words.erase(words.begin() + 1);
+  auto after_name = words | std::views::drop(1);
+  const auto command =
+      std::ranges::find_if(after_name, [](const char *word) { return *word != '-'; });
+  if (command != after_name.end() && std::strcmp(*command, "help") == 0) {
+    words.erase(command);
     words.push_back(help.data());
   }
   return words;
+}
+
+/// Prints the help or the version that was asked for.
+int grant(const CLI::App &app, const CLI::Success &wish) {
+  const int status = app.exit(wish);
+  return std::cout.flush() ? status : failure("cannot write to standard output");
 }
 
 } // namespace
@@ -65,13 +76,12 @@ int main(int argc, char **argv) {
   add_common(app, quiet);
 
   const std::vector<char *> words = words_of({argv, static_cast<std::size_t>(argc)});
-  const auto unknown = [&] { return unknown_command(app, std::span(words).subspan(1)); };
+  const auto unknown = [&] { return unknown_word(app, std::span(words).subspan(1)); };
   try {
     app.parse(static_cast<int>(words.size()), words.data());
   } catch (const CLI::Success &wish) {
-    // Help and version.
     const std::string problem = unknown();
-    return problem.empty() ? app.exit(wish) : usage_error(problem);
+    return problem.empty() ? grant(app, wish) : usage_error(problem);
   } catch (const CLI::ParseError &error) {
     const std::string problem = unknown();
     return usage_error(problem.empty() ? error.what() : problem);

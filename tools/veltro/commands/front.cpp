@@ -59,6 +59,14 @@ std::vector<CLI::App *> subcommands(CLI::App &app) {
   return app.get_subcommands(std::function<bool(CLI::App *)>());
 }
 
+std::vector<std::string> option_names(const CLI::App &app) {
+  std::vector<std::string> names;
+  for (const CLI::Option *const option : app.get_options())
+    for (const std::string &name : option->get_lnames())
+      names.push_back("--" + name);
+  return names;
+}
+
 void add_to(CLI::App &app, bool &quiet, const std::string &environment) {
   app.add_flag("-q,--quiet", quiet, "Leave the library's log lines out");
   const std::string footer = app.get_footer();
@@ -76,24 +84,29 @@ void add_common(CLI::App &app, bool &quiet) {
     add_to(*command, quiet, environment_of(command->get_name()));
 }
 
-std::string unknown_command(CLI::App &app, std::span<char *const> arguments) {
+std::string unknown_word(CLI::App &app, std::span<char *const> arguments) {
   CLI::App *command = &app;
-  for (const std::string word : arguments) {
+  for (std::size_t at = 0; at < arguments.size(); ++at) {
+    const std::string word = arguments[at];
     std::vector<std::string> names;
     for (CLI::App *const each : subcommands(*command))
       names.push_back(each->get_name());
     if (names.empty())
       return "";
-    if (word.starts_with('-')) {
+    const bool is_option = word.starts_with('-');
+    if (is_option) {
+      if (command->get_option_no_throw(word) != nullptr)
+        continue;
       // Whether a word that follows belongs to it is not known of an unknown one.
-      if (command->get_option_no_throw(word) == nullptr)
+      if (at + 1 < arguments.size())
         return "";
-      continue;
+      names = option_names(*command);
     }
     if (std::ranges::find(names, word) == names.end()) {
       const std::string full_name = (command == &app ? "" : " " + command->get_name());
       const std::string meant = nearest(word, names);
-      return "'" + word + "' is no command" + (full_name.empty() ? "" : " of" + full_name) +
+      return "'" + word + "' is no " + (is_option ? "option" : "command") +
+             (full_name.empty() ? "" : " of" + full_name) +
              (meant.empty() ? "; veltro" + full_name + " --help lists them"
                             : "; did you mean '" + meant + "'?");
     }

@@ -14,7 +14,8 @@ namespace veltro::tool {
 /// the variables that it reads.
 void add_common(CLI::App &app, bool &quiet);
 
-/// What is wrong where a word that stands for a subcommand is none; empty where that is not it.
-std::string unknown_command(CLI::App &app, std::span<char *const> arguments);
+/// What is wrong where a word that stands for a subcommand is none, or the last word for an option
+/// before one; empty where that is not it.
+std::string unknown_word(CLI::App &app, std::span<char *const> arguments);
 
 } // namespace veltro::tool
