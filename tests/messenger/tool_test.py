@@ -136,6 +136,11 @@ class NotRunning(unittest.TestCase):
                 'Seems WhatsApp is not running, hence returning...'), lines[1])
             self.assertEqual(lines[2],
                              f'veltro: no reply, and no messenger serves {root}; veltro messenger start starts one')
+        # Whoever listens at a port of one's choice, the library asks for the process first.
+        for arguments in (('send', '5', '--text', 'x'), ('chat', 'chats')):
+            ended = veltro(root, '-q', *arguments, '--port', '1')
+            self.assertEqual((ended.returncode, ended.stdout, ended.stderr.decode()), (
+                1, b'', 'veltro: no reply: no process named WhatsApp runs; veltro messenger start starts one\n'))
 
 
 class Roots(unittest.TestCase):

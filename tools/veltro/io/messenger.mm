@@ -55,6 +55,8 @@ int nothing_came(std::optional<long> port) {
   if (!port && !serving_messenger())
     return failure("no reply, and no messenger serves " + std::string([VHDeviceRoot() UTF8String]) +
                    how_to_have_one());
+  if (whatsapp_processes().empty())
+    return failure("no reply: no process named WhatsApp runs" + how_to_have_one());
   return failure("empty reply: the request failed, or there was nothing to say");
 }
 
