@@ -67,7 +67,8 @@ TEST_F(NewTool, MakesItInPlainObjectiveC) {
 }
 
 TEST_F(NewTool, RefusesWhatIsNoName) {
-  for (const char *name : {"", "1st", "two words", "a/b", "../x", "Ünicode", "-x"}) {
+  for (const char *name : {"", "1st", "two words", "a/b", "../x", "Ünicode", "-x", "int", "class",
+                           "self", "YES", "main", "test", "NSObject", "UIView", "ZLTUtils"}) {
     const ToolResult result = make(name);
     EXPECT_EQ(result.status, 2) << name;
     EXPECT_EQ(std::ranges::count(result.error, '\n'), 1) << result.error;

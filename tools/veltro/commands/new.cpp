@@ -5,12 +5,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <objc/runtime.h>
 #include <string_view>
 
 namespace veltro::tool {
@@ -21,6 +23,24 @@ namespace fs = std::filesystem;
 /// How the example is called, in its files and in their names.
 constexpr std::string_view kExampleName = "Component";
 constexpr std::string_view kExampleNameInSmallLetters = "component";
+
+/// Words that a class cannot be called, or a target of CMake's, as the component's is.
+constexpr auto kReserved = std::to_array<std::string_view>({
+    "BOOL",      "Class",     "IMP",          "NO",        "NULL",     "Nil",      "Protocol",
+    "SEL",       "YES",       "alignas",      "alignof",   "all",      "and",      "asm",
+    "auto",      "bitand",    "bitor",        "bool",      "break",    "case",     "catch",
+    "char",      "class",     "clean",        "compl",     "concept",  "const",    "consteval",
+    "constexpr", "constinit", "continue",     "decltype",  "default",  "delete",   "do",
+    "double",    "else",      "enum",         "explicit",  "export",   "extern",   "false",
+    "float",     "for",       "friend",       "goto",      "help",     "id",       "if",
+    "inline",    "install",   "instancetype", "int",       "long",     "main",     "mutable",
+    "namespace", "new",       "nil",          "noexcept",  "not",      "nullptr",  "operator",
+    "or",        "package",   "private",      "protected", "public",   "register", "requires",
+    "restrict",  "return",    "self",         "short",     "signed",   "sizeof",   "static",
+    "struct",    "super",     "switch",       "template",  "test",     "this",     "throw",
+    "true",      "try",       "typedef",      "typeid",    "typename", "typeof",   "union",
+    "unsigned",  "using",     "virtual",      "void",      "volatile", "while",    "xor",
+});
 
 struct NewOptions {
   std::string name;
@@ -39,6 +59,17 @@ bool is_name(const std::string &text) {
   const auto is_plain = [](unsigned char character) { return std::isalnum(character) != 0; };
   return !text.empty() && is_letter(static_cast<unsigned char>(text.front())) &&
          std::ranges::all_of(text, is_plain);
+}
+
+/// Why no class can have that name, or an empty text.
+std::string what_is_wrong_with(const std::string &name) {
+  if (!is_name(name))
+    return "a component's name is a letter and then letters and digits: " + name;
+  if (std::ranges::find(kReserved, name) != kReserved.end())
+    return "a component cannot be called " + name + ", a word of the language or of CMake's";
+  if (objc_getClass(name.c_str()) != nullptr)
+    return "a component cannot be called " + name + ": there is such a class already";
+  return "";
 }
 
 void replace_all(std::string &text, std::string_view from, std::string_view to) {
@@ -86,9 +117,8 @@ std::string copy_file(const fs::path &from, const fs::path &to, const NewOptions
 }
 
 int make_component(const NewOptions &options) {
-  if (!is_name(options.name))
-    return usage_error("a component's name is a letter and then letters and digits: " +
-                       options.name);
+  if (const std::string problem = what_is_wrong_with(options.name); !problem.empty())
+    return usage_error(problem);
   const fs::path example = example_folder();
   const fs::path folder = options.folder.empty() ? options.name : options.folder;
   std::error_code error;
