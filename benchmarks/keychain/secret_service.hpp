@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <libsecret/secret.h>
 #include <string>
@@ -124,6 +125,7 @@ private:
       prctl(PR_SET_PDEATHSIG, SIGKILL);
       dup2(in[0], STDIN_FILENO);
       dup2(out[1], STDOUT_FILENO);
+      dup2(open("/dev/null", O_WRONLY), STDERR_FILENO); // warnings about each item
       for (const int end : {in[0], in[1], out[0], out[1]})
         close(end);
       execvp(argv[0], argv.data());

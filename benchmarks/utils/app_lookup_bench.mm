@@ -9,6 +9,7 @@
 
 #include <benchmark/benchmark.h>
 #include <cstdlib>
+#include <map>
 #include <sys/stat.h>
 #include <thread>
 
@@ -16,20 +17,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A device root of some user apps, which this process uses while the object lives.
+/// A device root of some user apps.
 class Root {
 public:
   explicit Root(std::int64_t apps) {
     for (std::int64_t number = 0; number < apps; ++number)
       veltro::test::lay_user_app("org.example.app" + std::to_string(number), "App",
                                  "U" + std::to_string(number), folder_.path());
-    setenv("VELTRO_ROOT", folder_.path().c_str(), 1);
     wanted_ = "org.example.app" + std::to_string(apps / 2);
     // The index trusts a folder only once its last change is a moment ago.
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    veltro::host::installed_apps();
   }
 
+  /// Makes this root the one that the process uses, and reads its apps.
+  void use() const {
+    setenv("VELTRO_ROOT", folder_.path().c_str(), 1);
+    veltro::host::installed_apps();
+  }
   [[nodiscard]] NSString *new_wanted() const {
     return [[NSString alloc] initWithUTF8String:wanted_.c_str()];
   }
@@ -42,8 +46,16 @@ private:
   std::string wanted_;
 };
 
+/// The root of so many apps, made once and in use from here on.
+const Root &root_of(std::int64_t apps) {
+  static std::map<std::int64_t, Root> roots;
+  const Root &root = roots.try_emplace(apps, apps).first->second;
+  root.use();
+  return root;
+}
+
 void look_up(benchmark::State &state) {
-  const Root root(state.range(0));
+  const Root &root = root_of(state.range(0));
   NSString *wanted = root.new_wanted();
   for (auto _ : state) {
     @autoreleasepool {
@@ -55,7 +67,7 @@ void look_up(benchmark::State &state) {
 }
 
 void look_up_unknown(benchmark::State &state) {
-  const Root root(state.range(0));
+  root_of(state.range(0));
   for (auto _ : state) {
     @autoreleasepool {
       if ([ZLTUtils applicationInstalledDirectory:@"org.example.none"] != nil)
@@ -65,7 +77,7 @@ void look_up_unknown(benchmark::State &state) {
 }
 
 void stat_every_folder(benchmark::State &state) {
-  const Root root(state.range(0));
+  const Root &root = root_of(state.range(0));
   std::vector<std::string> paths;
   for (const auto &container : fs::directory_iterator(root.containers())) {
     paths.push_back(container.path());
@@ -80,7 +92,7 @@ void stat_every_folder(benchmark::State &state) {
 }
 
 void read_every_info(benchmark::State &state) {
-  const Root root(state.range(0));
+  const Root &root = root_of(state.range(0));
   NSString *wanted = root.new_wanted();
   for (auto _ : state) {
     @autoreleasepool {
