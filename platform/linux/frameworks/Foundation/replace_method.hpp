@@ -35,9 +35,9 @@ inline IMP set_implementation(Class owner, Method method, IMP implementation) {
 }
 
 /// Replaces the method of `owner` itself (not one that it inherits); returns the one before. To be
-/// called from +load: earlier no message can be sent, later other code may have kept the old one.
-/// Where a replaced method is the first that a class is sent, the runtime calls it before it has
-/// initialized the class: a class method that stands for it first sends [self class].
+/// called in VH_AT_LOAD: earlier no message can be sent, later other code may have kept the old
+/// one. Where a replaced method is the first that a class is sent, the runtime calls it before it
+/// has initialized the class: a class method that stands for it first sends [self class].
 template <typename Function>
 Function replace_method(Class owner, const char *selector, Function replacement) {
   Method method = class_getInstanceMethod(owner, sel_registerName(selector));
@@ -56,3 +56,18 @@ Function replace_class_method(Class owner, const char *selector, Function replac
 }
 
 } // namespace veltro::host
+
+/// Heads a function that runs when the platform loads, in the +load of a class of that name, which
+/// has no other use.
+// A class has no parentheses around its name. NOLINTBEGIN(bugprone-macro-parentheses)
+#define VH_AT_LOAD(name)                                                                           \
+  @interface name : NSObject                                                                       \
+  @end                                                                                             \
+  static void name##_at_load();                                                                    \
+  @implementation name                                                                             \
+  +(void)load {                                                                                    \
+    name##_at_load();                                                                              \
+  }                                                                                                \
+  @end                                                                                             \
+  static void name##_at_load()
+// NOLINTEND(bugprone-macro-parentheses)

@@ -71,65 +71,32 @@ CGColorRef create(std::initializer_list<CGFloat> components) {
   return [self retain];
 }
 
-+ (UIColor *)blackColor {
-  return [self colorWithWhite:0 alpha:1];
-}
+// A method has no parentheses around its name. NOLINTBEGIN(bugprone-macro-parentheses)
+#define VH_GRAY(name, white, opacity)                                                              \
+  +(UIColor *)name {                                                                               \
+    return [self colorWithWhite:white alpha:opacity];                                              \
+  }
+#define VH_RGB(name, r, g, b)                                                                      \
+  +(UIColor *)name {                                                                               \
+    return [self colorWithRed:r green:g blue:b alpha:1];                                           \
+  }
+// NOLINTEND(bugprone-macro-parentheses)
 
-+ (UIColor *)darkGrayColor {
-  return [self colorWithWhite:1.0 / 3 alpha:1];
-}
-
-+ (UIColor *)lightGrayColor {
-  return [self colorWithWhite:2.0 / 3 alpha:1];
-}
-
-+ (UIColor *)whiteColor {
-  return [self colorWithWhite:1 alpha:1];
-}
-
-+ (UIColor *)grayColor {
-  return [self colorWithWhite:0.5 alpha:1];
-}
-
-+ (UIColor *)clearColor {
-  return [self colorWithWhite:0 alpha:0];
-}
-
-+ (UIColor *)redColor {
-  return [self colorWithRed:1 green:0 blue:0 alpha:1];
-}
-
-+ (UIColor *)greenColor {
-  return [self colorWithRed:0 green:1 blue:0 alpha:1];
-}
-
-+ (UIColor *)blueColor {
-  return [self colorWithRed:0 green:0 blue:1 alpha:1];
-}
-
-+ (UIColor *)cyanColor {
-  return [self colorWithRed:0 green:1 blue:1 alpha:1];
-}
-
-+ (UIColor *)yellowColor {
-  return [self colorWithRed:1 green:1 blue:0 alpha:1];
-}
-
-+ (UIColor *)magentaColor {
-  return [self colorWithRed:1 green:0 blue:1 alpha:1];
-}
-
-+ (UIColor *)orangeColor {
-  return [self colorWithRed:1 green:0.5 blue:0 alpha:1];
-}
-
-+ (UIColor *)purpleColor {
-  return [self colorWithRed:0.5 green:0 blue:0.5 alpha:1];
-}
-
-+ (UIColor *)brownColor {
-  return [self colorWithRed:0.6 green:0.4 blue:0.2 alpha:1];
-}
+VH_GRAY(blackColor, 0, 1)
+VH_GRAY(darkGrayColor, 1.0 / 3, 1)
+VH_GRAY(lightGrayColor, 2.0 / 3, 1)
+VH_GRAY(whiteColor, 1, 1)
+VH_GRAY(grayColor, 0.5, 1)
+VH_GRAY(clearColor, 0, 0)
+VH_RGB(redColor, 1, 0, 0)
+VH_RGB(greenColor, 0, 1, 0)
+VH_RGB(blueColor, 0, 0, 1)
+VH_RGB(cyanColor, 0, 1, 1)
+VH_RGB(yellowColor, 1, 1, 0)
+VH_RGB(magentaColor, 1, 0, 1)
+VH_RGB(orangeColor, 1, 0.5, 0)
+VH_RGB(purpleColor, 0.5, 0, 0.5)
+VH_RGB(brownColor, 0.6, 0.4, 0.2)
 
 - (UIColor *)colorWithAlphaComponent:(CGFloat)alpha {
   const CGColorRef color = CGColorCreateCopyWithAlpha(_color, alpha);

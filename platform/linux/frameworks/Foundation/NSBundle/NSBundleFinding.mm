@@ -100,12 +100,7 @@ id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
 
 } // namespace
 
-@interface VHBundleFinding : NSObject
-@end
-
-@implementation VHBundleFinding
-
-+ (void)load {
+VH_AT_LOAD(VHBundleFinding) {
   Class bundle = objc_getClass("NSBundle");
   gnustep_init = replace_method(bundle, "initWithPath:", init_with_path);
   gnustep_main_bundle = replace_class_method(bundle, "mainBundle", main_bundle);
@@ -113,5 +108,3 @@ id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
   gnustep_bundle_with_identifier =
       replace_class_method(bundle, "bundleWithIdentifier:", bundle_with_identifier);
 }
-
-@end

@@ -86,17 +86,10 @@ Class class_named(NSBundle *self, SEL command, NSString *name) {
 
 } // namespace
 
-@interface VHBundleLoading : NSObject
-@end
-
-@implementation VHBundleLoading
-
-+ (void)load {
+VH_AT_LOAD(VHBundleLoading) {
   Class bundle = objc_getClass("NSBundle");
   gnustep_info = replace_method(bundle, "infoDictionary", info_dictionary);
   gnustep_resource_path = replace_method(bundle, "resourcePath", resource_path);
   gnustep_load = replace_method(bundle, "load", ::load);
   gnustep_class = replace_method(bundle, "classNamed:", class_named);
 }
-
-@end

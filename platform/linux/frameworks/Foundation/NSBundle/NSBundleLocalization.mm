@@ -149,16 +149,9 @@ NSArray *preferred_localizations(NSBundle *self, SEL /*command*/) {
 
 } // namespace
 
-@interface VHBundleLocalization : NSObject
-@end
-
-@implementation VHBundleLocalization
-
-+ (void)load {
+VH_AT_LOAD(VHBundleLocalization) {
   Class bundle = objc_getClass("NSBundle");
   replace_method(bundle, "localizedStringForKey:value:table:", localized_string);
   replace_method(bundle, "localizations", localizations);
   replace_method(bundle, "preferredLocalizations", preferred_localizations);
 }
-
-@end

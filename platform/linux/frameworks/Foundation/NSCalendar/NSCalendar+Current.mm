@@ -96,12 +96,7 @@ NSCalendar *snapshot_of(NSCalendar *calendar) {
 
 } // namespace veltro::host
 
-@interface VHCurrentCalendarPatches : NSObject
-@end
-
-@implementation VHCurrentCalendarPatches
-
-+ (void)load {
+VH_AT_LOAD(VHCurrentCalendarPatches) {
   using namespace veltro::host;
   Class calendar = objc_getClass("NSCalendar");
   replace_class_method(calendar, "currentCalendar", &current_calendar);
@@ -122,5 +117,3 @@ NSCalendar *snapshot_of(NSCalendar *calendar) {
   SnapshotMethod<"rangeOfUnit:inUnit:forDate:", NSRange, NSCalendarUnit, NSCalendarUnit,
                  NSDate *>::patch();
 }
-
-@end

@@ -295,12 +295,7 @@ BOOL range_of_unit(NSCalendar *self, SEL /*selector*/, NSCalendarUnit unit, NSDa
 } // namespace
 } // namespace veltro::host
 
-@interface VHCalendarPatches : NSObject
-@end
-
-@implementation VHCalendarPatches
-
-+ (void)load {
+VH_AT_LOAD(VHCalendarPatches) {
   using namespace veltro::host;
   Class calendar = objc_getClass("NSCalendar");
   gnustep_methods.components =
@@ -310,5 +305,3 @@ BOOL range_of_unit(NSCalendar *self, SEL /*selector*/, NSCalendarUnit unit, NSDa
       calendar, "dateByAddingComponents:toDate:options:", &date_by_adding_components);
   replace_method(calendar, "rangeOfUnit:startDate:interval:forDate:", &range_of_unit);
 }
-
-@end

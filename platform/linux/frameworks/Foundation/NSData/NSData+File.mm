@@ -32,14 +32,7 @@ id init_with_contents_of_file(NSData *self, SEL /*command*/, NSString *path) {
 
 } // namespace
 
-@interface VHDataFile : NSObject
-@end
-
-@implementation VHDataFile
-
-+ (void)load {
+VH_AT_LOAD(VHDataFile) {
   veltro::host::replace_method(objc_getClass("NSData"),
                                "initWithContentsOfFile:", init_with_contents_of_file);
 }
-
-@end

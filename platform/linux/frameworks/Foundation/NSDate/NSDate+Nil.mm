@@ -18,15 +18,8 @@ NSTimeInterval time_interval_since_date(NSDate *self, SEL selector, NSDate *date
 } // namespace
 } // namespace veltro::host
 
-@interface VHNilDatePatches : NSObject
-@end
-
-@implementation VHNilDatePatches
-
-+ (void)load {
+VH_AT_LOAD(VHNilDatePatches) {
   using namespace veltro::host;
   gnustep_method = replace_method(NSClassFromString(@"NSGDate"),
                                   "timeIntervalSinceDate:", &time_interval_since_date);
 }
-
-@end

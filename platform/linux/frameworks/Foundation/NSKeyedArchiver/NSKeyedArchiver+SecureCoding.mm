@@ -44,17 +44,10 @@ id archived_data(id /*self*/, SEL /*selector*/, id object, BOOL secure, NSError 
 
 } // namespace
 
-@interface VHSecureArchiving : NSObject
-@end
-
-@implementation VHSecureArchiving
-
-+ (void)load {
+VH_AT_LOAD(VHSecureArchiving) {
   const Class archiver = objc_getClass("NSKeyedArchiver");
   encode_object =
       veltro::host::replace_method(archiver, "_encodeObject:conditional:", encode_checked);
   veltro::host::replace_class_method(
       archiver, "archivedDataWithRootObject:requiringSecureCoding:error:", archived_data);
 }
-
-@end

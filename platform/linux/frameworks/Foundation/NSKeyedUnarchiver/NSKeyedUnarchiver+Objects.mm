@@ -193,20 +193,13 @@ id decode_elements_checked(id self, SEL selector, NSString *key) {
 
 } // namespace
 
-@interface VHObjectDecoding : NSObject
-@end
-
-@implementation VHObjectDecoding
-
-+ (void)load {
+VH_AT_LOAD(VHObjectDecoding) {
   const Class unarchiver = objc_getClass("NSKeyedUnarchiver");
   objects_offset = ivar_getOffset(class_getInstanceVariable(unarchiver, "_objects"));
   decode_object = replace_method(unarchiver, "_decodeObject:", decode);
   decode_elements =
       replace_method(unarchiver, "_decodeArrayOfObjectsForKey:", decode_elements_checked);
 }
-
-@end
 
 @implementation NSKeyedUnarchiver (VHExpectedClasses)
 

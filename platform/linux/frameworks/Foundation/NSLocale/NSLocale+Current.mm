@@ -32,15 +32,8 @@ NSLocale *current_locale(Class self, SEL selector) {
 } // namespace
 } // namespace veltro::host
 
-@interface VHCurrentLocalePatches : NSObject
-@end
-
-@implementation VHCurrentLocalePatches
-
-+ (void)load {
+VH_AT_LOAD(VHCurrentLocalePatches) {
   using namespace veltro::host;
   gnustep_method =
       replace_class_method(objc_getClass("NSLocale"), "currentLocale", &current_locale);
 }
-
-@end

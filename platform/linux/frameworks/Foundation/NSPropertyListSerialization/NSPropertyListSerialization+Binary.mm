@@ -35,12 +35,7 @@ id data_with_error(id self, SEL selector, id list, NSPropertyListFormat format,
 
 } // namespace
 
-@interface VHBinaryPropertyLists : NSObject
-@end
-
-@implementation VHBinaryPropertyLists
-
-+ (void)load {
+VH_AT_LOAD(VHBinaryPropertyLists) {
   using veltro::host::replace_class_method;
   const Class serialization = objc_getClass("NSPropertyListSerialization");
   with_description = replace_class_method(
@@ -48,5 +43,3 @@ id data_with_error(id self, SEL selector, id list, NSPropertyListFormat format,
   with_error = replace_class_method(serialization,
                                     "dataWithPropertyList:format:options:error:", data_with_error);
 }
-
-@end

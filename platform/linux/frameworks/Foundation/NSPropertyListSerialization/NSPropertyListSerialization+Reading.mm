@@ -117,12 +117,7 @@ template <typename Collection> struct Reading {
 
 } // namespace
 
-@interface VHReadingPropertyLists : NSObject
-@end
-
-@implementation VHReadingPropertyLists
-
-+ (void)load {
+VH_AT_LOAD(VHReadingPropertyLists) {
   gnustep_list = replace_class_method(objc_getClass("NSPropertyListSerialization"),
                                       "propertyListWithData:options:format:error:", list_with_data);
   const Class string = objc_getClass("NSString");
@@ -136,5 +131,3 @@ template <typename Collection> struct Reading {
   Reading<NSArray>::patch("NSArray");
   Reading<NSArray>::fill = [](NSArray *self, id list) -> id { return [self initWithArray:list]; };
 }
-
-@end

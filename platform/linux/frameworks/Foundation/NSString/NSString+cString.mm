@@ -67,12 +67,7 @@ bool implements(Class candidate) {
 
 } // namespace
 
-@interface VHStringCStrings : NSObject
-@end
-
-@implementation VHStringCStrings
-
-+ (void)load {
+VH_AT_LOAD(VHStringCStrings) {
   // No message to a string here: its +initialize would settle the encoding of C strings before the
   // process's locale and arguments are known.
   std::vector<Class> classes(static_cast<std::size_t>(objc_getClassList(nullptr, 0)));
@@ -92,5 +87,3 @@ bool implements(Class candidate) {
   class_addMethod(literals, sel_registerName(kSelector), method_getImplementation(inherited),
                   method_getTypeEncoding(inherited));
 }
-
-@end

@@ -97,15 +97,8 @@ NSTimeZone *system_time_zone(Class self, SEL selector) {
 } // namespace
 } // namespace veltro::host
 
-@interface VHSystemTimeZonePatches : NSObject
-@end
-
-@implementation VHSystemTimeZonePatches
-
-+ (void)load {
+VH_AT_LOAD(VHSystemTimeZonePatches) {
   using namespace veltro::host;
   gnustep_method =
       replace_class_method(objc_getClass("NSTimeZone"), "systemTimeZone", &system_time_zone);
 }
-
-@end

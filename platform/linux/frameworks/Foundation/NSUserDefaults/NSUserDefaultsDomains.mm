@@ -127,17 +127,9 @@ void remove_domain(NSUserDefaults *self, SEL selector, NSString *domain) {
 
 } // namespace
 
-/// Puts the device's way in place while the platform loads.
-@interface VHUserDefaultsDomains : NSObject
-@end
-
-@implementation VHUserDefaultsDomains
-
-+ (void)load {
+VH_AT_LOAD(VHUserDefaultsDomains) {
   const Class defaults = objc_getClass("NSUserDefaults");
   read_of_gnustep = replace_method(defaults, "persistentDomainForName:", read_domain);
   write_of_gnustep = replace_method(defaults, "setPersistentDomain:forName:", write_domain);
   remove_of_gnustep = replace_method(defaults, "removePersistentDomainForName:", remove_domain);
 }
-
-@end

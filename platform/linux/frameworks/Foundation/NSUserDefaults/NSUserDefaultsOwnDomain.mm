@@ -49,14 +49,7 @@ BOOL synchronize(id self, SEL selector) {
 
 } // namespace
 
-@interface VHOwnDomains : NSObject
-@end
-
-@implementation VHOwnDomains
-
-+ (void)load {
+VH_AT_LOAD(VHOwnDomains) {
   gnustep_synchronize =
       veltro::host::replace_method(objc_getClass("GSPersistentDomain"), "synchronize", synchronize);
 }
-
-@end
