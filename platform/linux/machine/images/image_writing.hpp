@@ -1,4 +1,4 @@
-// Pixels to image files: PNG with libpng, JPEG with gdk-pixbuf.
+// Pixels to image files, with gdk-pixbuf.
 #pragma once
 
 #include "machine/images/bitmap.hpp"
