@@ -12,8 +12,9 @@ all: build
 deps:
 	@scripts/install-deps
 
+# What is installed, without the tests.
 build: deps
-	@scripts/build release
+	@scripts/build release product
 
 demo: build
 	@scripts/demo $(SLICE)

@@ -3,6 +3,11 @@
 
 include(CMakePackageConfigHelpers)
 
+add_custom_target(product DEPENDS veltro-tool messenger-bundle)
+if(TARGET manual)
+  add_dependencies(product manual)
+endif()
+
 set(VELTRO_PLATFORM_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/veltro-platform)
 
 # Stripped; the component `debug` lays the debug information beside what was installed before, where gdb looks for it.
