@@ -44,56 +44,88 @@ typedef NS_ENUM(NSInteger, ZLTKeyChainErrorCode) {
 /// ZLTKeyChainQuery of its own, which matches synchronised and other items alike and names no
 /// access group.
 ///
-/// An error is stored through the last argument, where one is given, on failure only, and is
-/// autoreleased; the forms without that argument report only by their result. A nil service or
-/// account is a failure with ZLTKeyChainErrorBadArguments, except in listings. All methods block
-/// until the keychain has returned; any thread may call them.
+/// The forms without an error report a failure only by their result. All methods block until the
+/// keychain has returned; any thread may call them.
 VELTRO_EXPORT
 @interface ZLTKeyChain : NSObject
 
-/// The password as a string (autoreleased). Nil where there is no such item (errSecItemNotFound),
-/// and, without an error, where its bytes are empty or not UTF-8.
+/// The password as a string.
+/// @param service The item's service; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param account The item's account; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @return The password, autoreleased; nil on failure, as where there is no such item
+/// (errSecItemNotFound), and, without an error, where its bytes are empty or not UTF-8.
 + (NSString *)passwordForService:(NSString *)service account:(NSString *)account;
-/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
+/// The same, with the error of a failure.
+/// @param service The item's service; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param account The item's account; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return As without `error`: the password, autoreleased, or nil.
 + (NSString *)passwordForService:(NSString *)service
                          account:(NSString *)account
                            error:(NSError **)error;
 
-/// Deletes the item; NO where there is none (errSecItemNotFound).
+/// Deletes the item.
+/// @param service The item's service; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param account The item's account; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @return YES; NO on failure, as where there is no such item (errSecItemNotFound).
 + (BOOL)deletePasswordForService:(NSString *)service account:(NSString *)account;
-/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
+/// The same, with the error of a failure.
+/// @param service The item's service; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param account The item's account; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return As without `error`: YES, or NO on failure.
 + (BOOL)deletePasswordForService:(NSString *)service
                          account:(NSString *)account
                            error:(NSError **)error;
 
 /// Stores the password's UTF-8 bytes as a new item, after deleting the one that was there: its
-/// creation date is new as well. An empty password is stored; nil is ZLTKeyChainErrorBadArguments.
+/// creation date is new as well.
+/// @param password The password; an empty one is stored, and nil is a failure with
+/// ZLTKeyChainErrorBadArguments.
+/// @param service The item's service; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param account The item's account; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @return YES; NO on failure.
 + (BOOL)setPassword:(NSString *)password forService:(NSString *)service account:(NSString *)account;
-/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
+/// The same, with the error of a failure.
+/// @param password The password; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param service The item's service; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param account The item's account; nil is a failure with ZLTKeyChainErrorBadArguments.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return As without `error`: YES, or NO on failure.
 + (BOOL)setPassword:(NSString *)password
          forService:(NSString *)service
             account:(NSString *)account
               error:(NSError **)error;
 
-/// The attribute dictionaries of all generic-password items that the process may see
-/// (autoreleased), without their secrets. Nil on failure, and where there is none
+/// The attribute dictionaries of all generic-password items that the process may see, without their
+/// secrets.
+/// @return The dictionaries, autoreleased; nil on failure, as where there is no item
 /// (errSecItemNotFound).
 + (NSArray *)allAccounts;
-/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
+/// The same, with the error of a failure.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return As without `error`: the dictionaries, autoreleased, or nil.
 + (NSArray *)allAccounts:(NSError **)error;
 
-/// The same for the items of one service, or of all where it is nil.
+/// The same for the items of one service.
+/// @param service The service; nil for all.
+/// @return The dictionaries, autoreleased; nil on failure, as where there is no item
+/// (errSecItemNotFound).
 + (NSArray *)accountsForService:(NSString *)service;
-/// The same; the error of a failure is left in `error` (autoreleased), unless that is null.
+/// The same, with the error of a failure.
+/// @param service The service; nil for all.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return As without `error`: the dictionaries, autoreleased, or nil.
 + (NSArray *)accountsForService:(NSString *)service error:(NSError **)error;
 
-/// The accessibility that every save of this process gives its item; null, as it is at first, for
-/// the keychain's own default.
+/// The accessibility that every save of this process gives its item.
+/// @return The constant, which the library keeps; null, as it is at first, for the keychain's own
+/// default.
 + (CFStringRef)accessibilityType;
 
-/// Sets it to one of the platform's kSecAttrAccessible… constants, which is retained for good. Not
-/// null: once set, the setting cannot be cleared. Set it once at start-up, from one thread, before
-/// the first save.
+/// Sets it, and does not fail. Set it once at start-up, from one thread, before the first save.
+/// @param accessibilityType One of the platform's kSecAttrAccessible… constants, which is retained.
+/// Not null: once set, the setting cannot be cleared.
 + (void)setAccessibilityType:(CFTypeRef)accessibilityType;
 
 @end

@@ -19,11 +19,10 @@ typedef NS_ENUM(unsigned long long, ZLTKeyChainQuerySynchronizationMode) {
 /// One request to the keychain for a generic-password item. Set the properties, then run one of the
 /// operations, which read the properties at that moment.
 ///
-/// Operations return whether they succeeded and, where they failed and an error pointer is given,
-/// store an autoreleased error of the domain kZLTKeyChainErrorDomain; nothing is stored on success.
-/// Its code is the keychain's status, or ZLTKeyChainErrorBadArguments for a missing property, in
-/// which case the keychain was not called. They block until the keychain has returned. A query is
-/// to be used by one thread at a time.
+/// The error of an operation that failed has the domain kZLTKeyChainErrorDomain. Its code is the
+/// keychain's status, or ZLTKeyChainErrorBadArguments for a missing property, in which case the
+/// keychain was not called. Operations block until the keychain has returned. A query is to be used
+/// by one thread at a time. All objects are nil at first.
 VELTRO_EXPORT
 @interface ZLTKeyChainQuery : NSObject {
 @private
@@ -35,23 +34,23 @@ VELTRO_EXPORT
   NSData *_passwordData;
 }
 
-/// The item's account name.
+/// The item's account name; nil for none.
 @property (copy, nonatomic) NSString *account;
 
-/// The item's service name.
+/// The item's service name; nil for none.
 @property (copy, nonatomic) NSString *service;
 
-/// A label for people to read; used by saving only.
+/// A label for people to read; used by saving only. Nil for none.
 @property (copy, nonatomic) NSString *label;
 
 /// The keychain access group; given to the keychain wherever it is not nil.
 @property (copy, nonatomic) NSString *accessGroup;
 
-/// Any, unless it is set. Has no effect before iOS 7. Other values than the three make the
-/// operations raise NSInvalidArgumentException.
+/// Any, unless it is set. Has no effect before iOS 7. Its range is the three values: from iOS 7 on
+/// others make the operations raise NSInvalidArgumentException.
 @property (nonatomic) ZLTKeyChainQuerySynchronizationMode synchronizationMode;
 
-/// The secret: its bytes. The two properties below are views of it.
+/// The secret: its bytes; nil for none. The two properties below are views of it.
 @property (copy, nonatomic) NSData *passwordData;
 
 /// The secret as the object whose keyed archive it is, autoreleased; nil where it is empty or nil.
@@ -62,33 +61,46 @@ VELTRO_EXPORT
 /// nil sets the secret to nil.
 @property (copy, nonatomic) NSString *password;
 
-/// Whether this release has synchronised items: from iOS 7 on.
+/// Whether this release has synchronised items: from iOS 7 on. Any thread.
+/// @return YES or NO.
 + (BOOL)isSynchronizationAvailable;
 
-/// The error for a keychain status (autoreleased); nil for 0. Its description is looked up in the
-/// table "ZLTKeyChain" of the process's main bundle, under a key such as "errSecItemNotFound", and
-/// is that key where the table has no such entry.
+/// The error for a keychain status. Its description is looked up in the table "ZLTKeyChain" of the
+/// process's main bundle, under a key such as "errSecItemNotFound", and is that key where the table
+/// has no such entry. Any thread.
+/// @param code A status of the Security framework or a ZLTKeyChainErrorCode, any number.
+/// @return The error, autoreleased; nil for 0.
 + (NSError *)errorWithCode:(OSStatus)code;
 
-/// The attributes that every operation starts from, as a new dictionary (autoreleased).
+/// The attributes that every operation starts from, as a new dictionary. Raises
+/// NSInvalidArgumentException for a synchronisation mode out of range, and does not fail otherwise.
+/// @return The dictionary, autoreleased; never nil.
 - (NSMutableDictionary *)query;
 
 /// Writes the item: deletes the one that matches, if any, and adds a new one, with the
 /// accessibility that ZLTKeyChain holds. Service, account and secret must not be nil; the secret
 /// may be empty.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return YES; NO on failure.
 - (BOOL)save:(NSError **)error;
 
 /// Deletes what matches. Service and account must not be nil. Fails with errSecItemNotFound where
 /// nothing does.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return YES; NO on failure.
 - (BOOL)deleteItem:(NSError **)error;
 
 /// Reads the item's secret into `passwordData`, which is left as it is on failure. Service and
 /// account must not be nil.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return YES; NO on failure, as where there is no such item (errSecItemNotFound).
 - (BOOL)fetch:(NSError **)error;
 
-/// The attribute dictionaries of all items that match (autoreleased), keyed by the kZLTKeyChain…Key
-/// constants; no secrets. No property is needed: without any, all items that the process may see.
-/// Nil on failure, and where nothing matches (errSecItemNotFound).
+/// The attribute dictionaries of all items that match, keyed by the kZLTKeyChain…Key constants; no
+/// secrets. No property is needed: without any, all items that the process may see.
+/// @param error Where an error, autoreleased, is left on failure and only then; may be null.
+/// @return The dictionaries, autoreleased; nil on failure, as where nothing matches
+/// (errSecItemNotFound).
 - (NSArray *)fetchAll:(NSError **)error;
 
 @end

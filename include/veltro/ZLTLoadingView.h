@@ -12,10 +12,12 @@
 VELTRO_EXPORT
 @interface ZLTLoadingView : UIView
 
-/// Builds the whole panel for the width and height of `frame`, in points; nothing follows a later
-/// change of the frame. A frame less than 44 points high puts the spinner above the upper edge.
-/// nil only where the superclass returns nil. The caller owns the view, adds it to a view of its
-/// own and removes it when the work is done; the spinner turns until then.
+/// Builds the whole panel for the width and height of `frame`; nothing follows a later change of
+/// it. The caller adds the view to a view of its own and removes it when the work is done; the
+/// spinner turns until then.
+/// @param frame The frame in points, of any size; less than 44 points high puts the spinner above
+/// the upper edge.
+/// @return The view, which the caller owns; nil only where the superclass returns nil.
 - (id)initWithFrame:(CGRect)frame;
 
 @end

@@ -11,13 +11,15 @@
 VELTRO_EXPORT
 @interface ZLTSocketUtils : NSObject
 
-/// The port that requests go to: 0, on which nobody listens, until one is set. Any
-/// thread.
+/// The port that requests go to. Does not fail. Any thread.
+/// @return The port as it was set, any number; 0, on which nobody listens, until one is set.
 + (NSInteger)socketPort;
 
-/// Sets the port for all later requests of this process. Any number is taken as it is; a connection
-/// uses its low 32 bits. The port is kept in a plain variable: set it once, before the first
-/// request and from one thread. It is not kept beyond the process.
+/// Sets the port for all later requests of this process, and does not fail. The port is kept in a
+/// plain variable: set it once, before the first request and from one thread. It is not kept beyond
+/// the process.
+/// @param port The TCP port. Any number is taken as it is; a connection uses its low 32 bits, and
+/// only 1 to 65535 reach a server.
 + (void)setSocketPort:(NSInteger)port;
 
 @end

@@ -10,15 +10,15 @@
 /// being suspended. The caller's process must be one that the system allows to do so.
 ///
 /// None of these methods reports a failure: a launch that the system refuses shows in a later
-/// `isWhatsAppRunning`.
+/// `isWhatsAppRunning`. Any thread may call them, except where a method says which.
 @interface ZLTUtils (ProcessControl)
 
-/// Launches the app with that bundle identifier in the background, 0.1 seconds later on the main
-/// queue, whether or not it runs already; nothing for nil. Logs "Trying to launch Whatsapp..."
-/// whatever the identifier and returns at once. Any thread.
+/// Launches an app in the background, 0.1 seconds later on the main queue, whether or not it runs
+/// already. Logs "Trying to launch Whatsapp..." whatever the identifier and returns at once.
+/// @param identifier The app's bundle identifier; nothing is launched for nil.
 + (void)launchApplication:(NSString *)identifier;
 
-/// `launchApplication:` for the messaging app, unless `isWhatsAppRunning`. Any thread.
+/// `launchApplication:` for the messaging app, unless `isWhatsAppRunning`.
 + (void)launchWhatsApp;
 
 /// Launches the messaging app in the background, unless `isWhatsAppRunning`, and returns when that

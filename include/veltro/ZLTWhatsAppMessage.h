@@ -21,29 +21,35 @@ VELTRO_EXPORT
   NSString *_userIdentifier;
 }
 
-/// Reads the keys of the archive form; a key that is missing leaves its property empty, and so does
-/// a nil coder. The caller owns the message.
+/// Reads the keys of the archive form; a key that is missing leaves its property empty.
+/// @param coder A keyed unarchiver; nil leaves all properties empty.
+/// @return The message, which the caller owns; nil only where `init` returns nil.
 - (id)initWithCoder:(NSCoder *)coder;
 
-/// Writes the four keys of the archive form, references that are nil included.
+/// Writes the four keys of the archive form, references that are nil included. Fails only as the
+/// archiver does, which raises for a content that cannot be archived.
+/// @param coder A keyed archiver; for nil nothing is written.
 - (void)encodeWithCoder:(NSCoder *)coder;
 
-/// The four values in one line (autoreleased).
+/// The four values in one line, for people to read.
+/// @return The line, autoreleased; never nil.
 - (NSString *)description;
 
-/// The message body: a string as a rule, but any object that can be archived. Retained, not copied.
+/// The message body: a string as a rule, but any object that can be archived; nil at first.
+/// Retained, not copied.
 @property (nonatomic, retain) id content;
 
-/// YES for a message that the device's user sent, NO for a received one.
+/// YES for a message that the device's user sent, NO for a received one and at first.
 @property (nonatomic, assign) BOOL outgoing;
 
-/// When the message was sent. Retained, not copied.
+/// When the message was sent; nil at first. Retained, not copied.
 @property (nonatomic, retain) NSDate *timestamp;
 
-/// The user whose chat the message belongs to. Retained, not copied.
+/// The user whose chat the message belongs to; nil at first. Retained, not copied.
 @property (nonatomic, retain) NSString *userIdentifier;
 
-/// Always YES.
+/// Whether the class takes part in secure coding.
+/// @return YES, never NO.
 + (BOOL)supportsSecureCoding;
 
 @end
