@@ -24,7 +24,7 @@
 - (BOOL)veltro_isEqualToDateIgnoringTime:(NSDate *)date;
 
 /// Now, one calendar day ago: the same time of day, whatever the length of the day.
-/// @return The date, autoreleased; never nil.
+/// @return The date, autoreleased; nil only where the calendar has no such date.
 + (NSDate *)veltro_dateYesterday;
 
 /// Whether the receiver and `date` have the same week number and lie less than 604800 seconds apart
@@ -44,19 +44,19 @@
 
 /// Now minus `days` calendar days.
 /// @param days Calendar days, any number; a negative one reaches into the future.
-/// @return The date, autoreleased; never nil.
+/// @return The date, autoreleased; nil only where the calendar has no such date.
 + (NSDate *)veltro_dateWithDaysBeforeNow:(NSInteger)days;
 
 /// The receiver plus `days` calendar days, at the same time of day. A time that the clocks skip on
 /// that day moves forward by what they skip. Takes a fresh current calendar, not the kept one.
 /// @param days Calendar days, any number, also a negative one. NSIntegerMax is a calendar's mark
 /// for no number and adds nothing.
-/// @return The date, autoreleased; never nil.
+/// @return The date, autoreleased; nil only where the calendar has no such date.
 - (NSDate *)veltro_dateByAddingDays:(NSInteger)days;
 
 /// The receiver minus `days` calendar days: veltro_dateByAddingDays: with the negated number.
 /// @param days Calendar days, any number, also a negative one.
-/// @return The date, autoreleased; never nil.
+/// @return The date, autoreleased; nil only where the calendar has no such date.
 - (NSDate *)veltro_dateBySubtractingDays:(NSInteger)days;
 
 /// Whether the receiver lies in the week of the instant that was exactly 604800 seconds ago.

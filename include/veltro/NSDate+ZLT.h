@@ -13,7 +13,7 @@
 /// The receiver at the start of its minute: seconds and fractions of a second dropped. The receiver
 /// is what is normalised; the name takes no argument. Eras are not kept: a date before the year 1
 /// comes back with the same year number after it.
-/// @return The date, autoreleased; never nil.
+/// @return The date, autoreleased; nil only where the calendar has no such date.
 - (NSDate *)zlt_normalizedDateWithDate;
 
 /// Whether the receiver and `date` lie in the same calendar minute. This is no tolerance: one
