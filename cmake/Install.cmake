@@ -63,6 +63,7 @@ install(FILES ${PROJECT_BINARY_DIR}/veltro-config.cmake ${PROJECT_BINARY_DIR}/ve
 
 install(FILES docs/arc.md docs/environment.md docs/tutorial.md
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/veltro COMPONENT development)
+install(FILES docs/tool.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/veltro)
 # Where `make docs` has made it.
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/reference
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/veltro COMPONENT development OPTIONAL)
