@@ -11,12 +11,15 @@
 
 namespace veltro::host::keychain {
 
-/// The keys of the attributes, in the order of `kAttributes`.
-inline constexpr std::array<const CFStringRef *, kAttributes.size()> kAttributeKeys{
+/// The keys that a dictionary may have: those of the attributes, in the order of `kAttributes`, and
+/// the others.
+inline constexpr std::array<const CFStringRef *, kAttributes.size() + 7> kKeys{
     &kSecAttrService,      &kSecAttrAccount,          &kSecAttrAccessGroup, &kSecAttrSynchronizable,
     &kSecAttrCreationDate, &kSecAttrModificationDate, &kSecAttrAccessible,  &kSecAttrLabel,
     &kSecAttrDescription,  &kSecAttrComment,          &kSecAttrGeneric,     &kSecAttrCreator,
-    &kSecAttrType,         &kSecAttrIsInvisible,      &kSecAttrIsNegative};
+    &kSecAttrType,         &kSecAttrIsInvisible,      &kSecAttrIsNegative,  &kSecClass,
+    &kSecValueData,        &kSecMatchLimit,           &kSecReturnData,      &kSecReturnAttributes,
+    &kSecReturnRef,        &kSecReturnPersistentRef};
 
 /// The classes of the values, looked up once: the runtime finds them by name each time.
 struct Classes {

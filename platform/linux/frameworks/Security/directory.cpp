@@ -15,8 +15,6 @@
 namespace veltro::host::keychain {
 namespace {
 
-constexpr const char *kKeyName = "keychain.key";
-
 /// Whether a mode gives no more than `allowed`.
 bool is_within(mode_t mode, mode_t allowed) {
   return (mode & (S_IRWXU | S_IRWXG | S_IRWXO) & ~allowed) == 0;
@@ -50,7 +48,7 @@ Paths Paths::at(const std::string &device_root) {
   Paths paths;
   paths.directory = (device_root == "/" ? std::string() : device_root) + "/var/Keychains";
   paths.database = paths.directory + "/keychain.db";
-  paths.key = paths.directory + "/" + kKeyName;
+  paths.key = paths.directory + "/keychain.key";
   return paths;
 }
 
@@ -91,6 +89,12 @@ OSStatus check_directory(const Paths &paths) {
   return errSecNotAvailable;
 }
 
+bool is_private_directory(const Paths &paths) {
+  struct stat status{};
+  return ::stat(paths.directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+         is_within(status.st_mode, S_IRWXU);
+}
+
 OSStatus make_directory(const Paths &paths) {
   namespace files = std::filesystem;
   std::error_code error;
@@ -112,20 +116,19 @@ OSStatus sync_directory(const Paths &paths) {
   return sync_names_in(paths.directory) ? errSecSuccess : file_error(errno, paths.directory);
 }
 
-OSStatus check_key(const Paths &paths, Identity &identity) {
+OSStatus check_key(const Paths &paths, File &key, Identity &identity) {
   struct stat status{};
+  key = File(paths.key, O_PATH);
   const OSStatus checked = check_private(paths.key, S_IRUSR | S_IWUSR, status);
   if (checked == errSecSuccess)
     identity = Identity::with_change(status);
   return checked;
 }
 
-bool is_as_checked(const File &directory, const Identity &key) {
-  struct stat folder{};
-  struct stat file{};
-  return ::fstat(directory.number(), &folder) == 0 && is_within(folder.st_mode, S_IRWXU) &&
-         ::fstatat(directory.number(), kKeyName, &file, 0) == 0 &&
-         Identity::with_change(file) == key;
+bool is_as_checked(const File &key, const Identity &identity) {
+  struct stat status{};
+  // A file that loses its name changes, too.
+  return ::fstat(key.number(), &status) == 0 && Identity::with_change(status) == identity;
 }
 
 OSStatus read_key(const Paths &paths, std::optional<SealingKey> &key) {

@@ -51,6 +51,17 @@ bool read_data(id value, Field &field) {
   return true;
 }
 
+/// Where the constant that `key` equals stands among the keys; behind them where there is none.
+std::size_t index_of(id key) {
+  // Mostly it is the constant itself.
+  const auto *found =
+      std::ranges::find_if(kKeys, [&](const CFStringRef *known) { return key == (id)*known; });
+  if (found == kKeys.end())
+    found =
+        std::ranges::find_if(kKeys, [&](const CFStringRef *known) { return equals(key, *known); });
+  return static_cast<std::size_t>(found - kKeys.begin());
+}
+
 constexpr double kLargestExact = 9007199254740992; // 2^53: beyond, a double no longer tells
 
 bool read_number(id value, Field &field) {
@@ -174,24 +185,26 @@ OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out) {
     return errSecParam;
   if (use == Use::search)
     out.query.limit = 1;
-  NSUInteger left = [entries count];
-  const auto take = [&](CFStringRef key) {
-    id value = left > 0 ? [entries objectForKey:(id)key] : nil;
-    left -= value != nil;
-    return value;
-  };
-  id item_class = take(kSecClass);
-  if (use == Use::changes ? item_class != nil : !equals(item_class, kSecClassGenericPassword))
-    return errSecParam;
   bool wants_reference = false;
-  for (const CFStringRef key : {kSecMatchLimit, kSecReturnData, kSecReturnAttributes, kSecValueData,
-                                kSecReturnRef, kSecReturnPersistentRef})
-    if (id value = take(key); value != nil && !read_request(key, value, use, out, wants_reference))
+  bool has_class = use == Use::changes; // which name none
+  // Each key is looked up once: GNUstep hashes a constant string anew each time.
+  for (id key in entries) {
+    id value = [entries objectForKey:key];
+    const std::size_t at = index_of(key);
+    if (at == kKeys.size())
       return errSecParam;
-  for (std::size_t at = 0; at < kAttributes.size(); ++at)
-    if (id value = take(*kAttributeKeys[at]); value != nil && !read_attribute(at, value, use, out))
+    if (at < kAttributes.size()) {
+      if (!read_attribute(at, value, use, out))
+        return errSecParam;
+    } else if (*kKeys[at] == kSecClass) {
+      if (has_class || !equals(value, kSecClassGenericPassword))
+        return errSecParam;
+      has_class = true;
+    } else if (!read_request(*kKeys[at], value, use, out, wants_reference)) {
       return errSecParam;
-  if (left > 0) // under keys that nobody knows
+    }
+  }
+  if (!has_class)
     return errSecParam;
   return wants_reference ? errSecUnimplemented : errSecSuccess;
 }

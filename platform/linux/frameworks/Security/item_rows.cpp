@@ -1,5 +1,8 @@
 #include "frameworks/Security/item_rows.hpp"
 
+#include <array>
+#include <utility>
+
 namespace veltro::host::keychain {
 namespace {
 
@@ -13,19 +16,29 @@ constexpr int kSealedParameter = kAttributeCount + 1;
 constexpr int kLimitParameter = kAttributeCount + 1;
 constexpr int kIdParameter = kAttributeCount + 2;
 
-/// The condition of a query, which has the same text for all that give the same attributes.
-std::string condition_of(const Query &query) {
-  std::string condition;
-  const auto add = [&](std::size_t at, const std::string &value) {
-    condition.append(condition.empty() ? " WHERE \"" : " AND \"").append(kAttributes[at].key);
-    condition.append("\" = ").append(value);
+/// `"svce" = ?1` and so on, for each attribute.
+const std::array<std::string, kAttributes.size()> kComparisons = [] {
+  std::array<std::string, kAttributes.size()> texts;
+  for (std::size_t at = 0; at < texts.size(); ++at)
+    texts[at] =
+        std::string("\"") + kAttributes[at].key + "\" = ?" + std::to_string(parameter_of(at));
+  return texts;
+}();
+
+/// `verb` with the condition of a query. The text is the same for all that give the same
+/// attributes.
+std::string for_rows_of(const Query &query, std::string_view verb) {
+  std::string text(verb);
+  const char *separator = " WHERE ";
+  const auto add = [&](std::string_view comparison) {
+    text.append(std::exchange(separator, " AND ")).append(comparison);
   };
   for (std::size_t at = 0; at < kAttributes.size(); ++at)
     if (query.fields[at].present())
-      add(at, "?" + std::to_string(parameter_of(at)));
+      add(kComparisons[at]);
   if (!query.any_sync && !query.fields[sync].present())
-    add(sync, "0");
-  return condition;
+    add("sync = 0");
+  return text;
 }
 
 void bind_present(Statement &statement, const Fields &fields) {
@@ -37,7 +50,7 @@ void bind_present(Statement &statement, const Fields &fields) {
 } // namespace
 
 Selection::Selection(Database &database, const Query &query)
-    : Statement(database, "SELECT * FROM genp" + condition_of(query)) {
+    : Statement(database, for_rows_of(query, "SELECT * FROM genp")) {
   bind_present(*this, query.fields);
 }
 
@@ -51,9 +64,9 @@ Row row_of(const Statement &statement) {
 }
 
 int delete_items(Database &database, const Query &query) {
-  std::string sql = "DELETE FROM genp" + condition_of(query);
+  std::string sql = for_rows_of(query, "DELETE FROM genp");
   if (query.limit > 0)
-    sql = "DELETE FROM genp WHERE id IN (SELECT id FROM genp" + condition_of(query) + " LIMIT ?" +
+    sql = for_rows_of(query, "DELETE FROM genp WHERE id IN (SELECT id FROM genp") + " LIMIT ?" +
           std::to_string(kLimitParameter) + ")";
   Statement statement(database, sql);
   bind_present(statement, query.fields);

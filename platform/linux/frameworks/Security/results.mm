@@ -74,7 +74,7 @@ id Results::new_result(const Fields &fields, Secret secret) {
   std::size_t count = 0;
   for (std::size_t at = 0; at < kAttributes.size(); ++at)
     if (fields[at].present()) {
-      keys[count] = (id)*kAttributeKeys[at];
+      keys[count] = (id)*kKeys[at];
       values[count++] = new_value(at, fields[at]);
     }
   if (data_) {

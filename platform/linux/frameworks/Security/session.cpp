@@ -2,6 +2,7 @@
 
 #include "frameworks/Security/repair.hpp"
 #include "machine/files/file_lock.hpp"
+#include "machine/files/watched_path.hpp"
 #include "machine/root/device_root.hpp"
 
 #include <cerrno>
@@ -78,10 +79,12 @@ private:
   OSStatus open_key(bool database_is_there);
   OSStatus open_database(bool &corrupt);
   [[nodiscard]] bool is_read_only() const;
+  bool is_unchanged();
 
   std::string root_;
   Paths paths_;
-  File directory_;
+  std::optional<WatchedPath> directory_; ///< as it was when its files were looked at
+  File key_file_;
   Identity database_identity_, key_identity_;
   bool single_use_ = false; ///< others wait for this connection, or may come in spite of it
 };
@@ -92,10 +95,10 @@ OSStatus Connection::make_ready(bool create, bool &corrupt) {
     paths_ = Paths::at(root);
     root_ = std::move(root);
   }
-  // One way along the path is enough: what else there is, the open directory knows.
-  if (database.is_open() && in_place() && is_as_checked(directory_, key_identity_))
+  if (database.is_open() && is_unchanged())
     return errSecSuccess;
   database.close();
+  directory_.reset();
   OSStatus status = check_directory(paths_);
   if (status == errSecItemNotFound && create) {
     status = make_directory(paths_);
@@ -105,8 +108,18 @@ OSStatus Connection::make_ready(bool create, bool &corrupt) {
   return status == errSecSuccess ? open_files(create, corrupt) : status;
 }
 
+/// Whether the open files are those of their names still, and private. Where nothing came to the
+/// directory or went, and its mode is the same, only the key file has to be looked at.
+bool Connection::is_unchanged() {
+  if (!directory_ || !directory_->unchanged()) {
+    directory_.emplace(paths_.directory);
+    if (!in_place() || !is_private_directory(paths_))
+      return false;
+  }
+  return is_as_checked(key_file_, key_identity_);
+}
+
 OSStatus Connection::open_files(bool create, bool &corrupt) {
-  directory_ = File(paths_.directory, O_PATH | O_DIRECTORY);
   const FileLock lock(paths_.directory);
   if (!lock)
     return file_error(lock.error(), paths_.directory);
@@ -134,14 +147,14 @@ OSStatus Connection::open_files(bool create, bool &corrupt) {
 OSStatus Connection::open_key(bool database_is_there) {
   if (!sealing_is_ready())
     return errSecNotAvailable;
-  OSStatus status = check_key(paths_, key_identity_);
+  OSStatus status = check_key(paths_, key_file_, key_identity_);
   if (status == errSecItemNotFound && database_is_there) {
     // A new key would unseal none of the items.
     log_trouble(paths_.key, "is missing");
     return errSecNotAvailable;
   }
   if (status == errSecItemNotFound && (status = make_key(paths_)) == errSecSuccess)
-    status = check_key(paths_, key_identity_);
+    status = check_key(paths_, key_file_, key_identity_);
   return status == errSecSuccess ? read_key(paths_, key) : status;
 }
 

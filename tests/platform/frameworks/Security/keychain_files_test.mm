@@ -2,6 +2,9 @@
 
 #include "platform/frameworks/Security/keychain.hpp"
 
+#include <chrono>
+#include <thread>
+
 namespace veltro::test {
 namespace {
 
@@ -184,12 +187,26 @@ TEST_F(KeychainFiles, AreStillLookedAtWhenTheyAreUsedOften) {
   const auto use_often = [] {
     for (int again = 0; again < 10; ++again)
       EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecSuccess);
+    // Longer than a tick of file times: until then nothing that was looked at is relied on.
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    for (int again = 0; again < 2; ++again)
+      EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecSuccess);
   };
   use_often();
   files::permissions(paths().key, files::perms::group_read, files::perm_options::add);
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
   files::permissions(paths().key, files::perms::group_read, files::perm_options::remove);
   use_often();
+  files::permissions(paths().directory, files::perms::group_read, files::perm_options::add);
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
+  files::permissions(paths().directory, files::perms::group_read, files::perm_options::remove);
+  use_often();
+  for (const std::string &file : {paths().key, paths().database}) {
+    files::rename(file, file + ".away");
+    EXPECT_NE(status_of_search(item(@"mail", @"ann")), errSecSuccess) << file;
+    files::rename(file + ".away", file);
+    use_often();
+  }
   files::rename(paths().directory, paths().directory + ".away");
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
   files::rename(paths().directory + ".away", paths().directory);
