@@ -96,17 +96,26 @@ std::string_view read_status(int proc, std::string_view folder, std::span<char> 
   return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
 
-/// Whether only the process's parent has still to be told of its end. `fields` are those of the
-/// file stat from the state on.
-bool has_ended(std::string_view fields) {
+/// The field of this number, as proc(5) counts them, where `fields` are those from the state on.
+std::string_view field(std::string_view fields, int number) {
   constexpr int state = 3;
-  constexpr int thread_count = 20;
+  for (int skipped = state; skipped < number; ++skipped)
+    fields.remove_prefix(std::min(fields.find(' '), fields.size() - 1) + 1);
+  return fields.substr(0, fields.find(' '));
+}
+
+/// Whether only the process's parent has still to be told of its end.
+bool has_ended(std::string_view fields) {
   if (!fields.starts_with('Z'))
     return fields.starts_with('X');
-  for (int field = state; field < thread_count; ++field)
-    fields.remove_prefix(std::min(fields.find(' '), fields.size() - 1) + 1);
   // The first thread may end before the others.
-  return fields.starts_with("1 ") || fields.starts_with("0 ");
+  const std::string_view thread_count = field(fields, 20);
+  return thread_count == "1" || thread_count == "0";
+}
+
+/// Whether the process is one of the kernel's own, which have no memory and no executable.
+bool is_of_the_kernel(std::string_view fields) {
+  return field(fields, 23) == "0";
 }
 
 /// Fills `record` for the process, or leaves it as it is where the process has ended. The device's
@@ -118,12 +127,15 @@ bool fill(kinfo_proc &record, int proc, std::string_view folder, int id) {
   // The name may hold brackets of its own; what follows it holds none.
   const std::size_t begin = status.find('(') + 1;
   const std::size_t end = status.rfind(')');
-  if (end == std::string_view::npos || has_ended(status.substr(std::min(end + 2, status.size()))))
+  if (end == std::string_view::npos)
+    return false;
+  const std::string_view fields = status.substr(std::min(end + 2, status.size()));
+  if (has_ended(fields))
     return false;
 
   const std::span<char> name = std::span(text).subspan(begin);
   std::size_t count = end - begin;
-  if (count == kKernelNameLength)
+  if (count == kKernelNameLength && !is_of_the_kernel(fields))
     count = restore_last_byte(proc, folder, name);
   count = std::min<std::size_t>(count, MAXCOMLEN);
 
