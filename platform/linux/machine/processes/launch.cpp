@@ -89,9 +89,14 @@ bool has_program(pid_t process) {
 /// The kernel lets this process continue a little before it has noted the program's command line,
 /// by which the process of a script is known.
 void await_command_line(pid_t process) {
-  constexpr int looks = 1000;
+  // It is a matter of microseconds, but for a machine that has no processor to spare.
+  constexpr int looks_at_once = 100;
+  constexpr int looks = looks_at_once + 1000;
   for (int look = 0; look < looks && !has_command_line(process) && has_program(process); ++look)
-    usleep(1000);
+    if (look < looks_at_once)
+      sched_yield();
+    else
+      usleep(1000);
 }
 
 std::vector<char *> pointers_to(const std::vector<std::string> &texts) {

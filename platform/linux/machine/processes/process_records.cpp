@@ -1,14 +1,14 @@
-// Reads /proc as proc(5) documents it: a folder a process, whose file stat begins with the id, the
-// short name in brackets and the state.
+// Reads the file stat of each process, which begins with the id, the short name in brackets and the
+// state, as proc(5) documents it.
 
 #include "machine/processes/process_records.hpp"
+
+#include "machine/processes/proc_folder.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
@@ -20,27 +20,11 @@ namespace {
 // The kernel cuts a short name at 15 bytes, the device at 16.
 constexpr std::size_t kKernelNameLength = 15;
 
-using Path = std::array<char, 32>;
-
-/// The process id that `folder` of /proc is named for, or 0.
-int process_id(std::string_view folder) {
-  int id = 0;
-  const auto [end, error] = std::from_chars(folder.begin(), folder.end(), id);
-  return error == std::errc{} && end == folder.end() && id > 0 ? id : 0;
-}
-
-/// The path of `file` of the process, from /proc.
-Path path_of(std::string_view folder, std::string_view file) {
-  Path path{};
-  std::ranges::copy(file, std::ranges::copy(folder, path.begin()).out);
-  return path;
-}
-
 /// A name that the kernel may have cut: one byte more of it where the executable's name is longer.
-std::size_t restore_last_byte(int proc, std::string_view folder, std::span<char> name) {
-  std::array<char, 4096> target{};
+std::size_t restore_last_byte(int proc, pid_t process, std::span<char> name) {
+  std::array<char, 4096> target;
   const ssize_t length =
-      readlinkat(proc, path_of(folder, "/exe").data(), target.data(), target.size());
+      readlinkat(proc, ProcPath(process, "exe").text(), target.data(), target.size());
   if (length <= 0)
     return kKernelNameLength;
   const std::string_view path(target.data(), static_cast<std::size_t>(length));
@@ -87,8 +71,8 @@ void replace_stray_bytes(std::span<char> name) {
 }
 
 /// The front of the process's file stat, in `text`: as much as holds the name and the state.
-std::string_view read_status(int proc, std::string_view folder, std::span<char> text) {
-  const int file = openat(proc, path_of(folder, "/stat").data(), O_RDONLY | O_CLOEXEC);
+std::string_view read_status(int proc, pid_t process, std::span<char> text) {
+  const int file = openat(proc, ProcPath(process, "stat").text(), O_RDONLY | O_CLOEXEC);
   if (file < 0)
     return {};
   const ssize_t length = read(file, text.data(), text.size());
@@ -120,10 +104,10 @@ bool is_of_the_kernel(std::string_view fields) {
 
 /// Fills `record` for the process, or leaves it as it is where the process has ended. The device's
 /// apps are gone as soon as they end; here they may stay for as long as init does not ask for them.
-bool fill(kinfo_proc &record, int proc, std::string_view folder, int id) {
+bool fill(kinfo_proc &record, int proc, pid_t process) {
   // Names of the kernel's own threads may be longer than any record's.
   std::array<char, 512> text;
-  const std::string_view status = read_status(proc, folder, text);
+  const std::string_view status = read_status(proc, process, text);
   // The name may hold brackets of its own; what follows it holds none.
   const std::size_t begin = status.find('(') + 1;
   const std::size_t end = status.rfind(')');
@@ -136,39 +120,16 @@ bool fill(kinfo_proc &record, int proc, std::string_view folder, int id) {
   const std::span<char> name = std::span(text).subspan(begin);
   std::size_t count = end - begin;
   if (count == kKernelNameLength && !is_of_the_kernel(fields))
-    count = restore_last_byte(proc, folder, name);
+    count = restore_last_byte(proc, process, name);
   count = std::min<std::size_t>(count, MAXCOMLEN);
 
   replace_stray_bytes(name.first(count));
 
   std::memset(&record, 0, sizeof record);
-  record.kp_proc.p_pid = id;
+  record.kp_proc.p_pid = process;
   std::copy_n(name.begin(), count, record.kp_proc.p_comm);
   return true;
 }
-
-/// /proc opened for reading, closed at the end of the scope.
-class ProcFolder {
-public:
-  ProcFolder() : stream_(opendir("/proc")) {}
-  ~ProcFolder() {
-    if (stream_ != nullptr)
-      closedir(stream_);
-  }
-  ProcFolder(const ProcFolder &) = delete;
-  ProcFolder &operator=(const ProcFolder &) = delete;
-
-  explicit operator bool() const { return stream_ != nullptr; }
-  [[nodiscard]] int descriptor() const { return dirfd(stream_); }
-  /// The name of the next entry, or null after the last one.
-  [[nodiscard]] const char *next() const {
-    const dirent *entry = readdir(stream_);
-    return entry != nullptr ? entry->d_name : nullptr;
-  }
-
-private:
-  DIR *stream_;
-};
 
 } // namespace
 
@@ -187,15 +148,12 @@ ProcessRecords read_process_records(std::span<kinfo_proc> records) {
 
   std::size_t count = 0;
   bool complete = true;
-  while (const char *folder = proc.next()) {
-    const int id = process_id(folder);
-    if (id == 0)
-      continue;
+  while (const pid_t process = proc.next()) {
     if (count == records.size()) {
       complete = false;
       break;
     }
-    count += fill(records[count], proc.descriptor(), folder, id) ? 1 : 0;
+    count += fill(records[count], proc.descriptor(), process) ? 1 : 0;
   }
 
   // The kernel lists the oldest process first, the device the newest.

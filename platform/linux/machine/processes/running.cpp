@@ -2,9 +2,10 @@
 
 #include "machine/processes/running.hpp"
 
+#include "machine/processes/proc_folder.hpp"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <climits>
 #include <filesystem>
 #include <fstream>
@@ -67,19 +68,14 @@ bool runs_script(pid_t process, const Program &program) {
   return false;
 }
 
-bool runs(pid_t process, const Program &program) {
+bool runs(int proc, pid_t process, const Program &program) {
   std::array<char, PATH_MAX> target;
-  const ssize_t length = readlink(proc_path(process, "exe").c_str(), target.data(), target.size());
+  const ssize_t length =
+      readlinkat(proc, ProcPath(process, "exe").text(), target.data(), target.size());
   if (length < 0)
     return false;
   return std::string_view(target.data(), static_cast<std::size_t>(length)) == program.real_path ||
          (program.is_script && runs_script(process, program));
-}
-
-pid_t process_id(const std::string &name) {
-  pid_t process = 0;
-  const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), process);
-  return error == std::errc{} && end == name.data() + name.size() ? process : 0;
 }
 
 } // namespace
@@ -87,21 +83,19 @@ pid_t process_id(const std::string &name) {
 std::vector<pid_t> processes_running(const std::string &executable) {
   std::vector<pid_t> found;
   const std::optional<Program> program = program_at(executable);
-  if (!program)
+  const ProcFolder proc;
+  if (!program || !proc)
     return found;
-  std::error_code error;
-  for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
-       entry.increment(error)) {
-    const pid_t process = process_id(entry->path().filename().string());
-    if (process > 0 && runs(process, *program))
+  while (const pid_t process = proc.next())
+    if (runs(proc.descriptor(), process, *program))
       found.push_back(process);
-  }
   return found;
 }
 
 bool runs(pid_t process, const std::string &executable) {
   const std::optional<Program> program = program_at(executable);
-  return program && runs(process, *program);
+  const ProcFolder proc;
+  return program && proc && runs(proc.descriptor(), process, *program);
 }
 
 bool stopped_by_signal(pid_t process) {
