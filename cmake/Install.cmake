@@ -41,6 +41,15 @@ install(DIRECTORY platform/include/ platform/linux/objc-support/
 # here outlives an upgrade of GCC.
 install(DIRECTORY ${VELTRO_GCC_OBJC_INCLUDE}/objc DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR}/gcc
         COMPONENT development)
+# GNUstep declares what makes an object as returning id, which takes no dot: [NSString stringWithFormat:…].length. In
+# these copies it returns an object of its class, as the device's does.
+foreach(header NSCalendar NSCharacterSet NSData NSError NSIndexPath NSIndexSet NSLocale NSOperation NSScanner
+               NSSortDescriptor NSString)
+  file(READ ${VELTRO_GNUSTEP_INCLUDE}/Foundation/${header}.h text)
+  string(REGEX REPLACE "(\n[ \t]*\\+ *)\\(id\\)" "\\1(instancetype)" text "${text}")
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/Foundation/${header}.h CONTENT "#pragma clang system_header\n@text@" @ONLY)
+endforeach()
+install(DIRECTORY ${PROJECT_BINARY_DIR}/Foundation DESTINATION ${VELTRO_PLATFORM_INCLUDEDIR} COMPONENT development)
 set_target_properties(veltro-tool PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(veltro PROPERTIES INSTALL_RPATH "$ORIGIN")
 

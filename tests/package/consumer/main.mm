@@ -17,8 +17,17 @@ bool blocks_retain() {
   return retained && [object retainCount] == 1;
 }
 
+/// What makes an object returns one of its class, and so takes a dot.
+NSUInteger lengths() {
+  return [NSString stringWithFormat:@"%d", 12].length + [NSMutableData dataWithLength:3].length +
+         [NSError errorWithDomain:@"four" code:1 userInfo:nil].domain.length +
+         [NSIndexSet indexSetWithIndex:9].count;
+}
+
 int main() {
   @autoreleasepool {
+    if (lengths() != 10)
+      return 1;
     std::printf("release %s, class %s, blocks %s, notifications %s, processes %s, %d freed\n",
                 [[[UIDevice currentDevice] systemVersion] UTF8String], class_name(),
                 blocks_retain() ? "retain" : "do not retain",
