@@ -12,9 +12,9 @@ int main(int argc, char **argv) {
       fprintf(stderr, "usage: try_it USER\n");
       return 2;
     }
-    Component *component = [[[Component alloc] initWithService:@"Component"] autorelease];
+    Component *instance = [[[Component alloc] initWithService:@"Component"] autorelease];
     NSString *user = [NSString stringWithUTF8String:argv[1]];
-    for (ZLTWhatsAppMessage *message in [component lastMessages:3 withUser:user])
+    for (ZLTWhatsAppMessage *message in [instance lastMessages:3 withUser:user])
       printf("%s %s\n", [message outgoing] ? ">" : "<", [[message content] UTF8String]);
   }
   return 0;

@@ -67,12 +67,21 @@ TEST_F(NewTool, MakesItInPlainObjectiveC) {
 }
 
 TEST_F(NewTool, RefusesWhatIsNoName) {
-  for (const char *name : {"", "1st", "two words", "a/b", "../x", "Ünicode", "-x", "int", "class",
-                           "self", "YES", "main", "test", "NSObject", "UIView", "ZLTUtils"}) {
+  for (const char *name :
+       {"", "1st", "two words", "a/b", "../x", "Ünicode", "-x", "int", "class", "self", "YES",
+        "main", "test", "NSObject", "UIView", "ZLTUtils", "message", "secret", "CHECK"}) {
     const ToolResult result = make(name);
     EXPECT_EQ(result.status, 2) << name;
     EXPECT_EQ(std::ranges::count(result.error, '\n'), 1) << result.error;
     EXPECT_FALSE(fs::exists(folder_)) << name;
+  }
+}
+
+TEST_F(NewTool, TakesPartsOfTheWordsOfItsSources) {
+  for (const char *name : {"component", "mess", "Example", "Own"}) {
+    const ToolResult result = make(name);
+    EXPECT_EQ(result.status, 0) << result.error;
+    fs::remove_all(folder_);
   }
 }
 

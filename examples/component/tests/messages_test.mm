@@ -28,12 +28,12 @@ int main(void) {
     method_setImplementation(class_getClassMethod([ZLTUtils class], @selector(sendMessage:
                                                                               messageData:)),
                              (IMP)send_in_place);
-    Component *component = [[[Component alloc] initWithService:@"test"] autorelease];
+    Component *instance = [[[Component alloc] initWithService:@"test"] autorelease];
 
     reply = [NSKeyedArchiver
         archivedDataWithRootObject:[NSArray
                                        arrayWithObjects:message(@"one"), message(@"two"), nil]];
-    NSArray *messages = [component lastMessages:2 withUser:@"anna"];
+    NSArray *messages = [instance lastMessages:2 withUser:@"anna"];
     CHECK([messages count] == 2);
     CHECK([[[messages objectAtIndex:1] content] isEqual:@"two"]);
 
@@ -46,7 +46,7 @@ int main(void) {
     CHECK([[question objectForKey:@"Last"] integerValue] == 2);
 
     reply = [NSData data];
-    CHECK([component lastMessages:2 withUser:@"anna"] == nil);
+    CHECK([instance lastMessages:2 withUser:@"anna"] == nil);
   }
   return failures != 0;
 }

@@ -27,18 +27,18 @@ int sysctl(int *name, unsigned int name_length, void *buffer, size_t *length, vo
 
 int main(void) {
   @autoreleasepool {
-    Component *component = [[[Component alloc] initWithService:@"test"] autorelease];
+    Component *instance = [[[Component alloc] initWithService:@"test"] autorelease];
 
     status_of_adding = errSecSuccess;
-    CHECK([component storeSecret:@"rosebud"]);
+    CHECK([instance storeSecret:@"rosebud"]);
     CHECK([[added objectForKey:(id)kSecAttrService] isEqual:@"test"]);
     NSData *secret = [added objectForKey:(id)kSecValueData];
     CHECK([secret length] == 7 && memcmp([secret bytes], "rosebud", 7) == 0);
 
     status_of_adding = errSecInteractionNotAllowed;
-    CHECK(![component storeSecret:@"rosebud"]);
+    CHECK(![instance storeSecret:@"rosebud"]);
 
-    CHECK([component lastMessages:1 withUser:@"anna"] == nil);
+    CHECK([instance lastMessages:1 withUser:@"anna"] == nil);
   }
   return failures != 0;
 }

@@ -54,6 +54,11 @@ fs::path example_folder() {
   return fs::read_symlink("/proc/self/exe", ignored).parent_path() / "../share/veltro/component";
 }
 
+std::string text_of(const fs::path &file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
 bool is_name(const std::string &text) {
   const auto is_letter = [](unsigned char character) { return std::isalpha(character) != 0; };
   const auto is_plain = [](unsigned char character) { return std::isalnum(character) != 0; };
@@ -61,14 +66,43 @@ bool is_name(const std::string &text) {
          std::ranges::all_of(text, is_plain);
 }
 
-/// Why no class can have that name, or an empty text.
-std::string what_is_wrong_with(const std::string &name) {
+bool is_word_in(std::string_view text, std::string_view word) {
+  const auto ends_word = [&](std::size_t at) {
+    return at >= text.size() ||
+           (std::isalnum(static_cast<unsigned char>(text[at])) == 0 && text[at] != '_');
+  };
+  for (std::size_t at = text.find(word); at != std::string_view::npos; at = text.find(word, at + 1))
+    if (ends_word(at - 1) && ends_word(at + word.size()))
+      return true;
+  return false;
+}
+
+std::string without_comments(std::string text) {
+  for (std::size_t at = text.find("//"); at != std::string::npos; at = text.find("//", at))
+    text.erase(at, text.find('\n', at) - at);
+  return text;
+}
+
+/// Whether the example's sources use that word for something else.
+bool is_taken(const std::string &name, const fs::path &example) {
+  std::error_code error;
+  for (const auto &entry : fs::recursive_directory_iterator(example, error))
+    if (const fs::path type = entry.path().extension(); type == ".h" || type == ".mm")
+      if (name != kExampleName && is_word_in(without_comments(text_of(entry.path())), name))
+        return true;
+  return false;
+}
+
+/// Why no component can have that name, or an empty text.
+std::string what_is_wrong_with(const std::string &name, const fs::path &example) {
   if (!is_name(name))
     return "a component's name is a letter and then letters and digits: " + name;
   if (std::ranges::find(kReserved, name) != kReserved.end())
     return "a component cannot be called " + name + ", a word of the language or of CMake's";
   if (objc_getClass(name.c_str()) != nullptr)
     return "a component cannot be called " + name + ": there is such a class already";
+  if (is_taken(name, example))
+    return "a component cannot be called " + name + ", a word of its own sources";
   return "";
 }
 
@@ -117,9 +151,9 @@ std::string copy_file(const fs::path &from, const fs::path &to, const NewOptions
 }
 
 int make_component(const NewOptions &options) {
-  if (const std::string problem = what_is_wrong_with(options.name); !problem.empty())
-    return usage_error(problem);
   const fs::path example = example_folder();
+  if (const std::string problem = what_is_wrong_with(options.name, example); !problem.empty())
+    return usage_error(problem);
   const fs::path folder = options.folder.empty() ? options.name : options.folder;
   std::error_code error;
   if (!fs::is_directory(example, error))
