@@ -45,12 +45,16 @@ veltro::host::Assertion *held(void *assertion) {
   return self;
 }
 
+// An object that another initialiser made, such as a program's own in place of the above, has no
+// assertion.
+
 - (BOOL)valid {
-  return held(_assertion)->valid() ? YES : NO;
+  return _assertion != nullptr && held(_assertion)->valid() ? YES : NO;
 }
 
 - (void)invalidate {
-  held(_assertion)->give_up();
+  if (_assertion != nullptr)
+    held(_assertion)->give_up();
 }
 
 - (void)dealloc {

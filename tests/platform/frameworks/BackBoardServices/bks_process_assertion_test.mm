@@ -146,6 +146,14 @@ TEST_F(ProcessAssertion, IsNotAcquiredForAnAppThatIsNotInstalled) {
   [none release];
 }
 
+TEST_F(ProcessAssertion, AssertsNothingWithoutItsInitializer) {
+  BKSProcessAssertion *assertion = [[BKSProcessAssertion alloc] init];
+  EXPECT_FALSE([assertion valid]);
+  [assertion invalidate];
+  EXPECT_FALSE([assertion valid]);
+  [assertion release];
+}
+
 TEST_F(ProcessAssertion, NeedsNoHandler) {
   BKSProcessAssertion *assertion =
       [[BKSProcessAssertion alloc] initWithBundleIdentifier:@"org.example.idle"
