@@ -5,7 +5,7 @@
 
 namespace veltro::host {
 
-/// One line for NSLog; `line` is UTF-8.
+/// One line where NSLog's lines go; `line` is UTF-8.
 void log_line(const std::string &line);
 
 } // namespace veltro::host

@@ -1,10 +1,11 @@
-// Where log lines go. NSLog itself is the test support's own, so that these go through NSLogv;
-// syslog is defined here.
+// Where log lines go. NSLog and NSLogv are the test support's own, so that these go through
+// Foundation's; syslog is defined here.
 
 #import <Foundation/Foundation.h>
 
 #include <cstdarg>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <regex>
 #include <string>
@@ -30,9 +31,11 @@ extern "C" void syslog(int priority, const char *format, ...) {
 namespace {
 
 void log(NSString *format, ...) {
+  static const auto foundations =
+      reinterpret_cast<void (*)(NSString *, va_list)>(dlsym(RTLD_NEXT, "NSLogv"));
   va_list arguments;
   va_start(arguments, format);
-  NSLogv(format, arguments);
+  foundations(format, arguments);
   va_end(arguments);
 }
 

@@ -93,6 +93,7 @@ TEST(UIApplication, SaysNoToAnAppThatIsNotInstalled) {
   veltro::test::clear_log();
   EXPECT_FALSE(launch("org.example.unknown"));
   EXPECT_THAT(logged_lines(), ElementsAre("App not launched: org.example.unknown: no such app"));
+  EXPECT_TRUE(veltro::test::lines_of_nslog().empty());
 }
 
 TEST(UIApplication, SaysNoToNoIdentifier) {
