@@ -93,6 +93,7 @@ TEST_F(ViewTool, DrawsTheButtonsOfTheAlert) {
     return size_of(picture(std::move(more))).second;
   };
   const unsigned bare = height({});
+  EXPECT_EQ(height({"--button", ""}), bare + 88) << "one without a title";
   EXPECT_EQ(height({"--button", "Stop"}), bare + 88);
   // Two stand beside each other.
   EXPECT_EQ(height({"--button", "Stop", "--button", "Wait"}), bare + 88);

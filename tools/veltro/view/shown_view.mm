@@ -28,7 +28,7 @@ UIView *make_view(const ViewOptions &options, CGSize size, id delegate) {
                                  cancelButtonTitle:nil
                                  otherButtonTitles:nil] autorelease];
   for (const std::string &title : options.buttons)
-    [alert addButtonWithTitle:string_of(title)];
+    [alert addButtonWithTitle:[NSString stringWithUTF8String:title.c_str()]];
   [alert show];
   return alert;
 }
