@@ -157,6 +157,12 @@ TEST(CommandLine, SaysWhatANumberMustBe) {
                "--timeout: '0' is not a number of seconds from 0.001 to 1000000000");
 }
 
+TEST(CommandLine, RefusesNamesThatAreEmpty) {
+  expect_usage({"ps", ""}, "NAME: must not be empty");
+  for (const char *command : {"read", "say", "mark-read"})
+    expect_usage({"chat", command, ""}, "USER: must not be empty");
+}
+
 TEST(CommandLine, SaysWhichOptionsOfAViewExcludeEachOther) {
   expect_usage({"view", "loading", "-o", "a.png", "--animate", "b.png"},
                "--out excludes --animate");

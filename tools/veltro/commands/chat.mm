@@ -211,7 +211,9 @@ void add_chat(CLI::App &app, Action &run) {
   const auto add_for_user = [&](const char *name, const char *help,
                                 int (*action)(const ChatOptions &)) {
     CLI::App *command = add(name, help, action);
-    command->add_option("USER", options->user, "The user whose chat it is")->required();
+    command->add_option("USER", options->user, "The user whose chat it is")
+        ->required()
+        ->check(text_check());
     return command;
   };
 

@@ -1,6 +1,7 @@
 // veltro ps: the process table as the library sees it.
 
 #include "commands.hpp"
+#include "io/checks.hpp"
 #include "io/exit.hpp"
 #include "io/json.hpp"
 
@@ -69,7 +70,7 @@ void add_ps(CLI::App &app, Action &run) {
   CLI::App *command = app.add_subcommand("ps", "Show the processes of this machine, oldest first");
   const auto options = std::make_shared<Options>();
   command->add_option("NAME", options->name, "Only those of this command name, in any case")
-      ->check([](const std::string &name) { return name.empty() ? "NAME must not be empty" : ""; });
+      ->check(text_check());
   command->add_flag("--containing", options->containing,
                     "NAME may stand anywhere in the command name, in its own case");
   command->add_flag("--json", options->json, "Print one JSON object a process");

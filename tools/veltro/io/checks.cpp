@@ -26,6 +26,11 @@ CLI::Validator check(Number least, Number most, const std::string &what) {
 
 } // namespace
 
+CLI::Validator text_check() {
+  return {[](const std::string &text) { return text.empty() ? "must not be empty" : ""; }, "",
+          "text"};
+}
+
 CLI::Validator count_check() {
   return check<std::int64_t>(0, INT64_MAX, "a whole number from 0");
 }

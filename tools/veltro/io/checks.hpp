@@ -1,4 +1,4 @@
-// Checks of numbers on the command line, which say in plain words what is wrong.
+// Checks of what stands on the command line, which say in plain words what is wrong.
 #pragma once
 
 #include <string>
@@ -8,6 +8,9 @@ class Validator;
 }
 
 namespace veltro::tool {
+
+/// A text that is not empty.
+CLI::Validator text_check();
 
 /// A whole number, 0 or more.
 CLI::Validator count_check();
