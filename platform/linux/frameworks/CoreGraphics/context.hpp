@@ -87,6 +87,9 @@ cairo_t *cairo_of(CGContextRef context);
 /// Makes `color` cairo's source, weakened by the state's alpha.
 void use_color(Context &context, const Color &color);
 
+/// Adds a rounded rectangle to the path; `radius` is cut to half the shorter side.
+void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius);
+
 /// Draws `pixels`, whose own coordinates run from their top left corner and y downwards, through
 /// `placement` into the drawing's coordinates. Keeps the current path.
 ///

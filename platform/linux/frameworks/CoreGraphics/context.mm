@@ -2,7 +2,9 @@
 
 #import <Foundation/Foundation.h>
 
+#include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <utility>
 
 /// The object behind a CGContextRef.
@@ -195,6 +197,27 @@ void use_color(Context &context, const Color &color) {
     cairo_set_source_rgba(context.cairo(), color.blue, color.green, color.red, alpha);
   else
     cairo_set_source_rgba(context.cairo(), color.red, color.green, color.blue, alpha);
+}
+
+void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
+  constexpr double right_angle = std::numbers::pi / 2;
+  const double shorter = std::min(CGRectGetWidth(rect), CGRectGetHeight(rect));
+  const double r = std::clamp(radius, 0.0, shorter / 2);
+  if (r == 0) {
+    cairo_rectangle(cairo, CGRectGetMinX(rect), CGRectGetMinY(rect), CGRectGetWidth(rect),
+                    CGRectGetHeight(rect));
+    return;
+  }
+  const double left = CGRectGetMinX(rect) + r;
+  const double right = CGRectGetMaxX(rect) - r;
+  const double top = CGRectGetMinY(rect) + r;
+  const double bottom = CGRectGetMaxY(rect) - r;
+  cairo_new_sub_path(cairo);
+  cairo_arc(cairo, right, top, r, -right_angle, 0);
+  cairo_arc(cairo, right, bottom, r, 0, right_angle);
+  cairo_arc(cairo, left, bottom, r, right_angle, 2 * right_angle);
+  cairo_arc(cairo, left, top, r, 2 * right_angle, 3 * right_angle);
+  cairo_close_path(cairo);
 }
 
 void draw_pixels(Context &context, const Pixels &pixels, const cairo_matrix_t &placement) {

@@ -15,11 +15,6 @@
 namespace veltro::host::keychain {
 namespace {
 
-/// Whether a mode gives no more than `allowed`.
-bool is_within(mode_t mode, mode_t allowed) {
-  return (mode & (S_IRWXU | S_IRWXG | S_IRWXO) & ~allowed) == 0;
-}
-
 /// The status of a file that should be there, and open to nobody but its owner: at most `allowed`.
 OSStatus check_private(const std::string &path, mode_t allowed, struct stat &status) {
   if (::stat(path.c_str(), &status) != 0) {
@@ -28,7 +23,7 @@ OSStatus check_private(const std::string &path, mode_t allowed, struct stat &sta
     log_trouble(path, std::generic_category().message(errno));
     return errSecNotAvailable;
   }
-  if (is_within(status.st_mode, allowed))
+  if ((status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO) & ~allowed) == 0)
     return errSecSuccess;
   std::array<char, 8> octal{};
   std::snprintf(octal.data(), octal.size(), "%04o", static_cast<unsigned>(status.st_mode & 07777));
@@ -89,12 +84,6 @@ OSStatus check_directory(const Paths &paths) {
   return errSecNotAvailable;
 }
 
-bool is_private_directory(const Paths &paths) {
-  struct stat status{};
-  return ::stat(paths.directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-         is_within(status.st_mode, S_IRWXU);
-}
-
 OSStatus make_directory(const Paths &paths) {
   namespace files = std::filesystem;
   std::error_code error;
@@ -123,12 +112,6 @@ OSStatus check_key(const Paths &paths, File &key, Identity &identity) {
   if (checked == errSecSuccess)
     identity = Identity::with_change(status);
   return checked;
-}
-
-bool is_as_checked(const File &key, const Identity &identity) {
-  struct stat status{};
-  // A file that loses its name changes, too.
-  return ::fstat(key.number(), &status) == 0 && Identity::with_change(status) == identity;
 }
 
 OSStatus read_key(const Paths &paths, std::optional<SealingKey> &key) {

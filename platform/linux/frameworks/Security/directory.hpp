@@ -43,9 +43,6 @@ OSStatus file_error(int error, std::string_view file);
 /// there, else errSecNotAvailable.
 OSStatus check_directory(const Paths &paths);
 
-/// Whether check_directory would succeed; logs nothing.
-bool is_private_directory(const Paths &paths);
-
 /// Makes the directory and those above it, durably.
 OSStatus make_directory(const Paths &paths);
 
@@ -55,9 +52,6 @@ OSStatus sync_directory(const Paths &paths);
 /// Looks at the key file, and holds it: errSecItemNotFound where there is none, errSecNotAvailable
 /// where others may read it.
 OSStatus check_key(const Paths &paths, File &key, Identity &identity);
-
-/// Whether the key file has kept its name, its mode and its contents.
-bool is_as_checked(const File &key, const Identity &identity);
 
 /// Reads the master key and derives the key for secrets.
 OSStatus read_key(const Paths &paths, std::optional<SealingKey> &key);

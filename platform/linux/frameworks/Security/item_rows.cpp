@@ -6,15 +6,13 @@
 namespace veltro::host::keychain {
 namespace {
 
-constexpr int kAttributeCount = static_cast<int>(kAttributes.size());
-
 /// The parameter of an attribute; those of the rest come after.
 constexpr int parameter_of(std::size_t attribute) {
   return static_cast<int>(attribute) + 1;
 }
-constexpr int kSealedParameter = kAttributeCount + 1;
-constexpr int kLimitParameter = kAttributeCount + 1;
-constexpr int kIdParameter = kAttributeCount + 2;
+constexpr int kSealedParameter = parameter_of(kAttributes.size());
+constexpr int kLimitParameter = kSealedParameter; // of other statements
+constexpr int kIdParameter = kSealedParameter + 1;
 
 /// `"svce" = ?1` and so on, for each attribute.
 const std::array<std::string, kAttributes.size()> kComparisons = [] {

@@ -30,11 +30,14 @@ public:
   /// `corrupt` set for a file that was quarantined.
   OSStatus make_ready(bool create, bool &corrupt);
 
-  /// Whether the open file is still the one of its name.
-  [[nodiscard]] bool in_place() const {
+  /// Whether the open file is still the one of its name; where not, all is looked at anew.
+  [[nodiscard]] bool in_place() {
     struct stat status{};
-    return ::stat(paths_.database.c_str(), &status) == 0 &&
-           Identity::of(status) == database_identity_;
+    const bool same = ::stat(paths_.database.c_str(), &status) == 0 &&
+                      Identity::of(status) == database_identity_;
+    if (!same)
+      directory_.reset();
+    return same;
   }
 
   /// Quarantines the open file. The directory must be locked.
@@ -79,11 +82,10 @@ private:
   OSStatus open_key(bool database_is_there);
   OSStatus open_database(bool &corrupt);
   [[nodiscard]] bool is_read_only() const;
-  bool is_unchanged();
 
   std::string root_;
   Paths paths_;
-  std::optional<WatchedPath> directory_; ///< as it was when its files were looked at
+  std::optional<WatchedPath> directory_; ///< as it was before its files were looked at
   File key_file_;
   Identity database_identity_, key_identity_;
   bool single_use_ = false; ///< others wait for this connection, or may come in spite of it
@@ -95,28 +97,28 @@ OSStatus Connection::make_ready(bool create, bool &corrupt) {
     paths_ = Paths::at(root);
     root_ = std::move(root);
   }
-  if (database.is_open() && is_unchanged())
+  const auto key_is_as_checked = [&] {
+    struct stat status{};
+    // A file that loses its name changes, too.
+    return ::fstat(key_file_.number(), &status) == 0 &&
+           Identity::with_change(status) == key_identity_;
+  };
+  // Where nothing came to the directory or went, and its mode is the same, the key file is all that
+  // may have changed.
+  if (database.is_open() && directory_ && directory_->unchanged() && key_is_as_checked())
+    return errSecSuccess;
+  directory_.emplace(paths_.directory);
+  OSStatus status = check_directory(paths_);
+  if (database.is_open() && status == errSecSuccess && in_place() && key_is_as_checked())
     return errSecSuccess;
   database.close();
-  directory_.reset();
-  OSStatus status = check_directory(paths_);
   if (status == errSecItemNotFound && create) {
     status = make_directory(paths_);
+    directory_.emplace(paths_.directory);
     if (status == errSecSuccess)
       status = check_directory(paths_);
   }
   return status == errSecSuccess ? open_files(create, corrupt) : status;
-}
-
-/// Whether the open files are those of their names still, and private. Where nothing came to the
-/// directory or went, and its mode is the same, only the key file has to be looked at.
-bool Connection::is_unchanged() {
-  if (!directory_ || !directory_->unchanged()) {
-    directory_.emplace(paths_.directory);
-    if (!in_place() || !is_private_directory(paths_))
-      return false;
-  }
-  return is_as_checked(key_file_, key_identity_);
 }
 
 OSStatus Connection::open_files(bool create, bool &corrupt) {

@@ -9,38 +9,27 @@
 #include "frameworks/UIKit/image_orientation.hpp"
 #include "machine/images/image_reading.hpp"
 
+#include <iterator>
+
 using veltro::host::Pixels;
 using veltro::host::pixels_of;
 
 namespace {
 
-bool is_sideways(UIImageOrientation orientation) {
-  return orientation == UIImageOrientationLeft || orientation == UIImageOrientationRight ||
-         orientation == UIImageOrientationLeftMirrored ||
-         orientation == UIImageOrientationRightMirrored;
-}
+/// Where the unit square of the stored pixels lies in the unit square of the upright image, by the
+/// values of UIImageOrientation.
+constexpr cairo_matrix_t kUpright[] = {
+    {1, 0, 0, 1, 0, 0},   // up
+    {-1, 0, 0, -1, 1, 1}, // down
+    {0, -1, 1, 0, 0, 1},  // left
+    {0, 1, -1, 0, 1, 0},  // right
+    {-1, 0, 0, 1, 1, 0},  // the same, mirrored
+    {1, 0, 0, -1, 0, 1},  {0, 1, 1, 0, 0, 0}, {0, -1, -1, 0, 1, 1},
+};
 
-/// Where the unit square of the stored pixels lies in the unit square of the upright image.
-cairo_matrix_t upright(UIImageOrientation orientation) {
-  switch (orientation) {
-  case UIImageOrientationDown:
-    return {-1, 0, 0, -1, 1, 1};
-  case UIImageOrientationLeft:
-    return {0, -1, 1, 0, 0, 1};
-  case UIImageOrientationRight:
-    return {0, 1, -1, 0, 1, 0};
-  case UIImageOrientationUpMirrored:
-    return {-1, 0, 0, 1, 1, 0};
-  case UIImageOrientationDownMirrored:
-    return {1, 0, 0, -1, 0, 1};
-  case UIImageOrientationLeftMirrored:
-    return {0, 1, 1, 0, 0, 0};
-  case UIImageOrientationRightMirrored:
-    return {0, -1, -1, 0, 1, 1};
-  case UIImageOrientationUp:
-    break;
-  }
-  return {1, 0, 0, 1, 0, 0};
+const cairo_matrix_t &upright(UIImageOrientation orientation) {
+  const auto at = static_cast<std::size_t>(orientation);
+  return kUpright[at < std::size(kUpright) ? at : 0];
 }
 
 /// 2 and 3 for a name that ends in @2x and @3x before its extension.
@@ -127,7 +116,8 @@ CGFloat scale_in_name(NSString *path) {
 - (CGSize)size {
   const auto width = static_cast<CGFloat>(CGImageGetWidth(_CGImage)) / _scale;
   const auto height = static_cast<CGFloat>(CGImageGetHeight(_CGImage)) / _scale;
-  return is_sideways(_imageOrientation) ? CGSizeMake(height, width) : CGSizeMake(width, height);
+  const bool sideways = upright(_imageOrientation).xx == 0;
+  return sideways ? CGSizeMake(height, width) : CGSizeMake(width, height);
 }
 
 - (void)drawAtPoint:(CGPoint)point {
@@ -140,7 +130,7 @@ CGFloat scale_in_name(NSString *path) {
     return;
   const Pixels &pixels = *pixels_of(_CGImage);
   cairo_matrix_t placement;
-  const cairo_matrix_t turn = upright(_imageOrientation);
+  const cairo_matrix_t &turn = upright(_imageOrientation);
   const cairo_matrix_t stretch{
       CGRectGetWidth(rect), 0, 0, CGRectGetHeight(rect), CGRectGetMinX(rect), CGRectGetMinY(rect)};
   cairo_matrix_init_scale(&placement, 1 / static_cast<double>(pixels.width),

@@ -1,5 +1,7 @@
 #include "frameworks/UIKit/alert_drawing.hpp"
 
+#include "frameworks/CoreGraphics/context.hpp"
+
 #include <initializer_list>
 #include <numbers>
 
@@ -28,17 +30,8 @@ CGRect inset(CGRect rect, double by) {
 }
 
 void rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
-  constexpr double right_angle = std::numbers::pi / 2;
-  const double left = CGRectGetMinX(rect) + radius;
-  const double right = CGRectGetMaxX(rect) - radius;
-  const double top = CGRectGetMinY(rect) + radius;
-  const double bottom = CGRectGetMaxY(rect) - radius;
   cairo_new_path(cairo);
-  cairo_arc(cairo, right, top, radius, -right_angle, 0);
-  cairo_arc(cairo, right, bottom, radius, 0, right_angle);
-  cairo_arc(cairo, left, bottom, radius, right_angle, 2 * right_angle);
-  cairo_arc(cairo, left, top, radius, 2 * right_angle, 3 * right_angle);
-  cairo_close_path(cairo);
+  add_rounded_rect(cairo, rect, radius);
 }
 
 /// Lightens the path from `top` to `bottom`.

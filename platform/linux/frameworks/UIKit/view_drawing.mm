@@ -1,14 +1,12 @@
-#include "frameworks/UIKit/view_drawing.h"
+// Drawing a tree of views into a context.
 
 #import <QuartzCore/CALayer.h>
 #import <UIKit/UIColor.h>
 #import <UIKit/UIGraphics.h>
+#import <UIKit/UIView.h>
 
 #include "frameworks/CoreGraphics/context.hpp"
 #include "frameworks/QuartzCore/layer_drawing.h"
-
-#include <algorithm>
-#include <numbers>
 
 namespace veltro::host {
 namespace {
@@ -16,16 +14,24 @@ namespace {
 /// As on the device: what is as pale as this is not drawn.
 constexpr CGFloat kVisibleAlpha = 0.01;
 
+void draw_view(UIView *view, CGContextRef context);
+
+/// Makes the view's shape the context's path.
+void add_shape(UIView *view, CGContextRef context) {
+  CGContextBeginPath(context);
+  if (cairo_t *const cairo = cairo_of(context))
+    add_rounded_rect(cairo, [view bounds], [[view layer] cornerRadius]);
+}
+
 void draw_content(UIView *view, CGContextRef context) {
   const CGRect bounds = [view bounds];
-  const CGFloat radius = [[view layer] cornerRadius];
   if (UIColor *const color = [view backgroundColor]) {
     CGContextSetFillColorWithColor(context, [color CGColor]);
-    add_rounded_rect(context, bounds, radius);
+    add_shape(view, context);
     CGContextFillPath(context);
   }
   if ([view clipsToBounds]) {
-    add_rounded_rect(context, bounds, radius);
+    add_shape(view, context);
     CGContextClip(context);
   }
   CGContextSaveGState(context);
@@ -44,28 +50,7 @@ void draw_content(UIView *view, CGContextRef context) {
   }
 }
 
-} // namespace
-
-void add_rounded_rect(CGContextRef context, CGRect rect, CGFloat radius) {
-  constexpr CGFloat right_angle = std::numbers::pi / 2;
-  const CGFloat r =
-      std::clamp<CGFloat>(radius, 0, std::min(CGRectGetWidth(rect), CGRectGetHeight(rect)) / 2);
-  CGContextBeginPath(context);
-  if (r == 0) {
-    CGContextAddRect(context, rect);
-    return;
-  }
-  const CGFloat left = CGRectGetMinX(rect) + r;
-  const CGFloat right = CGRectGetMaxX(rect) - r;
-  const CGFloat top = CGRectGetMinY(rect) + r;
-  const CGFloat bottom = CGRectGetMaxY(rect) - r;
-  CGContextAddArc(context, right, top, r, -right_angle, 0, 0);
-  CGContextAddArc(context, right, bottom, r, 0, right_angle, 0);
-  CGContextAddArc(context, left, bottom, r, right_angle, 2 * right_angle, 0);
-  CGContextAddArc(context, left, top, r, 2 * right_angle, 3 * right_angle, 0);
-  CGContextClosePath(context);
-}
-
+/// Draws `view` and all it holds, in the view's own coordinates.
 void draw_view(UIView *view, CGContextRef context) {
   if (view == nil || [view isHidden] || [view alpha] < kVisibleAlpha)
     return;
@@ -84,6 +69,7 @@ void draw_view(UIView *view, CGContextRef context) {
   CGContextRestoreGState(context);
 }
 
+} // namespace
 } // namespace veltro::host
 
 @interface UIView (VHLayerDrawing) <VHLayerDrawing>

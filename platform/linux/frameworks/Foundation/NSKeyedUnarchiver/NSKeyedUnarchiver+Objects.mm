@@ -22,13 +22,13 @@ using veltro::host::replace_method;
 /// What the key that is being decoded may hold. Keys nest as the objects do.
 struct Expectation {
   NSKeyedUnarchiver *coder;
-  NSString *key;           ///< the key, where classes were named for it
-  NSSet *classes;          ///< the classes asked for
-  bool any_class;          ///< nothing was asked for
-  bool elements;           ///< the key holds a collection's elements
-  bool parts;              ///< the key holds a part of an object of Foundation's
-  NSUInteger class_record; ///< the archive's record of the class of the object being made
-  Expectation *outer;
+  NSString *key = nil;         ///< the key, where classes were named for it
+  NSSet *classes = nil;        ///< the classes asked for
+  bool any_class = true;       ///< nothing was asked for
+  bool elements = false;       ///< the key holds a collection's elements
+  bool parts = false;          ///< the key holds a part of an object of Foundation's
+  NSUInteger class_record = 0; ///< the archive's record of the class of the object being made
+  Expectation *outer = nullptr;
 };
 
 thread_local Expectation *innermost = nullptr;
@@ -48,21 +48,10 @@ private:
   Expectation expectation_;
 };
 
-/// What holds where nothing was asked for.
-Expectation anything(NSKeyedUnarchiver *coder) {
-  return {.coder = coder,
-          .key = nil,
-          .classes = nil,
-          .any_class = true,
-          .elements = false,
-          .parts = false,
-          .class_record = 0,
-          .outer = nullptr};
-}
-
 /// What holds for the next object of `coder`.
 Expectation current(NSKeyedUnarchiver *coder) {
-  return innermost != nullptr && innermost->coder == coder ? *innermost : anything(coder);
+  return innermost != nullptr && innermost->coder == coder ? *innermost
+                                                           : Expectation{.coder = coder};
 }
 
 ptrdiff_t objects_offset;
@@ -212,11 +201,7 @@ VH_AT_LOAD(VHObjectDecoding) {
 - (id)decodeObjectOfClasses:(NSSet *)expected forKey:(NSString *)key {
   if (![self requiresSecureCoding])
     return [self decodeObjectForKey:key];
-  Expectation expectation = anything(self);
-  expectation.key = key;
-  expectation.classes = expected;
-  expectation.any_class = false;
-  const Expecting inside(expectation);
+  const Expecting inside({.coder = self, .key = key, .classes = expected, .any_class = false});
   return [self decodeObjectForKey:key];
 }
 

@@ -6,6 +6,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include "frameworks/Foundation/NSPropertyListSerialization/binary_property_list.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/files/atomic_file.hpp"
 #include "machine/log/log_line.hpp"
@@ -47,25 +48,6 @@ std::string file_of(NSString *domain) {
   return folder() + '/' + name + ".plist";
 }
 
-/// GNUstep would write the description of an object that no property list can hold.
-bool is_property_list(id object) {
-  for (Class type : {[NSString class], [NSNumber class], [NSDate class], [NSData class]})
-    if ([object isKindOfClass:type])
-      return true;
-  if ([object isKindOfClass:[NSArray class]]) {
-    for (id element in object)
-      if (!is_property_list(element))
-        return false;
-    return true;
-  }
-  if (![object isKindOfClass:[NSDictionary class]])
-    return false;
-  for (id key in object)
-    if (![key isKindOfClass:[NSString class]] || !is_property_list([object objectForKey:key]))
-      return false;
-  return true;
-}
-
 /// The folder holds what the user set: nobody else's business.
 bool make_folder() {
   namespace fs = std::filesystem;
@@ -104,13 +86,8 @@ void write_domain(NSUserDefaults *self, SEL selector, NSDictionary *settings, NS
     return;
   }
   const std::string file = file_of(domain);
-  NSData *const data =
-      is_property_list(settings)
-          ? [NSPropertyListSerialization dataWithPropertyList:settings
-                                                       format:NSPropertyListBinaryFormat_v1_0
-                                                      options:0
-                                                        error:nullptr]
-          : nil;
+  // Nil for what no property list can hold; GNUstep would write its description.
+  NSData *const data = veltro::host::binary_property_list(settings);
   if (file.empty() || data == nil || !make_folder() || !make_way(file) ||
       !veltro::host::replace_file(
           file, {static_cast<const char *>([data bytes]), static_cast<std::size_t>([data length])}))
