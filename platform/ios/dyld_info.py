@@ -3,7 +3,7 @@ import dataclasses
 
 import macho
 
-REBASE, BIND, LAZY_BIND = 8, 16, 32  # fields of LC_DYLD_INFO_ONLY
+REBASE, BIND, LAZY_BIND, EXPORT = 8, 16, 32, 40  # fields of LC_DYLD_INFO_ONLY
 ORDINAL = 0x10  # opcode, with the number of a library up to 15 in it
 FLAT_LOOKUP = 0x3e  # opcode: the next symbols are looked up in every loaded library
 WEAK_IMPORT = 0x01  # of the opcode that names a symbol
@@ -114,3 +114,23 @@ def bindings(image, field):
         for slot in _slots(image, address, count, pointer + skip):
             yield Binding(slot, name, weak, ordinal, ordinal_at, name_at)
         address += count * (pointer + skip)
+
+
+def exports(image):
+    """(name, where its address stands) of what is exported: a tree of texts, from node to node."""
+    start, end = _extent(image, EXPORT)
+    pending, seen = [(start, '')] if end > start else [], set()
+    while pending:
+        node, name = pending.pop()
+        if node in seen or node >= end:
+            raise macho.Malformed('exports that are no tree')
+        seen.add(node)
+        size, at = macho.leb(image.data, node)
+        if size:
+            _, address_at = macho.leb(image.data, at)
+            yield name, address_at
+        edges, at = image.data[at + size], at + size + 1
+        for _ in range(edges):
+            text = image.text(at)
+            offset, at = macho.leb(image.data, at + len(text) + 1)
+            pending.append((start + offset, name + text))

@@ -107,6 +107,7 @@ def patch(image, expected, looked_up, may_be_missing):
     patch_image.patch_section_names(image, expected)
     patch_image.patch_image_info(image, expected)
     patch_image.patch_thumb_shims(image, expected)
+    patch_image.patch_thumb_exports(image)
     patch_image.patch_lookups(image, looked_up & expected.imported)
     patch_image.patch_weak_imports(image, expected.weak | may_be_missing & expected.imported)
     patch_image.check_symbol_pointers(image)

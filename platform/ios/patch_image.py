@@ -68,6 +68,16 @@ def patch_thumb_shims(image, expected):
         raise macho.Malformed(f'{len(expected.tail_calls)} shims expected, {shims} found')
 
 
+def patch_thumb_exports(image):
+    """The linker exports functions without the Thumb bit."""
+    functions = {symbol.name for symbol in image.symbols() if symbol.thumb}
+    for name, at in dyld_info.exports(image):
+        if name in functions:
+            if image.data[at] & 1:
+                raise macho.Malformed(f'{name} is exported with the Thumb bit already')
+            image.data[at] |= 1
+
+
 def pointers(image):
     """(place in the file, target) of every pointer into the image."""
     segments = list(image.segments())
