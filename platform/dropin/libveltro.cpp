@@ -61,3 +61,10 @@ bool load() {
 [[maybe_unused]] const bool loaded = load();
 
 } // namespace
+
+#ifdef __arm__
+// Programs name this library before the C library, but not the loader.
+extern "C" const void *__gnu_Unwind_Find_exidx(const void *address, int *count) {
+  return VLImageFindUnwindTable(address, count);
+}
+#endif

@@ -79,7 +79,7 @@ void x86_64_frameless(std::vector<uint8_t> &to, uint32_t encoding, uint64_t size
     if (i + 1 < count)
       orders /= 5 - i;
     saved(to, kRegisters[left[digit]], 8 + uint64_t(8) * (count - i));
-    left.erase(left.begin() + digit);
+    left.erase(left.begin() + ptrdiff_t(digit));
   }
 }
 

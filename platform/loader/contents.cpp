@@ -1,5 +1,6 @@
 #include "contents.hpp"
 
+#include "argument_words.hpp"
 #include "call_frames.hpp"
 #include "constant_strings.hpp"
 #include "widening.hpp"
@@ -7,12 +8,16 @@
 namespace veltro::loader {
 namespace {
 
-void check_types(const objc::Metadata &metadata) {
-  const auto check = [](const auto &owners) {
+/// That methods can be called from Linux's code.
+void check_types(const objc::Metadata &metadata, Processor processor) {
+  const auto check = [processor](const auto &owners) {
     for (const auto &owner : owners)
       for (const auto *const methods : {&owner.methods, &owner.class_methods})
         for (const objc::Method &method : *methods)
-          (void)objc::widening_instructions(method.types);
+          if (processor == Processor::arm64)
+            (void)objc::widening_instructions(method.types);
+          else
+            (void)objc::argument_words(method.types);
   };
   check(metadata.classes);
   check(metadata.categories);
@@ -26,8 +31,8 @@ Contents read_contents(Bytes file, Processor processor) {
   objc::Metadata metadata = objc::read_metadata(image);
   std::vector<FrameEntry> frames = read_unwind_info(image);
   objc::check_constant_strings(metadata, image);
-  if (processor == Processor::arm64)
-    check_types(metadata);
+  if (processor != Processor::x86_64)
+    check_types(metadata, processor);
   for (const FrameEntry &frame : frames)
     (void)call_frame_instructions(processor, frame);
   // Pointers into the image's imports stay right: they are kept where a move does not reach them.

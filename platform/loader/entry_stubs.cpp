@@ -1,9 +1,8 @@
 #include "entry_stubs.hpp"
 
+#include "code_memory.hpp"
+#include "crossings_arm.hpp"
 #include "widening.hpp"
-
-#include <cerrno>
-#include <sys/mman.h>
 
 namespace veltro::loader::objc {
 namespace {
@@ -15,21 +14,30 @@ constexpr uint32_t kJump = 0xd61f0220;       // br x17
 } // namespace
 
 EntryStubs::EntryStubs(const Metadata &metadata, const Memory &memory) : memory_(memory) {
-  if constexpr (kThisProcessor == Processor::arm64) {
-    std::map<Key, std::vector<uint32_t>> stubs;
-    const auto collect = [&](const std::vector<Method> &methods) {
-      for (const Method &method : methods)
-        if (auto code = widening_instructions(method.types); !code.empty())
-          stubs[{method.code, method.types}] = std::move(code);
-    };
-    const auto collect_all = [&](const auto &owners) {
-      for (const auto &owner : owners) {
-        collect(owner.methods);
-        collect(owner.class_methods);
-      }
-    };
-    collect_all(metadata.classes);
-    collect_all(metadata.categories);
+  if constexpr (kThisProcessor == Processor::x86_64)
+    return;
+  std::map<Key, std::vector<uint32_t>> stubs;
+  const auto collect = [&](const std::vector<Method> &methods) {
+    for (const Method &method : methods)
+      if constexpr (kThisProcessor == Processor::armv7)
+        stubs[{method.code, method.types}];
+      else if (auto code = widening_instructions(method.types); !code.empty())
+        stubs[{method.code, method.types}] = std::move(code);
+  };
+  const auto collect_all = [&](const auto &owners) {
+    for (const auto &owner : owners) {
+      collect(owner.methods);
+      collect(owner.class_methods);
+    }
+  };
+  collect_all(metadata.classes);
+  collect_all(metadata.categories);
+  if constexpr (kThisProcessor == Processor::armv7) {
+    Crossings crossings(stubs.size());
+    for (const auto &[key, none] : stubs)
+      stubs_[key] = crossings.into_image(memory_.at(key.first), key.second);
+    crossings.finish();
+  } else {
     write(stubs);
   }
 }
@@ -51,16 +59,9 @@ void EntryStubs::write(const std::map<Key, std::vector<uint32_t>> &stubs) {
   if (all.empty())
     return;
   const size_t size = all.size() * sizeof all[0];
-  void *const mapped =
-      mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (mapped == MAP_FAILED)
-    throw Unloadable(std::string("cannot be entered: ") + std::strerror(errno));
-  auto *const code = static_cast<uint32_t *>(mapped);
+  auto *const code = static_cast<uint32_t *>(map_code(size));
   std::memcpy(code, all.data(), size);
-  __builtin___clear_cache(reinterpret_cast<char *>(code),
-                          reinterpret_cast<char *>(code + all.size()));
-  if (mprotect(mapped, size, PROT_READ | PROT_EXEC) != 0)
-    throw Unloadable(std::string("cannot be entered: ") + std::strerror(errno));
+  protect_code(code, size);
   for (const auto &[key, place] : places)
     stubs_[key] = code + place;
 }

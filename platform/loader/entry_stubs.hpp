@@ -7,8 +7,8 @@ namespace veltro::loader::objc {
 
 /// Where this process enters an image's methods. Darwin's code for 64-bit ARM counts on its caller
 /// to have widened numbers of less than 32 bits, which Linux's callers do not: methods that take
-/// such are entered by way of instructions that widen them. Elsewhere it is the method's code
-/// itself.
+/// such are entered by way of instructions that widen them. Those for 32-bit ARM are entered by
+/// crossings. Elsewhere it is the method's code itself.
 class EntryStubs {
 public:
   /// The instructions stay in memory for as long as the image.

@@ -5,6 +5,7 @@
 #include "VeltroLoader/VeltroLoader.h"
 #include "call_frames.hpp"
 #include "contents.hpp"
+#include "entries_arm.hpp"
 #include "memory.hpp"
 #include "objc_registration.hpp"
 #include "symbols.hpp"
@@ -17,12 +18,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-extern "C" void __register_frame(void *frames);
+extern "C" void __register_frame(void *frames); // not of 32-bit ARM's unwinder
 
 struct VLImage {
   veltro::loader::Memory memory;
   veltro::loader::Exports exports;
-  std::vector<uint8_t> frames; // the unwinder keeps reading them
+  std::vector<uint8_t> frames{}; // the unwinder keeps reading them
+  // By address, what this process calls for exported functions where that is not their own code.
+  std::map<uint64_t, void *> entries{};
 };
 
 namespace veltro::loader {
@@ -92,21 +95,25 @@ VLImage *load(const char *path) {
   const objc::Metadata &metadata = contents.metadata;
   objc::check_variadic_calls(image.fixups().symbols, metadata);
 
-  const std::vector<void *> imports = resolve_imports(image.fixups().symbols, find_loaded);
+  std::vector<void *> imports = resolve_imports(image.fixups().symbols, find_loaded);
   objc::check_registration(metadata);
-  auto result =
-      std::unique_ptr<VLImage>(new VLImage{Memory(image), std::move(contents.exports), {}});
+  auto result = std::unique_ptr<VLImage>(new VLImage{Memory(image), std::move(contents.exports)});
+  if constexpr (kThisProcessor == Processor::armv7)
+    make_exits(imports);
   Memory &memory = result->memory;
   memory.rebase(image.fixups().rebases);
   for (const Bind &bind : image.fixups().binds) {
     const auto target = reinterpret_cast<uintptr_t>(imports[bind.symbol]);
     memory.put(bind.address, target != 0 ? target + uintptr_t(bind.addend) : 0);
   }
+  if constexpr (kThisProcessor == Processor::armv7)
+    result->entries = make_entries(image, result->exports, memory);
   result->frames = call_frames(contents.frames, memory);
 
   objc::register_metadata(metadata, memory);
   memory.protect_constants(image.header());
-  __register_frame(result->frames.data());
+  if constexpr (kThisProcessor != Processor::armv7)
+    __register_frame(result->frames.data());
   memory.keep();
   loaded().images.push_back(std::move(result));
   return loaded().images.back().get();
@@ -126,5 +133,9 @@ VLImage *VLImageLoad(const char *path, char **error) {
 }
 
 void *VLImageFindSymbol(const VLImage *image, const char *name) {
-  return veltro::loader::find_in(*image, "_" + std::string(name));
+  const auto found = image->exports.find("_" + std::string(name));
+  if (found == image->exports.end())
+    return nullptr;
+  const auto entry = image->entries.find(found->second);
+  return entry != image->entries.end() ? entry->second : image->memory.at(found->second);
 }

@@ -6,7 +6,7 @@
         .macro FUNCTION name
         .globl \name
         .hidden \name
-        .type \name, @function
+        .type \name, %function
         .p2align 4
 \name:
         .cfi_startproc
@@ -79,4 +79,4 @@ FUNCTION veltro_loader_send_super
 END veltro_loader_send_super
 #endif
 
-        .section .note.GNU-stack,"",@progbits
+        .section .note.GNU-stack,"",%progbits

@@ -8,7 +8,7 @@
         .macro FUNCTION name
         .globl \name
         .hidden \name
-        .type \name, @function
+        .type \name, %function
         .p2align 4
 \name:
         .cfi_startproc
@@ -133,4 +133,4 @@ FUNCTION veltro_loader_send_super_structure
 END veltro_loader_send_super_structure
 #endif
 
-        .section .note.GNU-stack,"",@progbits
+        .section .note.GNU-stack,"",%progbits

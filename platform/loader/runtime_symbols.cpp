@@ -1,6 +1,7 @@
 // What compiled code asks of Darwin's runtimes under names, or in ways, that Linux's do not know.
 
 #include "message_send.hpp"
+#include "setjmp_frames_arm.hpp"
 #include "symbols.hpp"
 
 #include <cerrno>
@@ -59,7 +60,7 @@ int *error_number() {
 // The runtime's caches and vtables of Darwin, and the class of constant strings: images hold their
 // addresses and nothing reads what is there.
 void *unread[64];
-uintptr_t stack_guard = 0x2f8d61a30b5ec700;
+auto stack_guard = uintptr_t(0x2f8d61a30b5ec700);
 
 struct Entry {
   std::string_view name;
@@ -76,9 +77,11 @@ void *runtime_symbol(std::string_view name) {
   static const Entry entries[]{
       {"_objc_msgSend", address_of(veltro_loader_send)},
       {"_objc_msgSendSuper2", address_of(veltro_loader_send_super)},
-#ifdef __x86_64__
+#ifndef __aarch64__
       {"_objc_msgSend_stret", address_of(veltro_loader_send_structure)},
       {"_objc_msgSendSuper2_stret", address_of(veltro_loader_send_super_structure)},
+#endif
+#ifdef __x86_64__
       {"_objc_msgSend_fpret", address_of(veltro_loader_send_long_double)},
 #endif
       {"_objc_setProperty_atomic", address_of(set_property_atomic)},
@@ -90,7 +93,14 @@ void *runtime_symbol(std::string_view name) {
       {"__objc_empty_cache", unread},
       {"__objc_empty_vtable", unread},
       {"___CFConstantStringClassReference", unread},
+#ifdef __arm__
+      {"__Unwind_SjLj_Register", address_of(veltro_loader_register_frame)},
+      {"__Unwind_SjLj_Unregister", address_of(veltro_loader_unregister_frame)},
+      {"__Unwind_SjLj_Resume", address_of(veltro_loader_resume_unwinding)},
+      {"___gxx_personality_sj0", unread},
+#else
       {"___gxx_personality_v0", address_of(__gxx_personality_v0)},
+#endif
       {"___stack_chk_guard", &stack_guard},
       {"___error", address_of(error_number)},
       {"dyld_stub_binder", address_of(bind_later)},

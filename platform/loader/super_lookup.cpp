@@ -1,18 +1,6 @@
-extern "C" {
-#include <objc/message.h>
-#include <objc/runtime.h>
+#include "super_lookup.hpp"
 
-/// What Darwin's compilers hand over for a message to super: the class that sends it, where GCC's
-/// say the class above.
-struct VeltroLoaderSuper {
-  id receiver;
-  Class sender;
-};
-
-/// Finds the method for a message to super; message_send_PROCESSOR.S calls it.
-__attribute__((visibility("hidden"))) IMP veltro_loader_super_lookup(const VeltroLoaderSuper *super,
-                                                                     SEL selector) {
+IMP veltro_loader_super_lookup(const VeltroLoaderSuper *super, SEL selector) {
   struct objc_super above = {super->receiver, class_getSuperclass(super->sender)};
   return objc_msg_lookup_super(&above, selector);
-}
 }

@@ -24,6 +24,8 @@ void *find(std::string_view symbol, FindLoaded find_loaded) {
     return entry;
   if (void *const ours = runtime_symbol(symbol))
     return ours;
+  if (void *const function = compiler_function(symbol))
+    return function;
   if (!symbol.starts_with('_'))
     return nullptr;
   // From the program on, as the dynamic linker looks: a test's own definition comes first.

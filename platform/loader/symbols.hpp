@@ -22,4 +22,7 @@ std::vector<void *> resolve_imports(const std::vector<Import> &imports, FindLoad
 /// symbols.
 void *runtime_symbol(std::string_view name);
 
+/// What the compiler of images has called for arithmetic; null for other symbols.
+void *compiler_function(std::string_view name);
+
 } // namespace veltro::loader

@@ -7,7 +7,7 @@
         .macro VARIADIC name, next
         .globl \name
         .hidden \name
-        .type \name, @function
+        .type \name, %function
         .p2align 4
 \name:
         .cfi_startproc
@@ -27,4 +27,4 @@
         VARIADIC veltro_loader_dictionaryWithObjectsAndKeys, x3
 #endif
 
-        .section .note.GNU-stack,"",@progbits
+        .section .note.GNU-stack,"",%progbits

@@ -115,6 +115,32 @@ struct Cleanup {
 }
 @end
 
+// Values of 64 bits among narrower ones, which two platforms may pass in different places.
+@protocol AddOnMixing
+- (double)mix:(int)a with:(double)b and:(short)c and:(long long)d and:(float)e and:(double)f;
+- (void)visit:(long long (^)(int number, long long wide, char narrow, double real))visitor;
+@end
+
+@interface AddOnMixer : NSObject
+@end
+
+@implementation AddOnMixer
++ (double)mix:(int)a with:(double)b and:(short)c and:(long long)d and:(float)e and:(double)f {
+  return a + 10 * b + 100 * c + 1000 * double(d) + 10000 * double(e) + 100000 * f;
+}
++ (double)mixBy:(id<AddOnMixing>)other {
+  return [other mix:1 with:2.5 and:-3 and:4LL << 32 and:0.5F and:-6];
+}
++ (long long)showTo:(id<AddOnMixing>)other {
+  __block long long shown = 0;
+  [other visit:^(int number, long long wide, char narrow, double real) {
+    shown = wide + number;
+    return (long long)real - narrow;
+  }];
+  return shown;
+}
+@end
+
 @interface NSDate (AddOn)
 - (NSString *)addOn_day;
 + (BOOL)addOn_isAddOn;

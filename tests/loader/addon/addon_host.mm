@@ -33,9 +33,14 @@ id counter(NSString *name) {
                                              withObject:name];
 }
 
+long long returned_by_block;
+
 } // namespace
 
 @interface NSObject (AddOnMethods)
++ (double)mix:(int)a with:(double)b and:(short)c and:(long long)d and:(float)e and:(double)f;
++ (double)mixBy:(Class)other;
++ (long long)showTo:(Class)other;
 - (NSInteger)count;
 - (NSString *)name;
 - (void)add:(NSInteger)number;
@@ -52,6 +57,19 @@ id counter(NSString *name) {
 - (void)setMark:(NSInteger)mark;
 - (NSString *)addOn_day;
 + (BOOL)addOn_isAddOn;
+@end
+
+/// Weighs what it is given in another way than the add-on.
+@interface VTMixer : NSObject
+@end
+
+@implementation VTMixer
++ (double)mix:(int)a with:(double)b and:(short)c and:(long long)d and:(float)e and:(double)f {
+  return a + 3 * b + 9 * c + 27 * static_cast<double>(d) + 81 * static_cast<double>(e) + 243 * f;
+}
++ (void)visit:(long long (^)(int, long long, char, double))visitor {
+  returned_by_block = visitor(7, 1LL << 40, -5, 1e10);
+}
 @end
 
 TEST_F(AddOn, HasClassesWithVariablesAndProperties) {
@@ -77,7 +95,7 @@ TEST_F(AddOn, AdoptsProtocols) {
   EXPECT_TRUE([objc_getClass("AddOnCounter") conformsToProtocol:adopted[0]]);
   EXPECT_TRUE(protocol_conformsToProtocol(adopted[0], objc_getProtocol("AddOnNamed")));
   EXPECT_STREQ(protocol_getMethodDescription(adopted[0], @selector(count), YES, YES).types,
-               "q16@0:8");
+               sizeof(NSInteger) == 8 ? "q16@0:8" : "i8@0:4");
   free(adopted);
 }
 
@@ -101,6 +119,16 @@ TEST_F(AddOn, ReturnsStructuresInMemory) {
   EXPECT_EQ(extent.width, 2.5);
   EXPECT_EQ(extent.right, 12.5);
   EXPECT_EQ([made rightOf:0.5], 10.5);
+}
+
+TEST_F(AddOn, TakesAndPassesValuesOf64BitsAmongOthers) {
+  const Class mixer = objc_getClass("AddOnMixer");
+  EXPECT_EQ([mixer mix:1 with:2.5 and:-3 and:1LL << 32 and:0.5F and:-6],
+            1 + 25 - 300 + 4294967296000.0 + 5000 - 600000);
+  EXPECT_EQ([mixer mixBy:[VTMixer class]], 1 + 7.5 - 27 + 463856467968.0 + 40.5 - 1458);
+  // By way of an image's block, too.
+  EXPECT_EQ([mixer showTo:[VTMixer class]], (1LL << 40) + 7);
+  EXPECT_EQ(returned_by_block, 10000000005LL);
 }
 
 TEST_F(AddOn, RaisesThroughItsOwnFrames) {

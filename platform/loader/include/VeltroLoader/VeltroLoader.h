@@ -28,6 +28,15 @@ VLImage *VLImageLoad(const char *path, char **error);
 /// means. The image owns what is returned. May be called from any thread.
 void *VLImageFindSymbol(const VLImage *image, const char *name);
 
+#ifdef __arm__
+/// What the unwinder asks __gnu_Unwind_Find_exidx() for, of images too: returns the table for the
+/// code at `address`, and stores its number of entries. The unwinder takes the first function of
+/// that name, from the program on: so that exceptions pass through images, the program or a library
+/// that it names before the C library has to define it by way of this one. Linking with this
+/// library first does.
+const void *VLImageFindUnwindTable(const void *address, int *count);
+#endif
+
 #ifdef __cplusplus
 }
 #endif
