@@ -9,7 +9,7 @@ set(CMAKE_SYSROOT ${root}/build/sysroot/${VELTRO_CROSS_DEBIAN})
 foreach(language C CXX OBJCXX ASM)
   set(CMAKE_${language}_COMPILER_TARGET ${VELTRO_CROSS_TRIPLE})
   # As on the device, where a plain char is signed.
-  set(CMAKE_${language}_FLAGS_INIT -fsigned-char)
+  set(CMAKE_${language}_FLAGS_INIT "-fsigned-char ${VELTRO_CROSS_FLAGS}")
   set(CMAKE_${language}_LINK_EXECUTABLE
       "<CMAKE_${language}_COMPILER> <FLAGS> <CMAKE_${language}_LINK_FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET> <LINK_LIBRARIES>"
       "${CMAKE_CURRENT_LIST_DIR}/launcher <TARGET> ${VELTRO_CROSS_EMULATOR} ${CMAKE_SYSROOT}")
