@@ -144,15 +144,15 @@ bool names_weeks(NSDateComponents *components) {
 /// The local time that year to second give; nothing where one lies too far out.
 std::optional<LocalTime> local_time_from(NSDateComponents *components) {
   bool in_reach = true;
-  const auto value = [&](NSInteger component, NSInteger unset, NSInteger most) {
-    if (!is_set(component))
+  const auto value = [&](std::int64_t component, std::int64_t unset, std::int64_t most) {
+    if (!is_set(static_cast<NSInteger>(component)))
       return unset;
     in_reach = in_reach && component >= -most && component <= most;
     return std::clamp(component, -most, most);
   };
-  constexpr NSInteger most_years = 10'000'000;
-  constexpr NSInteger most_seconds = kFarthest / 8;
-  NSInteger year = value([components year], 1, most_years);
+  constexpr std::int64_t most_years = 10'000'000;
+  constexpr std::int64_t most_seconds = kFarthest / 8;
+  std::int64_t year = value([components year], 1, most_years);
   if (is_set([components era]) && [components era] == 0)
     year = 1 - year;
   const std::int64_t day =
@@ -207,7 +207,7 @@ NSDate *date_by_adding_components(NSCalendar *self, SEL selector, NSDateComponen
   if (options != 0 || !holds_days_only(components))
     return gnustep_methods.adding(gnustep_calendar(calendar, [calendar timeZone]), selector,
                                   components, date, options);
-  const NSInteger days = is_set([components day]) ? [components day] : 0;
+  const std::int64_t days = is_set([components day]) ? [components day] : 0;
   const Moment moment = moment_of_date(date);
   constexpr std::int64_t most_days = kFarthest / kSecondsInDay;
   const double seconds = moment.far || days > most_days || days < -most_days
