@@ -97,8 +97,8 @@ TEST_F(Channel, TakesALegitimatelyEmptyReplyForEmpty) {
 
 TEST_F(Channel, ComesBackEmptyWhereNobodyListens) {
   const ClosedPort nobody;
-  for (const NSInteger port : {NSInteger{0}, NSInteger{nobody.port()}, NSInteger{65536},
-                               NSInteger{-1}, NSInteger{1} << 32}) {
+  for (const NSInteger port :
+       {NSInteger{0}, NSInteger{nobody.port()}, NSInteger{65536}, NSInteger{-1}, NSIntegerMin}) {
     [ZLTSocketUtils setSocketPort:port];
     NSData *reply = [ZLTUtils sendMessage:3 messageData:bytes("hello")];
     ASSERT_NE(reply, nil) << port;
@@ -112,7 +112,7 @@ TEST_F(Channel, UsesTheLow32BitsOfThePort) {
     static_cast<void>(read_request(peer));
     peer.write(little_endian(2) + "ok");
   });
-  [ZLTSocketUtils setSocketPort:(NSInteger{1} << 32) + server.port()];
+  [ZLTSocketUtils setSocketPort:static_cast<NSInteger>((std::uint64_t{1} << 32) + server.port())];
   EXPECT_EQ(text([ZLTUtils sendMessage:3 messageData:nil]), "ok");
 }
 

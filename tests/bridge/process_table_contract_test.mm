@@ -208,7 +208,7 @@ TEST_F(ProcessTableContract, ResultOfTheSizeQueryIsNotLookedAt) {
 
 TEST_F(ProcessTableContract, MemoryThatCannotBeHadGivesUp) {
   kernel = [](void *buffer, std::size_t *size) {
-    *size = SIZE_MAX / 4;
+    *size = SIZE_MAX / 2 + 1;
     return buffer == nullptr ? 0 : fail(ENOMEM);
   };
   EXPECT_EQ([device() __zltRunningProcesses], nil);
@@ -217,7 +217,7 @@ TEST_F(ProcessTableContract, MemoryThatCannotBeHadGivesUp) {
 
 TEST_F(ProcessTableContract, MemoryThatCannotBeHadLaterGivesUp) {
   kernel = [](void *buffer, std::size_t *size) {
-    *size = buffer == nullptr ? sizeof(kinfo_proc) : SIZE_MAX / 4;
+    *size = buffer == nullptr ? sizeof(kinfo_proc) : SIZE_MAX / 2 + 1;
     return buffer == nullptr ? 0 : fail(ENOMEM);
   };
   EXPECT_EQ([device() __zltGetPIDForProcess:@"x"], 0);

@@ -116,8 +116,11 @@ TEST_F(Days, AddingDaysKeepsFractionsOfASecond) {
 TEST_F(Days, AnyNumberOfDaysHasAResult) {
   NSDate *now = [NSDate date];
   for (const NSInteger days :
-       {NSIntegerMin, NSIntegerMin + 1, NSInteger{-1} << 40, NSInteger{-2147483649},
-        NSInteger{2147483648}, NSInteger{1} << 40, NSIntegerMax - 1}) {
+       {NSIntegerMin, NSIntegerMin + 1,
+#ifdef __LP64__
+        NSInteger{-1} << 40, NSInteger{-2147483649}, NSInteger{2147483648}, NSInteger{1} << 40,
+#endif
+        NSIntegerMax - 1}) {
     const double moved = [[now veltro_dateByAddingDays:days] timeIntervalSinceDate:now] / 86400;
     EXPECT_NEAR(moved / static_cast<double>(days), 1, 1e-9) << days;
     EXPECT_NE([now veltro_dateBySubtractingDays:days], nil);

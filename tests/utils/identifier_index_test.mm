@@ -84,7 +84,7 @@ TEST(IdentifierIndex, CountsInThirtyTwoBits) {
   std::vector<NSUInteger> asked;
   CountedArray *entries = [[[CountedArray alloc] init] autorelease];
   entries->_asked = &asked;
-  entries->_count = (NSUInteger{1} << 32) + 2;
+  entries->_count = static_cast<NSUInteger>((std::uint64_t{1} << 32) + 2);
   EXPECT_EQ([ZLTUtils idetifierIndex:entries identifier:@"Reply"], -1);
   EXPECT_THAT(asked, ElementsAre(1, 0));
   asked.clear();

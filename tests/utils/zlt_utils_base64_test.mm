@@ -78,11 +78,11 @@ TEST(FirstCodec, EncodesNothingAsNil) {
 }
 
 TEST(FirstCodec, CountsItsBytesIn32Bits) {
-  EXPECT_TRUE([[ZLTUtils encodeBase64WithData:claiming((NSUInteger{1} << 32) + 3)]
+  EXPECT_TRUE([[ZLTUtils encodeBase64WithData:claiming(NSUInteger((uint64_t{1} << 32) + 3))]
       isEqualToString:@"Zm9v"]);
   EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming(NSUInteger{1} << 31)], nil);
-  EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming((NSUInteger{1} << 32) - 1)], nil);
-  EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming(NSUInteger{1} << 32)], nil);
+  EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming(NSUInteger((uint64_t{1} << 32) - 1))], nil);
+  EXPECT_EQ([ZLTUtils encodeBase64WithData:claiming(NSUInteger(uint64_t{1} << 32))], nil);
 }
 
 TEST(FirstCodec, EncodesAStringAsUTF8) {
@@ -147,7 +147,7 @@ TEST(SecondCodec, EncodesNothingAsTheEmptyString) {
 }
 
 TEST(SecondCodec, ReturnsNilForMoreThanMemoryHolds) {
-  EXPECT_EQ([ZLTUtils base64EncodeData:claiming(NSUInteger{1} << 60)], nil);
+  EXPECT_EQ([ZLTUtils base64EncodeData:claiming(NSUIntegerMax / 2 + 1)], nil);
 }
 
 TEST(SecondCodec, DecodesWhatItSkips) {
