@@ -52,11 +52,11 @@ void leave_frame(_Unwind_Context *context) {
 int32_t landing_pad(const VeltroLoaderFrame &frame) {
   if (frame.call_site <= 0)
     return -1;
-  // Ours has read past: the tables are the compiler's, and of the image's code.
+  // The table is the compiler's, as the code is, and ends before that.
   Cursor at(Bytes({frame.language_data, size_t(1) << 20}, "an exception table"));
   constexpr uint8_t kNone = 0xff;
   if (at.byte() != kNone)
-    std::abort(); // where landing pads are counted from, which is nowhere here
+    std::abort(); // landing pads are counted from 0 here
   if (at.byte() != kNone)
     (void)at.uleb(); // the types that handlers catch
   (void)at.byte();
