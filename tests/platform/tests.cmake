@@ -1,4 +1,4 @@
-# Stands on GNUstep alone, so that the platform can be there and not be there.
+# Stands on nothing but GNUstep, so that the platform can be there and not be there.
 add_executable(foundation-calls ${CMAKE_CURRENT_LIST_DIR}/frameworks/Foundation/foundation_calls.mm)
 set_target_properties(foundation-calls PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 target_link_libraries(foundation-calls PRIVATE veltro-objc)

@@ -1,6 +1,7 @@
 // Calls every method of the classes of Foundation that the platform patches, on ordinary and on odd
 // objects, and prints a line for each call: what it returned, raised, or died of. Linked with
-// GNUstep alone; with the platform's shared object preloaded it prints what the patches make of it.
+// nothing but GNUstep; with the platform's shared object preloaded it prints what the patches make
+// of it.
 
 #import <Foundation/Foundation.h>
 #import <objc/runtime.h>
