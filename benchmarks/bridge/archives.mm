@@ -58,7 +58,7 @@ template <typename Work> void time(Work work) {
       std::abort();
   }
   const auto taken = std::chrono::steady_clock::now() - start;
-  std::cout << std::chrono::nanoseconds(taken).count() << std::endl;
+  std::cout << std::chrono::nanoseconds(taken).count() << '\n' << std::flush;
 }
 
 void run(const std::string &work) {

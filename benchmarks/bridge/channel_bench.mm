@@ -1,6 +1,8 @@
 // One request over the channel against a bare POSIX client of the same server. The request asks
-// whether the app runs and logs its payload each time; both are left out of the comparison and
-// measured by themselves.
+// whether the app runs and logs its payload each time. "request" leaves both out; "whole-request"
+// has them, and its peer runs a bare loop over the processes before each request.
+
+#include "bare_process_loop.hpp"
 
 #import <veltro/ZLTSocketUtils.h>
 #import <veltro/ZLTUtils+Channel.h>
@@ -107,6 +109,7 @@ public:
 
 private:
   [[noreturn]] void serve() const {
+    prctl(PR_SET_NAME, "WhatsApp"); // as whose server it is looked for
     std::vector<char> payload;
     for (;;) {
       const int client = accept(listener_, nullptr, nullptr);
@@ -174,6 +177,27 @@ private:
   IMP original_;
 };
 
+/// Has this process log to nowhere while it lives.
+class LoggingToNowhere {
+public:
+  LoggingToNowhere() : old_(dup(STDERR_FILENO)) {
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+    logging = true;
+  }
+  ~LoggingToNowhere() {
+    logging = false;
+    dup2(old_, STDERR_FILENO);
+    close(old_);
+  }
+  LoggingToNowhere(const LoggingToNowhere &) = delete;
+  LoggingToNowhere &operator=(const LoggingToNowhere &) = delete;
+
+private:
+  int old_;
+};
+
 /// A line of /proc/self/status, in KiB.
 double status(const std::string &name) {
   FILE *file = std::fopen("/proc/self/status", "r");
@@ -201,7 +225,6 @@ void report_peak(benchmark::State &state, double before) {
 void request_veltro(benchmark::State &state) {
   const std::string text(static_cast<std::size_t>(state.range(0)), 'x');
   [ZLTSocketUtils setSocketPort:server_port()];
-  const WithoutProcessCheck aside;
   reset_peak();
   const double before = status("VmRSS");
   @autoreleasepool {
@@ -220,12 +243,24 @@ void request_veltro(benchmark::State &state) {
   report_peak(state, before);
 }
 
-void request_posix(benchmark::State &state) {
+void request_alone_veltro(benchmark::State &state) {
+  const WithoutProcessCheck aside;
+  request_veltro(state);
+}
+
+void whole_request_veltro(benchmark::State &state) {
+  const LoggingToNowhere logging_too;
+  request_veltro(state);
+}
+
+void request_posix(benchmark::State &state, bool with_process_loop) {
   const std::string payload(static_cast<std::size_t>(state.range(0)), 'x');
   static_cast<void>(server_port());
   reset_peak();
   const double before = status("VmRSS");
   for (auto _ : state) {
+    if (with_process_loop)
+      veltro::bench::bare_process_loop();
     std::uint64_t length = 0;
     char *reply = posix_request(1, payload, length);
     std::free(reply);
@@ -245,13 +280,9 @@ void process_check(benchmark::State &state) {
   }
 }
 
-/// The line that opens every request, written to nowhere.
+/// The line that opens every request.
 void log_line(benchmark::State &state) {
-  const int old = dup(STDERR_FILENO);
-  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-  dup2(nowhere, STDERR_FILENO);
-  close(nowhere);
-  logging = true;
+  const LoggingToNowhere logging_too;
   @autoreleasepool {
     NSData *payload = [NSMutableData dataWithLength:static_cast<NSUInteger>(state.range(0))];
     for (auto _ : state) {
@@ -261,25 +292,27 @@ void log_line(benchmark::State &state) {
       }
     }
   }
-  logging = false;
-  dup2(old, STDERR_FILENO);
-  close(old);
 }
 
 constexpr std::int64_t large = std::int64_t{64} << 20;
 
-BENCHMARK(request_veltro)->Name("request/veltro")->Arg(64)->UseRealTime();
-BENCHMARK(request_posix)->Name("request/posix")->Arg(64)->UseRealTime();
-BENCHMARK(request_veltro)
+BENCHMARK(request_alone_veltro)->Name("request/veltro")->Arg(64)->UseRealTime();
+BENCHMARK_CAPTURE(request_posix, , false)->Name("request/posix")->Arg(64)->UseRealTime();
+BENCHMARK(request_alone_veltro)
     ->Name("request/veltro")
     ->Arg(large)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(request_posix)
+BENCHMARK_CAPTURE(request_posix, , false)
     ->Name("request/posix")
     ->Arg(large)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(whole_request_veltro)->Name("whole-request/veltro")->Arg(64)->UseRealTime();
+BENCHMARK_CAPTURE(request_posix, , true)
+    ->Name("whole-request/posix-and-bare-loop")
+    ->Arg(64)
+    ->UseRealTime();
 BENCHMARK(process_check)->Name("process check/veltro");
 BENCHMARK(log_line)->Name("log line/veltro")->Arg(64);
 

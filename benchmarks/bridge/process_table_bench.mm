@@ -1,6 +1,8 @@
 // Reading the process table, against the least that anyone can do with /proc, and against procps'
 // own library; and the checks that stand on the table.
 
+#include "bare_process_loop.hpp"
+
 #include "bridge/process_table.hpp"
 
 #import <veltro/UIDevice+ZLT.h>
@@ -8,12 +10,7 @@
 
 #include <array>
 #include <benchmark/benchmark.h>
-#include <cctype>
-#include <cstdio>
-#include <dirent.h>
-#include <fcntl.h>
 #include <libproc2/pids.h>
-#include <unistd.h>
 
 namespace {
 
@@ -26,24 +23,9 @@ void table_veltro(benchmark::State &state) {
 }
 BENCHMARK(table_veltro)->Name("process-table/veltro");
 
-// Opens, reads and closes one file a process, and keeps nothing.
 void table_bare(benchmark::State &state) {
-  for (auto _ : state) {
-    DIR *const proc = opendir("/proc");
-    std::array<char, 512> name;
-    while (const dirent *entry = readdir(proc)) {
-      if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) == 0)
-        continue;
-      std::array<char, 300> path;
-      std::snprintf(path.data(), path.size(), "%s/stat", entry->d_name);
-      const int file = openat(dirfd(proc), path.data(), O_RDONLY | O_CLOEXEC);
-      if (file < 0)
-        continue;
-      benchmark::DoNotOptimize(read(file, name.data(), name.size()));
-      close(file);
-    }
-    closedir(proc);
-  }
+  for (auto _ : state)
+    veltro::bench::bare_process_loop();
 }
 BENCHMARK(table_bare)->Name("process-table/bare-loop");
 
