@@ -1,5 +1,6 @@
-// Makes and reads archives of messages. Built twice, with the platform and with GNUstep alone: what
-// the platform patches, it patches for a whole process. For every line of its input it does one of
+// Makes and reads archives of messages. Built twice, with the platform and with nothing but
+// GNUstep: what the platform patches, it patches for a whole process. For every line of its input
+// it does one of
 //
 //     archive COUNT     archives a list of so many messages
 //     unarchive FILE    reads the archive in the file

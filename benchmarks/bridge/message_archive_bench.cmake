@@ -1,4 +1,4 @@
-# The same program with the platform, and with GNUstep and the message's class alone.
+# The same program with the platform, and with nothing but GNUstep and the message's class.
 add_executable(archives_veltro bridge/archives.mm)
 target_link_libraries(archives_veltro PRIVATE veltro veltro-strict)
 add_executable(archives_gnustep bridge/archives.mm ${PROJECT_SOURCE_DIR}/bridge/ZLTWhatsAppMessage.mm)

@@ -1,9 +1,10 @@
 // Archiving and unarchiving messages; every figure is the time per message. The peers: GNUstep's
-// own archiver, in a process that the platform has patched nothing of, and the archive's bytes
-// alone, which is its table of objects written and read as the plain property list that it is.
+// own archiver, in a process that the platform has patched nothing of, and the bare bytes of the
+// archive, which are its table of objects written and read as the plain property list that it is.
 //
-// GNUstep alone looks for each object among all written before it: it archives a hundred messages
-// at most here, and unarchives ten thousand from the archive that was written with the platform.
+// GNUstep looks for each object among all that it wrote before: unpatched it archives a hundred
+// messages at most here, and unarchives ten thousand from the archive that was written with the
+// platform.
 
 #include <array>
 #include <benchmark/benchmark.h>
