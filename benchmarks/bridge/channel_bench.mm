@@ -294,18 +294,18 @@ void log_line(benchmark::State &state) {
   }
 }
 
-constexpr std::int64_t large = std::int64_t{64} << 20;
+constexpr std::int64_t kLarge = std::int64_t{64} << 20;
 
 BENCHMARK(request_alone_veltro)->Name("request/veltro")->Arg(64)->UseRealTime();
 BENCHMARK_CAPTURE(request_posix, , false)->Name("request/posix")->Arg(64)->UseRealTime();
 BENCHMARK(request_alone_veltro)
     ->Name("request/veltro")
-    ->Arg(large)
+    ->Arg(kLarge)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(request_posix, , false)
     ->Name("request/posix")
-    ->Arg(large)
+    ->Arg(kLarge)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(whole_request_veltro)->Name("whole-request/veltro")->Arg(64)->UseRealTime();

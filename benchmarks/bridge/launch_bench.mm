@@ -54,8 +54,8 @@ const Root &root() {
 
 /// Waits, outside the measured time, until no process runs the app: a launch would find it.
 void wait_until_ended() {
-  constexpr useconds_t long_enough = 3000;
-  usleep(long_enough);
+  constexpr useconds_t kLongEnough = 3000;
+  usleep(kLongEnough);
 }
 
 void launch_call(benchmark::State &state) {

@@ -50,10 +50,10 @@ public:
   void add(NSString *service, NSString *account, NSString *secret) {
     const std::string names = bound(service, account);
     NSData *const plain = [secret dataUsingEncoding:NSUTF8StringEncoding];
-    std::vector<unsigned char> sealed(nonce + [plain length] + tag);
-    randombytes_buf(sealed.data(), nonce);
+    std::vector<unsigned char> sealed(kNonce + [plain length] + kTag);
+    randombytes_buf(sealed.data(), kNonce);
     crypto_aead_xchacha20poly1305_ietf_encrypt(
-        sealed.data() + nonce, nullptr, static_cast<const unsigned char *>([plain bytes]),
+        sealed.data() + kNonce, nullptr, static_cast<const unsigned char *>([plain bytes]),
         [plain length], reinterpret_cast<const unsigned char *>(names.data()), names.size(),
         nullptr, sealed.data(), key_.data());
     bind(insert_, service, account);
@@ -68,9 +68,9 @@ public:
     check(sqlite3_step(select_) == SQLITE_ROW);
     const auto *const sealed = static_cast<const unsigned char *>(sqlite3_column_blob(select_, 0));
     const auto length = static_cast<std::size_t>(sqlite3_column_bytes(select_, 0));
-    std::vector<unsigned char> plain(length - nonce - tag);
+    std::vector<unsigned char> plain(length - kNonce - kTag);
     check(crypto_aead_xchacha20poly1305_ietf_decrypt(
-              plain.data(), nullptr, nullptr, sealed + nonce, length - nonce,
+              plain.data(), nullptr, nullptr, sealed + kNonce, length - kNonce,
               reinterpret_cast<const unsigned char *>(names.data()), names.size(), sealed,
               key_.data()) == 0);
     sqlite3_reset(select_);
@@ -95,8 +95,8 @@ public:
   }
 
 private:
-  static constexpr std::size_t nonce = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
-  static constexpr std::size_t tag = crypto_aead_xchacha20poly1305_ietf_ABYTES;
+  static constexpr std::size_t kNonce = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
+  static constexpr std::size_t kTag = crypto_aead_xchacha20poly1305_ietf_ABYTES;
 
   static void check(bool right) {
     if (!right)

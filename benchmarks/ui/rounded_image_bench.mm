@@ -58,7 +58,7 @@ void rounded_cairo(benchmark::State &state) {
   const auto width = static_cast<int>(state.range(0));
   const auto height = static_cast<int>(state.range(1));
   const auto side = static_cast<double>(state.range(2));
-  constexpr int scale = 2;
+  constexpr int kScale = 2;
   std::vector<std::uint32_t> words =
       noise(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
   cairo_surface_t *const source =
@@ -66,9 +66,9 @@ void rounded_cairo(benchmark::State &state) {
                                           CAIRO_FORMAT_ARGB32, width, height, width * 4);
   for (auto _ : state) {
     cairo_surface_t *const target = cairo_image_surface_create(
-        CAIRO_FORMAT_ARGB32, static_cast<int>(side) * scale, static_cast<int>(side) * scale);
+        CAIRO_FORMAT_ARGB32, static_cast<int>(side) * kScale, static_cast<int>(side) * kScale);
     cairo_t *const cairo = cairo_create(target);
-    cairo_scale(cairo, scale, scale);
+    cairo_scale(cairo, kScale, kScale);
     cairo_arc(cairo, side / 2, side / 2, side / 2, 0, 2 * M_PI);
     cairo_close_path(cairo);
     cairo_clip(cairo);

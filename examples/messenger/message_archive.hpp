@@ -10,7 +10,7 @@
 
 namespace veltro::messenger {
 
-constexpr std::size_t longest_user_identifier = 256;
+constexpr std::size_t kLongestUserIdentifier = 256;
 
 /// The message in a keyed archive of one ZLTWhatsAppMessage; nothing where the bytes are something
 /// else, the content is not a text, or the user identifier is missing, empty or too long. A message

@@ -7,7 +7,7 @@
 namespace veltro::messenger {
 namespace {
 
-constexpr NSUInteger most_archived_objects = 16;
+constexpr NSUInteger kMostArchivedObjects = 16;
 NSString *const message_class = @"ZLTWhatsAppMessage";
 
 /// The name of the class that an archived object is of, looked up by the reference under "$class".
@@ -25,7 +25,7 @@ bool is_of_one_message(NSDictionary *archive) {
   NSSet *known =
       [NSSet setWithObjects:message_class, @"NSDate", @"NSString", @"NSMutableString", nil];
   NSArray *objects = entry<NSArray>(archive, @"$objects");
-  if ([objects count] > most_archived_objects)
+  if ([objects count] > kMostArchivedObjects)
     return false;
   NSUInteger messages = 0;
   for (id object in objects) {
@@ -102,7 +102,7 @@ NSString *string_of(const std::string &text) {
 
 std::optional<std::string> user_identifier(id object) {
   std::optional<std::string> user = utf8(object);
-  if (user && (user->empty() || user->size() > longest_user_identifier))
+  if (user && (user->empty() || user->size() > kLongestUserIdentifier))
     user.reset();
   return user;
 }

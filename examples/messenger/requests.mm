@@ -9,8 +9,8 @@
 namespace veltro::messenger {
 namespace {
 
-constexpr std::uint64_t argument_limit = std::uint64_t{1024} * 1024;
-constexpr std::uint64_t echo_limit = std::uint64_t{64} * 1024 * 1024;
+constexpr std::uint64_t kArgumentLimit = std::uint64_t{1024} * 1024;
+constexpr std::uint64_t kEchoLimit = std::uint64_t{64} * 1024 * 1024;
 
 id chats(Store &store) {
   const auto found = store.chats();
@@ -80,7 +80,7 @@ id carry_out(Store &store, Request request, NSData *payload) {
 } // namespace
 
 std::uint64_t payload_limit(signed char identifier) {
-  return Request{identifier} == Request::echo ? echo_limit : argument_limit;
+  return Request{identifier} == Request::echo ? kEchoLimit : kArgumentLimit;
 }
 
 Bytes reply_to(Store &store, signed char identifier, Bytes payload) {

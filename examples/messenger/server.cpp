@@ -20,12 +20,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t header_length = 9;
-constexpr std::size_t reply_header_length = 8;
-constexpr std::size_t chunk_length = std::size_t{256} * 1024;
+constexpr std::size_t kHeaderLength = 9;
+constexpr std::size_t kReplyHeaderLength = 8;
+constexpr std::size_t kChunkLength = std::size_t{256} * 1024;
 // What is read and thrown away after a reply, so that closing does not reset the connection while
 // the reply is still on its way.
-constexpr std::size_t drained_limit = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t kDrainedLimit = std::size_t{64} * 1024 * 1024;
 
 [[noreturn]] void fail(const char *what) {
   throw std::system_error(errno, std::generic_category(), what);
@@ -65,7 +65,7 @@ public:
 
   [[nodiscard]] std::uint64_t payload_length() const {
     std::uint64_t length = 0;
-    for (std::size_t i = header_length; i-- > 1;)
+    for (std::size_t i = kHeaderLength; i-- > 1;)
       length = length << 8 | std::to_integer<std::uint64_t>(header[i]);
     return length;
   }
@@ -94,8 +94,8 @@ public:
   const Descriptor socket;
   Stage stage = Stage::header;
   std::size_t done = 0; ///< Bytes moved in this stage.
-  std::array<std::byte, header_length> header{};
-  std::array<std::byte, reply_header_length> reply_header{};
+  std::array<std::byte, kHeaderLength> header{};
+  std::array<std::byte, kReplyHeaderLength> reply_header{};
   Bytes bytes; ///< The payload, later the reply.
   Clock::time_point last_move = Clock::now();
 };
@@ -103,7 +103,7 @@ public:
 Server::Server(const ServerOptions &options, Service service)
     : options_(options), service_(std::move(service)),
       listener_(checked(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0), "socket")),
-      epoll_(checked(epoll_create1(EPOLL_CLOEXEC), "epoll_create1")), chunk_(chunk_length) {
+      epoll_(checked(epoll_create1(EPOLL_CLOEXEC), "epoll_create1")), chunk_(kChunkLength) {
   const int on = 1;
   setsockopt(listener_.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   sockaddr_in address{};
@@ -203,11 +203,11 @@ void Server::serve(Client &client) {
 
 void Server::receive(Client &client) {
   const bool in_header = client.stage == Client::Stage::header;
-  const std::uint64_t length = in_header ? header_length : client.payload_length();
+  const std::uint64_t length = in_header ? kHeaderLength : client.payload_length();
   const std::span<std::byte> target =
       in_header
           ? std::span(client.header).subspan(client.done)
-          : std::span(chunk_).first(std::min<std::uint64_t>(length - client.done, chunk_length));
+          : std::span(chunk_).first(std::min<std::uint64_t>(length - client.done, kChunkLength));
   const ssize_t count = recv(client.socket.get(), target.data(), target.size(), 0);
   if (count < 0)
     return try_later() ? void() : drop(client);
@@ -251,7 +251,7 @@ void Server::reply(Client &client, Bytes bytes) {
     bytes.clear();
   held_ += bytes.size();
   client.bytes = std::move(bytes);
-  for (std::size_t i = 0; i < reply_header_length; ++i)
+  for (std::size_t i = 0; i < kReplyHeaderLength; ++i)
     client.reply_header[i] = static_cast<std::byte>(client.bytes.size() >> (8 * i));
   client.enter(Client::Stage::reply);
   watch(epoll_, EPOLL_CTL_MOD, client.socket.get(), EPOLLOUT);
@@ -264,7 +264,7 @@ void Server::send(Client &client) {
         part.subspan(std::min(client.done - std::min(client.done, before), part.size()));
     return iovec{left.data(), left.size()};
   };
-  std::array parts{rest(client.reply_header, 0), rest(client.bytes, reply_header_length)};
+  std::array parts{rest(client.reply_header, 0), rest(client.bytes, kReplyHeaderLength)};
   msghdr message{};
   message.msg_iov = parts.data();
   message.msg_iovlen = parts.size();
@@ -272,7 +272,7 @@ void Server::send(Client &client) {
   if (count < 0)
     return try_later() ? void() : drop(client);
   client.moved(static_cast<std::size_t>(count));
-  if (client.done < reply_header_length + client.bytes.size())
+  if (client.done < kReplyHeaderLength + client.bytes.size())
     return;
 
   held_ -= client.bytes.size();
@@ -288,7 +288,7 @@ void Server::drain(Client &client) {
     return;
   if (count > 0)
     client.moved(static_cast<std::size_t>(count));
-  if (count <= 0 || client.done > drained_limit)
+  if (count <= 0 || client.done > kDrainedLimit)
     drop(client);
 }
 

@@ -9,7 +9,7 @@ namespace veltro::messenger {
 namespace {
 
 // Times are kept as the bits of a REAL, so that a timestamp comes back as the very same one.
-constexpr const char *schema = R"(
+constexpr const char *kSchema = R"(
   PRAGMA journal_mode = WAL;
   PRAGMA synchronous = FULL;
   CREATE TABLE IF NOT EXISTS messages (
@@ -96,7 +96,7 @@ std::unique_ptr<Store> Store::open(const std::string &path, std::string &error) 
   const int opened =
       sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
   Database database(raw);
-  if (opened != SQLITE_OK || sqlite3_exec(raw, schema, nullptr, nullptr, nullptr) != SQLITE_OK) {
+  if (opened != SQLITE_OK || sqlite3_exec(raw, kSchema, nullptr, nullptr, nullptr) != SQLITE_OK) {
     error = sqlite3_errmsg(raw);
     return nullptr;
   }

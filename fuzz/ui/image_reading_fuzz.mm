@@ -14,7 +14,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::size_t max_pixels = 1 << 20;
+constexpr std::size_t kMaxPixels = 1 << 20;
 
 Bytes bytes_of(NSData *data) {
   const auto *const first = static_cast<const std::uint8_t *>([data bytes]);
@@ -95,12 +95,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *input, std::size_t siz
     const Bytes file = file_of({input, size});
     NSData *const data = [NSData dataWithBytes:file.data() length:file.size()];
     NSString *problem = nil;
-    UIImage *const image = VHReadImage(data, max_pixels, size % 2 == 0 ? 8 : 0, &problem);
+    UIImage *const image = VHReadImage(data, kMaxPixels, size % 2 == 0 ? 8 : 0, &problem);
     // Either there is an image or there is a reason why not.
     if ((image == nil) == (problem == nil))
       std::abort();
     const CGSize pixels = VHImageSize(data, nullptr);
-    if (image != nil && pixels.width * pixels.height > max_pixels)
+    if (image != nil && pixels.width * pixels.height > kMaxPixels)
       std::abort();
     UIImage *const rounded = [ZLTUtils roundedImage:image width:9 height:7];
     if ((image == nil) != (rounded == nil))

@@ -236,8 +236,8 @@ TEST_F(ChannelFaults, NoByteIsLostOnAnyPath) {
 }
 
 TEST_F(ChannelFaults, ManyThreadsGetTheirOwnReplies) {
-  constexpr int threads = 64;
-  constexpr int requests = 200;
+  constexpr int kThreads = 64;
+  constexpr int kRequests = 200;
   ask_server(echo); // what the platform opens once and keeps is open now
   clear_log();
   const std::size_t descriptors = open_descriptors();
@@ -253,9 +253,9 @@ TEST_F(ChannelFaults, ManyThreadsGetTheirOwnReplies) {
         8);
     [ZLTSocketUtils setSocketPort:server.port()];
     std::vector<std::thread> clients;
-    for (int thread = 0; thread < threads; ++thread)
+    for (int thread = 0; thread < kThreads; ++thread)
       clients.emplace_back([&, thread] {
-        for (int i = 0; i < requests; ++i) {
+        for (int i = 0; i < kRequests; ++i) {
           const std::string payload = std::to_string(thread) + "/" + std::to_string(i) +
                                       std::string(static_cast<std::size_t>(i), '.');
           const char identifier = static_cast<char>(thread - 32);
@@ -265,10 +265,10 @@ TEST_F(ChannelFaults, ManyThreadsGetTheirOwnReplies) {
       });
     for (std::thread &client : clients)
       client.join();
-    EXPECT_EQ(server.accepted(), static_cast<std::size_t>(threads * requests));
+    EXPECT_EQ(server.accepted(), static_cast<std::size_t>(kThreads * kRequests));
   }
-  EXPECT_EQ(right, threads * requests);
-  EXPECT_EQ(logged_lines().size(), static_cast<std::size_t>(threads * requests));
+  EXPECT_EQ(right, kThreads * kRequests);
+  EXPECT_EQ(logged_lines().size(), static_cast<std::size_t>(kThreads * kRequests));
   EXPECT_EQ(open_descriptors(), descriptors);
 }
 

@@ -99,8 +99,8 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   if (launched.error != 0)
     return {0, launched.error};
   // Until the process shows the program: it has its command line a little later.
-  constexpr int looks = 1000;
-  for (int look = 0; look < looks && !runs(launched.process, executable); ++look)
+  constexpr int kLooks = 1000;
+  for (int look = 0; look < kLooks && !runs(launched.process, executable); ++look)
     usleep(1000);
   return launched;
 }

@@ -40,7 +40,7 @@ TEST(Base64Decoder, DecodesAsTheWholeOnEveryShortTextInPiecesOfAnySize) {
 
 /// Texts of which some are valid and some are not, with long stretches of what is skipped.
 std::string random_text(std::mt19937_64 &random) {
-  constexpr std::string_view skipped = "==== \t\n\f\r ";
+  constexpr std::string_view kSkipped = "==== \t\n\f\r ";
   const std::string_view unusual("=\v*\0\x80\xff-_", 8);
   const auto rarity = 1 + random() % 6;
   const auto oddity = 1 + random() % 400;
@@ -51,7 +51,7 @@ std::string random_text(std::mt19937_64 &random) {
     else if (random() % rarity != 0)
       text += kModelAlphabet[random() % 64];
     else
-      text.append(random() % 12, skipped[random() % skipped.size()]);
+      text.append(random() % 12, kSkipped[random() % kSkipped.size()]);
   }
   return text;
 }

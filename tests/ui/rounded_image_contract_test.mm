@@ -168,9 +168,9 @@ TEST_F(RoundedImageContract, HalvesInSinglePrecisionAndScalesInDouble) {
 }
 
 TEST_F(RoundedImageContract, HalfOfTheLeastSideIsNothingInSinglePrecision) {
-  constexpr float least = std::numeric_limits<float>::denorm_min();
-  [ZLTUtils roundedImage:image_ width:least height:1];
-  [ZLTUtils roundedImage:image_ width:1 height:least];
+  constexpr float kLeast = std::numeric_limits<float>::denorm_min();
+  [ZLTUtils roundedImage:image_ width:kLeast height:1];
+  [ZLTUtils roundedImage:image_ width:1 height:kLeast];
   EXPECT_THAT(calls, IsSupersetOf({"arc 0 0.5 0 0 6.2831853071795862 0",
                                    "arc 0.5 0 0.5 0 6.2831853071795862 0"}));
 }

@@ -23,15 +23,15 @@ using veltro::test::Pixel;
 
 /// How much of the square pixel at (x, y) the circle covers, by counting points.
 double coverage(std::size_t x, std::size_t y, double center_x, double center_y, double radius) {
-  constexpr int steps = 24;
+  constexpr int kSteps = 24;
   int inside = 0;
-  for (int row = 0; row < steps; ++row)
-    for (int column = 0; column < steps; ++column) {
-      const double dx = static_cast<double>(x) + (column + 0.5) / steps - center_x;
-      const double dy = static_cast<double>(y) + (row + 0.5) / steps - center_y;
+  for (int row = 0; row < kSteps; ++row)
+    for (int column = 0; column < kSteps; ++column) {
+      const double dx = static_cast<double>(x) + (column + 0.5) / kSteps - center_x;
+      const double dy = static_cast<double>(y) + (row + 0.5) / kSteps - center_y;
       inside += dx * dx + dy * dy <= radius * radius ? 1 : 0;
     }
-  return static_cast<double>(inside) / (steps * steps);
+  return static_cast<double>(inside) / (kSteps * kSteps);
 }
 
 class RoundedImage : public testing::Test {

@@ -88,12 +88,12 @@ void X11Window::show(const unsigned char *pixels, int stride) {
 }
 
 X11Window::Event X11Window::wait(std::chrono::milliseconds time) {
-  constexpr Event nothing{Kind::nothing, 0, 0};
+  constexpr Event kNothing{Kind::nothing, 0, 0};
   if (XPending(server_->display) == 0) {
     pollfd connection{ConnectionNumber(server_->display), POLLIN, 0};
     poll(&connection, 1, static_cast<int>(time.count()));
     if (XPending(server_->display) == 0)
-      return nothing;
+      return kNothing;
   }
   XEvent event;
   XNextEvent(server_->display, &event);
@@ -102,7 +102,7 @@ X11Window::Event X11Window::wait(std::chrono::milliseconds time) {
   if (event.type == ClientMessage &&
       static_cast<Atom>(event.xclient.data.l[0]) == server_->delete_window)
     return {Kind::close, 0, 0};
-  return nothing;
+  return kNothing;
 }
 
 } // namespace veltro::tool

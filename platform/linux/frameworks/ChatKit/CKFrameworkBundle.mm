@@ -8,8 +8,8 @@
 #include "machine/text/utf8.hpp"
 
 extern "C" NSBundle *CKFrameworkBundle(void) {
-  constexpr const char *framework = "/System/Library/PrivateFrameworks/ChatKit.framework";
-  veltro::host::provide_system_folder(framework);
-  NSString *path = veltro::host::string_of(veltro::host::on_this_machine(framework));
+  constexpr const char *kFramework = "/System/Library/PrivateFrameworks/ChatKit.framework";
+  veltro::host::provide_system_folder(kFramework);
+  NSString *path = veltro::host::string_of(veltro::host::on_this_machine(kFramework));
   return [[[NSBundle alloc] initWithPath:path] autorelease];
 }

@@ -73,7 +73,7 @@ std::optional<PixelFormat> rgb_format(CGBitmapInfo info) {
     bool has_alpha;
     bool premultiplied;
   };
-  static constexpr Order orders[] = {
+  static constexpr Order kOrders[] = {
       {kCGImageAlphaPremultipliedLast, 0, 3, true, true},
       {kCGImageAlphaPremultipliedFirst, 1, 0, true, true},
       {kCGImageAlphaLast, 0, 3, true, false},
@@ -88,7 +88,7 @@ std::optional<PixelFormat> rgb_format(CGBitmapInfo info) {
   const auto at = [little](int place) {
     return static_cast<std::uint8_t>(little ? 3 - place : place);
   };
-  for (const Order &known : orders)
+  for (const Order &known : kOrders)
     if (known.info == (info & kCGBitmapAlphaInfoMask))
       return PixelFormat{4,
                          at(known.red),

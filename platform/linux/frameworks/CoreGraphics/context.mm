@@ -200,7 +200,7 @@ void use_color(Context &context, const Color &color) {
 }
 
 void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
-  constexpr double right_angle = std::numbers::pi / 2;
+  constexpr double kRightAngle = std::numbers::pi / 2;
   const double shorter = std::min(CGRectGetWidth(rect), CGRectGetHeight(rect));
   const double r = std::clamp(radius, 0.0, shorter / 2);
   if (r == 0) {
@@ -213,10 +213,10 @@ void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
   const double top = CGRectGetMinY(rect) + r;
   const double bottom = CGRectGetMaxY(rect) - r;
   cairo_new_sub_path(cairo);
-  cairo_arc(cairo, right, top, r, -right_angle, 0);
-  cairo_arc(cairo, right, bottom, r, 0, right_angle);
-  cairo_arc(cairo, left, bottom, r, right_angle, 2 * right_angle);
-  cairo_arc(cairo, left, top, r, 2 * right_angle, 3 * right_angle);
+  cairo_arc(cairo, right, top, r, -kRightAngle, 0);
+  cairo_arc(cairo, right, bottom, r, 0, kRightAngle);
+  cairo_arc(cairo, left, bottom, r, kRightAngle, 2 * kRightAngle);
+  cairo_arc(cairo, left, top, r, 2 * kRightAngle, 3 * kRightAngle);
   cairo_close_path(cairo);
 }
 

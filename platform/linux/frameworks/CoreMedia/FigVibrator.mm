@@ -13,9 +13,9 @@ namespace {
 using std::chrono::milliseconds;
 
 milliseconds duration(NSDictionary *description, NSString *key) {
-  constexpr double longest = 30'000;
+  constexpr double kLongest = 30'000;
   const double asked = [[description objectForKey:key] doubleValue] * 1000;
-  return milliseconds(static_cast<long>(std::clamp(std::round(asked), 0.0, longest)));
+  return milliseconds(static_cast<long>(std::clamp(std::round(asked), 0.0, kLongest)));
 }
 
 /// On and off in turn until the total is reached.

@@ -52,8 +52,8 @@ Identity Identity::of(const struct stat &status) {
 }
 
 Identity Identity::with_change(const struct stat &status) {
-  constexpr std::int64_t second = 1'000'000'000;
-  return {status.st_dev, status.st_ino, status.st_ctim.tv_sec * second + status.st_ctim.tv_nsec};
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  return {status.st_dev, status.st_ino, status.st_ctim.tv_sec * kSecond + status.st_ctim.tv_nsec};
 }
 
 void log_trouble(std::string_view file, std::string_view trouble) {

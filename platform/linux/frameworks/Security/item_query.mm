@@ -101,8 +101,8 @@ bool read_date(id value, Field &field) {
 }
 
 bool read_accessible(id value, ItemQuery &out, Field &field) {
-  constexpr std::array<std::string_view, 7> known{"ak", "ck", "dk", "akpu", "aku", "cku", "dku"};
-  return read_text(value, out, field) && std::ranges::find(known, field.bytes) != known.end();
+  constexpr std::array<std::string_view, 7> kNown{"ak", "ck", "dk", "akpu", "aku", "cku", "dku"};
+  return read_text(value, out, field) && std::ranges::find(kNown, field.bytes) != kNown.end();
 }
 
 bool read_sync(id value, Use use, ItemQuery &out) {

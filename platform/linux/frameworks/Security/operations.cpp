@@ -24,10 +24,10 @@ thread_local FailedRemoval failed_removal;
 
 /// Seconds since the first of January 2001, as dates count.
 double now() {
-  constexpr double reference_date = 978307200;
+  constexpr double kReferenceDate = 978307200;
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
              .count() -
-         reference_date;
+         kReferenceDate;
 }
 
 template <typename Value> void fill(Field &field, Value value) {

@@ -52,8 +52,8 @@ private:
 
   int copy(Statement &rows) {
     // The identifier, the attributes and the sealed secret, whatever a format has between them.
-    constexpr int columns = static_cast<int>(kAttributes.size()) + 2;
-    while (rows.step() == SQLITE_ROW && rows.columns() >= columns) {
+    constexpr int kColumns = static_cast<int>(kAttributes.size()) + 2;
+    while (rows.step() == SQLITE_ROW && rows.columns() >= kColumns) {
       Row row = row_of(rows);
       row.id = 0;
       const int code = insert_item(to_, row);

@@ -31,8 +31,8 @@ std::string folder_name(const std::string &name) {
         (character == '.' && !out.empty())) {
       out += character;
     } else {
-      constexpr const char *digits = "0123456789ABCDEF";
-      ((out += '%') += digits[byte / 16]) += digits[byte % 16];
+      constexpr const char *kDigits = "0123456789ABCDEF";
+      ((out += '%') += kDigits[byte / 16]) += kDigits[byte % 16];
     }
   }
   return out;
@@ -78,10 +78,10 @@ bool make_folder(const std::string &folder) {
 
 std::string observers_folder(const std::string &name) {
   // What a file system takes as one name.
-  constexpr std::size_t longest = 255;
+  constexpr std::size_t kLongest = 255;
   const std::string folder = folder_name(name);
-  return folder.empty() || folder.size() > longest ? ""
-                                                   : on_this_machine("/var/run/notify/") + folder;
+  return folder.empty() || folder.size() > kLongest ? ""
+                                                    : on_this_machine("/var/run/notify/") + folder;
 }
 
 void tell_observers(const std::string &folder) {

@@ -24,15 +24,15 @@ std::size_t big_endian(Bytes bytes) {
 
 // A PNG is a row of chunks: length, type, that many bytes and a checksum. The last is IEND.
 bool png_is_truncated(Bytes rest) {
-  constexpr std::size_t frame = 12;
-  constexpr std::array<std::uint8_t, 4> end{'I', 'E', 'N', 'D'};
-  while (rest.size() >= frame) {
+  constexpr std::size_t kFrame = 12;
+  constexpr std::array<std::uint8_t, 4> kEnd{'I', 'E', 'N', 'D'};
+  while (rest.size() >= kFrame) {
     const std::size_t length = big_endian(rest.first(4));
-    if (rest.size() - frame < length)
+    if (rest.size() - kFrame < length)
       return true;
-    if (std::ranges::equal(rest.subspan(4, 4), end))
+    if (std::ranges::equal(rest.subspan(4, 4), kEnd))
       return false;
-    rest = rest.subspan(frame + length);
+    rest = rest.subspan(kFrame + length);
   }
   return true;
 }
@@ -41,14 +41,14 @@ bool png_is_truncated(Bytes rest) {
 // after the header of a scan come bytes in which every FF is followed by 00 or by the code of a
 // restart. The last marker is D9.
 bool jpeg_is_truncated(Bytes rest) {
-  constexpr std::uint8_t end_of_image = 0xD9;
+  constexpr std::uint8_t kEndOfImage = 0xD9;
   while (rest.size() >= 2) {
     const std::uint8_t code = rest[1];
     if (rest[0] != 0xFF || code == 0x00 || (code >= 0xD0 && code <= 0xD8) || code == 0x01)
       rest = rest.subspan(rest[0] == 0xFF && code != 0xFF ? 2 : 1);
     else if (code == 0xFF)
       rest = rest.subspan(1);
-    else if (code == end_of_image)
+    else if (code == kEndOfImage)
       return false;
     else if (rest.size() < 4)
       return true;
@@ -66,13 +66,13 @@ bool bmp_is_truncated(Bytes file) {
 } // namespace
 
 bool is_truncated(Bytes file) {
-  constexpr std::array<std::uint8_t, 3> jpeg{0xFF, 0xD8, 0xFF};
-  constexpr std::array<std::uint8_t, 2> bmp{'B', 'M'};
+  constexpr std::array<std::uint8_t, 3> kJpeg{0xFF, 0xD8, 0xFF};
+  constexpr std::array<std::uint8_t, 2> kBmp{'B', 'M'};
   if (starts_with(file, kPngSignature))
     return png_is_truncated(file.subspan(kPngSignature.size()));
-  if (starts_with(file, jpeg))
+  if (starts_with(file, kJpeg))
     return jpeg_is_truncated(file.subspan(2));
-  return starts_with(file, bmp) && (file.size() < 6 || bmp_is_truncated(file));
+  return starts_with(file, kBmp) && (file.size() < 6 || bmp_is_truncated(file));
 }
 
 } // namespace veltro::host

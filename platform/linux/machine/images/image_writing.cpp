@@ -31,13 +31,13 @@ template <Write write, bool alpha> Pixbuf pixbuf_of(const Bitmap &bitmap) {
                                static_cast<int>(bitmap.height())));
   if (pixbuf == nullptr)
     return nullptr;
-  constexpr std::size_t step = alpha ? 4 : 3;
+  constexpr std::size_t kStep = alpha ? 4 : 3;
   guchar *const bytes = gdk_pixbuf_get_pixels(pixbuf.get());
   const auto stride = static_cast<std::size_t>(gdk_pixbuf_get_rowstride(pixbuf.get()));
   for (std::size_t y = 0; y < bitmap.height(); ++y) {
     const auto *const row = reinterpret_cast<const std::uint32_t *>(bitmap.row(y));
     for (std::size_t x = 0; x < bitmap.width(); ++x)
-      write(row[x], bytes + y * stride + x * step);
+      write(row[x], bytes + y * stride + x * kStep);
   }
   return pixbuf;
 }
@@ -113,10 +113,10 @@ std::vector<std::uint8_t> write_jpeg(const Pixels &pixels, double quality, int o
         save(bitmap.opaque() ? pixbuf_of<write_solid, false>(bitmap)
                              : pixbuf_of<write_on_white, false>(bitmap),
              "jpeg", "quality", percent.c_str());
-    constexpr std::size_t start_of_image = 2;
-    if (orientation != 1 && file.size() > start_of_image) {
+    constexpr std::size_t kStartOfImage = 2;
+    if (orientation != 1 && file.size() > kStartOfImage) {
       const auto segment = exif(static_cast<std::uint8_t>(orientation));
-      file.insert(file.begin() + start_of_image, segment.begin(), segment.end());
+      file.insert(file.begin() + kStartOfImage, segment.begin(), segment.end());
     }
     return file;
   });

@@ -25,8 +25,8 @@ bool can_rumble(int device) {
 }
 
 std::uint16_t in_range(std::chrono::milliseconds time) {
-  constexpr std::int64_t longest = 0x7fff;
-  return static_cast<std::uint16_t>(std::clamp<std::int64_t>(time.count(), 0, longest));
+  constexpr std::int64_t kLongest = 0x7fff;
+  return static_cast<std::uint16_t>(std::clamp<std::int64_t>(time.count(), 0, kLongest));
 }
 
 } // namespace

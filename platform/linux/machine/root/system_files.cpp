@@ -44,9 +44,9 @@ bool write_folder(const std::string &staging, std::string_view folder) {
 void provide_frameworks() {
   std::string_view last;
   for (const SystemFile &file : system_files()) {
-    constexpr std::string_view extension = ".framework";
+    constexpr std::string_view kExtension = ".framework";
     const std::string_view folder =
-        file.path.substr(0, file.path.find(extension) + extension.size());
+        file.path.substr(0, file.path.find(kExtension) + kExtension.size());
     if (folder != last)
       provide_system_folder(folder);
     last = folder;

@@ -24,7 +24,7 @@ protected:
     unsetenv("LANGUAGE");
   }
 
-  static constexpr const char *chat_kit = "/System/Library/PrivateFrameworks/ChatKit.framework";
+  static constexpr const char *kChatKit = "/System/Library/PrivateFrameworks/ChatKit.framework";
 
   static fs::path frameworks() { return device_root() / "System/Library/PrivateFrameworks"; }
 
@@ -75,10 +75,10 @@ TEST_F(SystemFolders, AFolderThatIsThereStaysAsItIs) {
 }
 
 TEST_F(SystemFolders, AreLaidDownWholly) {
-  provide_system_folder(chat_kit);
+  provide_system_folder(kChatKit);
   std::size_t files = 0;
   for (const auto &file : system_files())
-    if (file.path.starts_with(chat_kit)) {
+    if (file.path.starts_with(kChatKit)) {
       EXPECT_EQ(fs::file_size(device_root().string() + std::string(file.path)), file.text.size());
       ++files;
     }
@@ -92,7 +92,7 @@ TEST_F(SystemFolders, AreLaidDownByOneOfSeveralProcesses) {
   for (int number = 0; number < 4; ++number) {
     const pid_t child = fork();
     if (child == 0) {
-      provide_system_folder(chat_kit);
+      provide_system_folder(kChatKit);
       _exit(fs::exists(frameworks() / "ChatKit.framework/ja.lproj/ChatKit.strings") ? 0 : 1);
     }
     children.push_back(child);

@@ -31,14 +31,14 @@ template <typename Draw> Picture drawn(CGFloat width, CGFloat height, Draw &&dra
 
 /// How much of the pixel at (x, y) lies in the circle, by counting points.
 double coverage(double x, double y, double center_x, double center_y, double radius) {
-  constexpr int steps = 32;
+  constexpr int kSteps = 32;
   int inside = 0;
-  for (int row = 0; row < steps; ++row)
-    for (int column = 0; column < steps; ++column)
-      if (std::hypot(x + (column + 0.5) / steps - center_x, y + (row + 0.5) / steps - center_y) <=
+  for (int row = 0; row < kSteps; ++row)
+    for (int column = 0; column < kSteps; ++column)
+      if (std::hypot(x + (column + 0.5) / kSteps - center_x, y + (row + 0.5) / kSteps - center_y) <=
           radius)
         ++inside;
-  return static_cast<double>(inside) / (steps * steps);
+  return static_cast<double>(inside) / (kSteps * kSteps);
 }
 
 TEST(CGContext, FillsRectanglesFromTheTopLeftInAnImageContext) {

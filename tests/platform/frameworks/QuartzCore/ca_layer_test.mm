@@ -35,13 +35,13 @@ bool in_rounded_square(double x, double y, double side, double radius) {
 
 /// The part of the pixel that the rounded square covers, by 16 x 16 samples.
 double coverage(std::size_t x, std::size_t y, double side, double radius) {
-  constexpr int samples = 16;
+  constexpr int kSamples = 16;
   int hits = 0;
-  for (int row = 0; row < samples; ++row)
-    for (int column = 0; column < samples; ++column)
-      hits += in_rounded_square(static_cast<double>(x) + (column + 0.5) / samples,
-                                static_cast<double>(y) + (row + 0.5) / samples, side, radius);
-  return static_cast<double>(hits) / (samples * samples);
+  for (int row = 0; row < kSamples; ++row)
+    for (int column = 0; column < kSamples; ++column)
+      hits += in_rounded_square(static_cast<double>(x) + (column + 0.5) / kSamples,
+                                static_cast<double>(y) + (row + 0.5) / kSamples, side, radius);
+  return static_cast<double>(hits) / (kSamples * kSamples);
 }
 
 void expect_rounded(const Picture &picture, double side, double radius) {

@@ -15,19 +15,19 @@ NSString *name(const char *prefix, int number) {
 }
 
 TEST_F(KeychainProcesses, NoAdditionIsLost) {
-  constexpr int processes = 4;
-  constexpr int items = 50;
+  constexpr int kProcesses = 4;
+  constexpr int kItems = 50;
   std::vector<pid_t> children;
-  for (int process = 0; process < processes; ++process)
+  for (int process = 0; process < kProcesses; ++process)
     children.push_back(start_child([process] {
-      for (int at = 0; at < items; ++at)
+      for (int at = 0; at < kItems; ++at)
         if (add(name("service", process), name("account", at), "secret") != errSecSuccess)
           return 1;
       return 0;
     }));
   for (const pid_t child : children)
     EXPECT_EQ(wait_for(child), 0);
-  EXPECT_EQ([list(item(nil, nil)) count], static_cast<NSUInteger>(processes * items));
+  EXPECT_EQ([list(item(nil, nil)) count], static_cast<NSUInteger>(kProcesses * kItems));
 }
 
 TEST_F(KeychainProcesses, OneOfManyAddsTheSameItem) {
@@ -78,14 +78,14 @@ TEST_F(KeychainProcesses, BothSidesOfAForkGoOn) {
 }
 
 TEST_F(KeychainProcesses, ThreadsShareOneKeychain) {
-  constexpr int threads = 8;
-  constexpr int items = 25;
+  constexpr int kThreads = 8;
+  constexpr int kItems = 25;
   std::atomic<int> failures = 0;
   std::vector<std::thread> running;
-  for (int thread = 0; thread < threads; ++thread)
+  for (int thread = 0; thread < kThreads; ++thread)
     running.emplace_back([thread, &failures] {
       @autoreleasepool {
-        for (int at = 0; at < items; ++at) {
+        for (int at = 0; at < kItems; ++at) {
           NSString *const service = name("service", thread);
           NSString *const account = name("account", at);
           failures += add(service, account, [account UTF8String]) != errSecSuccess;
@@ -99,7 +99,7 @@ TEST_F(KeychainProcesses, ThreadsShareOneKeychain) {
   for (std::thread &thread : running)
     thread.join();
   EXPECT_EQ(failures, 0);
-  EXPECT_EQ([list(item(nil, nil)) count], static_cast<NSUInteger>(threads * items + 5));
+  EXPECT_EQ([list(item(nil, nil)) count], static_cast<NSUInteger>(kThreads * kItems + 5));
 }
 
 } // namespace

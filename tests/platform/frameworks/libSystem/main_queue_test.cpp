@@ -98,16 +98,16 @@ TEST(MainQueue, GoesOnAfterAnException) {
 
 TEST(MainQueue, TakesWorkFromManyThreadsAtOnce) {
   MainQueue queue;
-  constexpr int each = 500;
+  constexpr int kEach = 500;
   std::vector<std::vector<int>> seen(4);
   std::vector<std::thread> threads;
   for (std::size_t thread = 0; thread < seen.size(); ++thread)
     threads.emplace_back([&queue, &seen, thread] {
-      for (int i = 0; i < each; ++i)
+      for (int i = 0; i < kEach; ++i)
         queue.add([&seen, thread, i] { seen[thread].push_back(i); });
     });
   std::size_t total = 0;
-  while (total < seen.size() * each) {
+  while (total < seen.size() * kEach) {
     ASSERT_TRUE(readable(queue, 10'000));
     queue.drain([&total](const MainQueue::Work &work) {
       work();
@@ -117,7 +117,7 @@ TEST(MainQueue, TakesWorkFromManyThreadsAtOnce) {
   for (std::thread &thread : threads)
     thread.join();
   for (const std::vector<int> &of_one : seen) {
-    ASSERT_EQ(of_one.size(), static_cast<std::size_t>(each));
+    ASSERT_EQ(of_one.size(), static_cast<std::size_t>(kEach));
     EXPECT_TRUE(std::ranges::is_sorted(of_one));
   }
 }

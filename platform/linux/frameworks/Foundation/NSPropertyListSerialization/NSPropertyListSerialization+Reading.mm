@@ -72,9 +72,9 @@ id strings_of_text(NSString *self, SEL selector) {
 }
 
 bool is_binary(NSData *data) {
-  constexpr std::string_view magic = "bplist";
-  return [data length] >= magic.size() &&
-         std::string_view(static_cast<const char *>([data bytes]), magic.size()) == magic;
+  constexpr std::string_view kMagic = "bplist";
+  return [data length] >= kMagic.size() &&
+         std::string_view(static_cast<const char *>([data bytes]), kMagic.size()) == kMagic;
 }
 
 /// Fills a collection from a binary list; what is none, GNUstep reads. A file that does not hold

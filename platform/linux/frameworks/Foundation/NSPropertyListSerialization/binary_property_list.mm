@@ -179,10 +179,10 @@ public:
 
   /// A marker with a count.
   void add_counted(Kind kind, std::size_t count) {
-    constexpr std::size_t count_follows = 15;
+    constexpr std::size_t kCountFollows = 15;
     bytes_.push_back(
-        static_cast<std::uint8_t>(static_cast<unsigned>(kind) | std::min(count, count_follows)));
-    if (count >= count_follows)
+        static_cast<std::uint8_t>(static_cast<unsigned>(kind) | std::min(count, kCountFollows)));
+    if (count >= kCountFollows)
       add_number(Kind::integer, count, size_of(count));
   }
 

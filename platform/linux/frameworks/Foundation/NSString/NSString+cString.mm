@@ -46,8 +46,8 @@ const char *c_string_or_null(id self, SEL selector, NSStringEncoding encoding) {
 
 template <std::size_t... Slots>
 CString replacement(std::size_t slot, std::index_sequence<Slots...>) {
-  static constexpr CString all[] = {c_string_or_null<Slots>...};
-  return all[slot];
+  static constexpr CString kAll[] = {c_string_or_null<Slots>...};
+  return kAll[slot];
 }
 
 constexpr const char *kSelector = "cStringUsingEncoding:";
