@@ -11,7 +11,7 @@ import subprocess
 import threading
 import time
 
-from client import (ARCHIVE_LIMIT, BUILD, CHATS, ECHO, LEAKS_ALLOWED, MARK_READ, READ, SEND, Case, Messenger,
+from client import (ARCHIVE_LIMIT, BUILD, CHATS, ECHO, MARK_READ, RAISED_IN_READING, READ, SEND, Case, Messenger,
                     all_closed, archive, binary, die_with_parent, main, plistlib, reply, request, shutil, tempfile,
                     unarchive)
 
@@ -25,7 +25,7 @@ def reset(connection):
 
 class Clients(Case):
     options = ('--stall-time', '600')
-    environment = LEAKS_ALLOWED
+    environment = RAISED_IN_READING
 
     def still_serves(self):
         self.assertEqual(self.messenger.ask(ECHO, b'still there'), b'still there')
@@ -118,7 +118,7 @@ class Clients(Case):
 
 
 class Hostile(Case):
-    environment = LEAKS_ALLOWED
+    environment = RAISED_IN_READING
 
     def test_damaged_archives_and_arguments(self):
         generator = random.Random(20262)

@@ -3,8 +3,8 @@ import datetime
 import plistlib
 import time
 
-from client import (ARCHIVE_LIMIT, CHATS, ECHO, EPOCH, LEAKS_ALLOWED, MARK_READ, READ, SEND, Case, archive, binary,
-                    main, message, unarchive)
+from client import (ARCHIVE_LIMIT, CHATS, ECHO, EPOCH, MARK_READ, RAISED_IN_READING, READ, SEND, Case, archive,
+                    binary, main, message, unarchive)
 
 LONG = 'long ' * 40000
 
@@ -110,7 +110,7 @@ class Requests(Case):
 
 
 class Refusals(Case):
-    environment = LEAKS_ALLOWED
+    environment = RAISED_IN_READING
 
     def test_messages_that_are_not_kept(self):
         nan, infinity = float('nan'), float('inf')
