@@ -1,4 +1,4 @@
-// For what leaks on purpose: what an unarchiver was making when it raised, on the device as
+// For what leaks on purpose: what Foundation was making when it raised, on the device as
 // here. No other allocation may be hidden so.
 #pragma once
 
