@@ -83,10 +83,10 @@ std::vector<InstanceVariable> Lists::variables(uint64_t slot) {
     const Bytes numbers = image_.at(at + 3 * word, 8, kVariables);
     const auto alignment = numbers.get<uint32_t>(0);
     // All bits set: as a pointer is aligned.
-    InstanceVariable variable{.size = numbers.get<uint32_t>(4),
-                              .alignment =
-                                  uint8_t(alignment == ~0u ? word == 8 ? 3 : 2 : alignment),
-                              .offset_slot = image_.local_pointer(at, kVariables)};
+    InstanceVariable variable;
+    variable.size = numbers.get<uint32_t>(4);
+    variable.alignment = uint8_t(alignment == ~0u ? word == 8 ? 3 : 2 : alignment);
+    variable.offset_slot = image_.local_pointer(at, kVariables);
     if (alignment != ~0u && alignment > kLargestAlignment)
       throw Unloadable("broken: an Objective-C instance variable aligned to more than 16 bytes");
     if (variable.size > kLargestVariable)

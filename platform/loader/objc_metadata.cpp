@@ -67,7 +67,8 @@ private:
   uint64_t field(uint64_t n) const { return (word_ == 8 ? 16 : 12) + n * word_; }
 
   void read_class(uint64_t slot) {
-    Class found{.address = image_.target(slot, kClasses)};
+    Class found;
+    found.address = image_.target(slot, kClasses);
     found.metaclass = image_.target(found.address, kClasses);
     found.superclass = image_.pointer(found.address + word_, kClasses);
     const uint64_t constants = constants_of(found.address);
@@ -119,8 +120,9 @@ private:
 
   void read_category(uint64_t slot) {
     const uint64_t address = image_.target(slot, kCategories);
-    Category found{.name = image_.text(image_.target(address, kCategories), kCategories),
-                   .on = image_.pointer(address + word_, kCategories)};
+    Category found;
+    found.name = image_.text(image_.target(address, kCategories), kCategories);
+    found.on = image_.pointer(address + word_, kCategories);
     if (!found.on)
       throw Unloadable("broken: category " + std::string(found.name) + " on no class");
     if (found.on.address != 0)
@@ -151,7 +153,8 @@ private:
     while (!pending_.empty()) {
       const uint64_t address = pending_.back();
       pending_.pop_back();
-      Protocol found{.name = image_.text(image_.target(address + word_, kProtocols), kProtocols)};
+      Protocol found;
+      found.name = image_.text(image_.target(address + word_, kProtocols), kProtocols);
       found.parents = lists_.protocols(address + 2 * word_);
       found.methods = lists_.methods(address + 3 * word_, false);
       found.class_methods = lists_.methods(address + 4 * word_, false);

@@ -7,12 +7,12 @@
 namespace veltro::loader::objc {
 
 struct Method {
-  std::string_view name{}, types{};
+  std::string_view name, types;
   uint64_t code = 0; // address
 };
 
 struct InstanceVariable {
-  std::string_view name{}, type{};
+  std::string_view name, type;
   uint32_t size = 0;
   uint8_t alignment = 0; // as a power of two
   uint64_t offset_slot =
@@ -24,25 +24,25 @@ using ClassReference = Pointer;
 
 struct Class {
   uint64_t address = 0, metaclass = 0;
-  std::string_view name{};
-  ClassReference superclass{}; // null for a root
-  std::vector<InstanceVariable> variables{};
-  std::vector<Method> methods{}, class_methods{};
-  std::vector<uint64_t> protocols{};
+  std::string_view name;
+  ClassReference superclass; // null for a root
+  std::vector<InstanceVariable> variables;
+  std::vector<Method> methods, class_methods;
+  std::vector<uint64_t> protocols;
 };
 
 struct Category {
-  std::string_view name{};
-  ClassReference on{};
-  std::vector<Method> methods{}, class_methods{};
-  std::vector<uint64_t> protocols{};
+  std::string_view name;
+  ClassReference on;
+  std::vector<Method> methods, class_methods;
+  std::vector<uint64_t> protocols;
 };
 
 /// Required and optional methods are not told apart, since GCC's runtime does not either.
 struct Protocol {
-  std::string_view name{};
-  std::vector<uint64_t> parents{};
-  std::vector<Method> methods{}, class_methods{}; // without code
+  std::string_view name;
+  std::vector<uint64_t> parents;
+  std::vector<Method> methods, class_methods; // without code
 };
 
 struct ConstantString {
@@ -59,7 +59,7 @@ struct Slot {
 
 struct Selector {
   uint64_t slot = 0;
-  std::string_view name{};
+  std::string_view name;
 };
 
 /// What Objective-C of an image holds that a runtime has to be told. Properties are not read: GCC's
