@@ -90,10 +90,10 @@ bool has_program(pid_t process) {
 /// by which the process of a script is known.
 void await_command_line(pid_t process) {
   // It is a matter of microseconds, but for a machine that has no processor to spare.
-  constexpr int looks_at_once = 100;
-  constexpr int looks = looks_at_once + 1000;
-  for (int look = 0; look < looks && !has_command_line(process) && has_program(process); ++look)
-    if (look < looks_at_once)
+  constexpr int kLooksAtOnce = 100;
+  constexpr int kLooks = kLooksAtOnce + 1000;
+  for (int look = 0; look < kLooks && !has_command_line(process) && has_program(process); ++look)
+    if (look < kLooksAtOnce)
       sched_yield();
     else
       usleep(1000);

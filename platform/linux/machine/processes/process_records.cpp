@@ -82,8 +82,8 @@ std::string_view read_status(int proc, pid_t process, std::span<char> text) {
 
 /// The field of this number, as proc(5) counts them, where `fields` are those from the state on.
 std::string_view field(std::string_view fields, int number) {
-  constexpr int state = 3;
-  for (int skipped = state; skipped < number; ++skipped)
+  constexpr int kState = 3;
+  for (int skipped = kState; skipped < number; ++skipped)
     fields.remove_prefix(std::min(fields.find(' '), fields.size() - 1) + 1);
   return fields.substr(0, fields.find(' '));
 }
@@ -134,11 +134,11 @@ bool fill(kinfo_proc &record, int proc, pid_t process) {
 } // namespace
 
 std::size_t process_record_bound() {
-  constexpr std::size_t spare_links = 16;
+  constexpr std::size_t kSpareLinks = 16;
   // The folder has a link for every process: one call instead of a walk.
   struct stat folder{};
   const std::size_t links = stat("/proc", &folder) == 0 ? folder.st_nlink : 0;
-  return links + spare_links;
+  return links + kSpareLinks;
 }
 
 ProcessRecords read_process_records(std::span<kinfo_proc> records) {

@@ -40,7 +40,7 @@ struct Program {
 
 std::optional<Program> program_at(const std::string &executable) {
   // The kernel cuts a process's name at fifteen bytes.
-  constexpr std::size_t kernel_name_length = 15;
+  constexpr std::size_t kKernelNameLength = 15;
   std::error_code error;
   std::string real_path = fs::canonical(executable, error).string();
   if (error)
@@ -48,7 +48,7 @@ std::optional<Program> program_at(const std::string &executable) {
   std::array<char, 2> start{};
   std::ifstream(executable, std::ios::binary).read(start.data(), start.size());
   return Program{executable, std::move(real_path),
-                 executable.substr(executable.rfind('/') + 1, kernel_name_length),
+                 executable.substr(executable.rfind('/') + 1, kKernelNameLength),
                  start == std::array{'#', '!'}};
 }
 
