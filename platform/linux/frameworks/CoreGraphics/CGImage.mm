@@ -65,39 +65,25 @@ VHImage *object(CGImageRef image) {
 }
 
 std::optional<PixelFormat> rgb_format(CGBitmapInfo info) {
-  // Where alpha and red, green, blue stand in the order of writing.
-  struct Order {
-    CGImageAlphaInfo info;
-    std::uint8_t red;
-    std::uint8_t alpha;
-    bool has_alpha;
-    bool premultiplied;
-  };
-  static constexpr Order kOrders[] = {
-      {kCGImageAlphaPremultipliedLast, 0, 3, true, true},
-      {kCGImageAlphaPremultipliedFirst, 1, 0, true, true},
-      {kCGImageAlphaLast, 0, 3, true, false},
-      {kCGImageAlphaFirst, 1, 0, true, false},
-      {kCGImageAlphaNoneSkipLast, 0, 3, false, false},
-      {kCGImageAlphaNoneSkipFirst, 1, 0, false, false},
-  };
   const CGBitmapInfo order = info & kCGBitmapByteOrderMask;
+  const CGBitmapInfo alpha = info & kCGBitmapAlphaInfoMask;
   const bool little = order == kCGBitmapByteOrder32Little;
-  if (!little && order != kCGBitmapByteOrderDefault && order != kCGBitmapByteOrder32Big)
+  if ((!little && order != kCGBitmapByteOrderDefault && order != kCGBitmapByteOrder32Big) ||
+      alpha < kCGImageAlphaPremultipliedLast || alpha > kCGImageAlphaNoneSkipFirst)
     return std::nullopt;
+  const bool alpha_first = alpha == kCGImageAlphaPremultipliedFirst ||
+                           alpha == kCGImageAlphaFirst || alpha == kCGImageAlphaNoneSkipFirst;
+  const int red = alpha_first ? 1 : 0;
   const auto at = [little](int place) {
     return static_cast<std::uint8_t>(little ? 3 - place : place);
   };
-  for (const Order &known : kOrders)
-    if (known.info == (info & kCGBitmapAlphaInfoMask))
-      return PixelFormat{4,
-                         at(known.red),
-                         at(known.red + 1),
-                         at(known.red + 2),
-                         at(known.alpha),
-                         known.has_alpha,
-                         known.premultiplied};
-  return std::nullopt;
+  return PixelFormat{.bytes = 4,
+                     .red = at(red),
+                     .green = at(red + 1),
+                     .blue = at(red + 2),
+                     .alpha = at(alpha_first ? 0 : 3),
+                     .has_alpha = alpha <= kCGImageAlphaFirst,
+                     .premultiplied = alpha <= kCGImageAlphaPremultipliedFirst};
 }
 
 std::optional<PixelFormat> format_of(size_t bits_per_component, size_t bits_per_pixel,

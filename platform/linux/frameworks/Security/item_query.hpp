@@ -5,8 +5,8 @@
 
 #include <CoreFoundation/CFBase.h>
 #include <MacTypes.h>
+#include <array>
 #include <cstdint>
-#include <forward_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,7 +28,7 @@ struct ItemQuery {
   bool return_attributes = false;
   bool many = false; ///< whether a search returns an array
 
-  std::forward_list<std::string> texts; ///< that the query's fields are views of
+  std::array<std::string, kAttributes.size()> texts; ///< that the query's fields are views of
 };
 
 /// Reads `dictionary`; errSecParam where it is not what the documentation asks for, and

@@ -23,10 +23,11 @@ std::string_view bytes_of(NSData *data) {
   return {static_cast<const char *>([data bytes]), [data length]};
 }
 
-bool read_text(id value, ItemQuery &out, Field &field) {
+bool read_text(id value, std::size_t at, ItemQuery &out) {
   if (!is(value, classes().string))
     return false;
-  std::string &text = out.texts.emplace_front([value length], '\0');
+  std::string &text = out.texts[at];
+  text.assign([value length], '\0');
   // Plain text needs no object of its own. Its bytes are looked at one by one: a zero or half a
   // surrogate pair, which GNUstep drops without a word, must not make two names one.
   if (![value getCString:text.data() maxLength:text.size() + 1 encoding:NSUTF8StringEncoding] ||
@@ -40,7 +41,7 @@ bool read_text(id value, ItemQuery &out, Field &field) {
       text = bytes_of(utf8);
     }
   }
-  field = Field::text(text);
+  out.query.fields[at] = Field::text(text);
   return true;
 }
 
@@ -100,9 +101,10 @@ bool read_date(id value, Field &field) {
   return true;
 }
 
-bool read_accessible(id value, ItemQuery &out, Field &field) {
-  constexpr std::array<std::string_view, 7> kNown{"ak", "ck", "dk", "akpu", "aku", "cku", "dku"};
-  return read_text(value, out, field) && std::ranges::find(kNown, field.bytes) != kNown.end();
+bool read_accessible(id value, std::size_t at, ItemQuery &out) {
+  constexpr std::array<std::string_view, 7> kKnown{"ak", "ck", "dk", "akpu", "aku", "cku", "dku"};
+  return read_text(value, at, out) &&
+         std::ranges::find(kKnown, out.query.fields[at].bytes) != kKnown.end();
 }
 
 bool read_sync(id value, Use use, ItemQuery &out) {
@@ -119,7 +121,7 @@ bool read_attribute(std::size_t at, id value, Use use, ItemQuery &out) {
   Field &field = out.query.fields[at];
   switch (kAttributes[at].kind) {
   case Kind::text:
-    return read_text(value, out, field);
+    return read_text(value, at, out);
   case Kind::data:
     return read_data(value, field);
   case Kind::number:
@@ -129,7 +131,7 @@ bool read_attribute(std::size_t at, id value, Use use, ItemQuery &out) {
   case Kind::date:
     return read_date(value, field);
   case Kind::accessible:
-    return read_accessible(value, out, field);
+    return read_accessible(value, at, out);
   case Kind::synchronizable:
     return read_sync(value, use, out);
   }

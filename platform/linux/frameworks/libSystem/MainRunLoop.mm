@@ -1,4 +1,4 @@
-#include "frameworks/libSystem/main_run_loop.hpp"
+#include "frameworks/libSystem/main_queue.hpp"
 
 #import <Foundation/Foundation.h>
 

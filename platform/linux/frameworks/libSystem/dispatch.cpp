@@ -4,7 +4,7 @@
 #include <dispatch/dispatch.h>
 
 #include "frameworks/libSystem/blocks.hpp"
-#include "frameworks/libSystem/main_run_loop.hpp"
+#include "frameworks/libSystem/main_queue.hpp"
 
 #include <atomic>
 #include <cstdio>
@@ -35,18 +35,6 @@ veltro::host::MainQueue::Work call_of(dispatch_block_t block) {
   const std::shared_ptr<void> owner(copy, veltro::host::release_block);
   return [owner] { reinterpret_cast<dispatch_block_t>(owner.get())(); };
 }
-
-/// Lets the waiting thread go when the scope ends, however it ends.
-class LetGo {
-public:
-  explicit LetGo(std::binary_semaphore &semaphore) : semaphore_(semaphore) {}
-  ~LetGo() { semaphore_.release(); }
-  LetGo(const LetGo &) = delete;
-  LetGo &operator=(const LetGo &) = delete;
-
-private:
-  std::binary_semaphore &semaphore_;
-};
 
 constexpr dispatch_once_t kNotYet = 0;
 constexpr dispatch_once_t kRunning = 1;
@@ -99,7 +87,7 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
     client_bug("dispatch_sync called on queue already owned by current thread");
   std::binary_semaphore finished(0);
   main_queue().add([&finished, block] {
-    const LetGo let_go(finished);
+    const veltro::host::AtEnd let_go([&finished] { finished.release(); });
     block();
   });
   finished.acquire();

@@ -10,18 +10,6 @@ namespace {
 
 constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 
-/// Calls a function when the scope ends, also when an exception of a block passes through it.
-class AtEnd {
-public:
-  explicit AtEnd(std::function<void()> action) : action_(std::move(action)) {}
-  ~AtEnd() { action_(); }
-  AtEnd(const AtEnd &) = delete;
-  AtEnd &operator=(const AtEnd &) = delete;
-
-private:
-  std::function<void()> action_;
-};
-
 } // namespace
 
 std::uint64_t dispatch_clock() {

@@ -14,6 +14,18 @@ namespace veltro::host {
 /// sleeps.
 std::uint64_t dispatch_clock();
 
+/// Calls a function when the scope ends, also when an exception of a block passes through it.
+class AtEnd {
+public:
+  explicit AtEnd(std::function<void()> action) : action_(std::move(action)) {}
+  ~AtEnd() { action_(); }
+  AtEnd(const AtEnd &) = delete;
+  AtEnd &operator=(const AtEnd &) = delete;
+
+private:
+  std::function<void()> action_;
+};
+
 class MainQueue {
 public:
   using Work = std::function<void()>;
@@ -50,5 +62,12 @@ private:
   std::uint64_t added_ = 0;
   bool draining_ = false;
 };
+
+/// The one main queue of this process; from the first call on the main thread's run loop drains it,
+/// in the default and the common modes. Any thread, whether or not the run loop is running already.
+MainQueue &main_queue();
+
+/// Whether the caller is on the process's first thread.
+bool on_main_thread();
 
 } // namespace veltro::host

@@ -6,7 +6,6 @@
 
 #include "frameworks/Foundation/NSCalendar/civil_date.hpp"
 #include "frameworks/Foundation/NSCalendar/current_calendar.hpp"
-#include "frameworks/Foundation/NSCalendar/gnustep_calendar.hpp"
 #include "frameworks/Foundation/NSTimeZone/time_zone_rules.hpp"
 #include "frameworks/Foundation/NSTimeZone/wall_clock.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
@@ -19,6 +18,26 @@
 
 namespace veltro::host {
 namespace {
+
+/// The methods as GNUstep implements them, filled in when the patched ones take their place.
+struct {
+  NSDateComponents *(*components)(NSCalendar *, SEL, NSUInteger, NSDate *) = nullptr;
+  NSDate *(*date)(NSCalendar *, SEL, NSDateComponents *) = nullptr;
+  NSDate *(*adding)(NSCalendar *, SEL, NSDateComponents *, NSDate *, NSUInteger) = nullptr;
+} constinit gnustep_methods;
+
+/// A calendar of GNUstep's own (autoreleased) that belongs to the calling thread only, with the
+/// settings of `settings` and the time zone `zone`. GNUstep's calendars change inside while they
+/// result, so that two threads cannot share one.
+NSCalendar *gnustep_calendar(NSCalendar *settings, NSTimeZone *zone) {
+  NSCalendar *calendar =
+      [[[NSCalendar alloc] initWithCalendarIdentifier:[settings calendarIdentifier]] autorelease];
+  [calendar setLocale:[settings locale]];
+  [calendar setTimeZone:zone];
+  [calendar setFirstWeekday:[settings firstWeekday]];
+  [calendar setMinimumDaysInFirstWeek:[settings minimumDaysInFirstWeek]];
+  return calendar;
+}
 
 constexpr NSUInteger kWeekUnits = NSUInteger{NSWeekCalendarUnit} | NSCalendarUnitWeekOfYear |
                                   NSCalendarUnitWeekOfMonth | NSCalendarUnitYearForWeekOfYear;
