@@ -34,6 +34,19 @@ in_root veltro info
 grep -q '^release: 9.3.5$' "$log" || { cat "$log"; exit 1; }
 in_root veltro view loading --language de -o /tmp/loading.png
 
+# The messenger as it lies under /usr, in a process table of its own, with which it ends.
+cat >"$root/tmp/messenger" <<'END'
+set -eu
+veltro -q messenger start
+veltro -q send 5 --text "from the installed one"
+veltro messenger stop
+END
+# shellcheck disable=SC2016 # for the inner shell
+quietly unshare --mount --pid --fork --kill-child sh -c '
+  mount -t proc proc "$1/proc"
+  exec env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root chroot "$1" sh /tmp/messenger' sh "$root"
+grep -q '^from the installed one' "$log" || { cat "$log"; exit 1; }
+
 in_root apt-get install -y --no-install-recommends /tmp/libveltro-dev.deb clang-19 cmake ninja-build pkg-config
 cat >"$root/tmp/build" <<'END'
 set -eu
