@@ -33,8 +33,8 @@ public:
   /// Whether the open file is still the one of its name; where not, all is looked at anew.
   [[nodiscard]] bool in_place() {
     struct stat status{};
-    const bool same = ::stat(paths_.database.c_str(), &status) == 0 &&
-                      Identity::of(status) == database_identity_;
+    const bool same =
+        ::stat(paths_.database.c_str(), &status) == 0 && Identity::of(status) == database_identity_;
     if (!same)
       directory_.reset();
     return same;

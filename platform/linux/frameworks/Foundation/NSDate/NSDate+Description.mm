@@ -1,5 +1,5 @@
-// -description of a date before the year 1, which GNUstep counts down to without end. Years go on
-// below 1 as they do on the device, where 0 is 1 BC.
+// -description of a date before the year 1, which GNUstep counts down to without end. Years
+// continue below 1 as they do on the device, where 0 is 1 BC.
 
 #include "frameworks/Foundation/replace_method.hpp"
 
