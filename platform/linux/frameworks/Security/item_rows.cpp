@@ -1,6 +1,5 @@
 #include "frameworks/Security/item_rows.hpp"
 
-#include <array>
 #include <utility>
 
 namespace veltro::host::keychain {
@@ -14,28 +13,22 @@ constexpr int kSealedParameter = parameter_of(kAttributes.size());
 constexpr int kLimitParameter = kSealedParameter; // of other statements
 constexpr int kIdParameter = kSealedParameter + 1;
 
-/// `"svce" = ?1` and so on, for each attribute.
-const std::array<std::string, kAttributes.size()> kComparisons = [] {
-  std::array<std::string, kAttributes.size()> texts;
-  for (std::size_t at = 0; at < texts.size(); ++at)
-    texts[at] =
-        std::string("\"") + kAttributes[at].key + "\" = ?" + std::to_string(parameter_of(at));
-  return texts;
-}();
-
 /// `verb` with the condition of a query. The text is the same for all that give the same
 /// attributes.
 std::string for_rows_of(const Query &query, std::string_view verb) {
-  std::string text(verb);
-  const char *separator = " WHERE ";
-  const auto add = [&](std::string_view comparison) {
-    text.append(std::exchange(separator, " AND ")).append(comparison);
+  std::string text;
+  text.reserve(256); // enough for most
+  text = verb;
+  const char *separator = " WHERE \"";
+  const auto add = [&](std::size_t at, const std::string &value) {
+    text.append(std::exchange(separator, " AND \"")).append(kAttributes[at].key);
+    text.append("\" = ").append(value);
   };
   for (std::size_t at = 0; at < kAttributes.size(); ++at)
     if (query.fields[at].present())
-      add(kComparisons[at]);
+      add(at, "?" + std::to_string(parameter_of(at)));
   if (!query.any_sync && !query.fields[sync].present())
-    add("sync = 0");
+    add(sync, "0");
   return text;
 }
 

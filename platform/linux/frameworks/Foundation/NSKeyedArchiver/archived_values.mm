@@ -11,6 +11,7 @@
 
 // GNUstep writes an object of its own property list types as it stands, and knows them by their
 // class: each of these stands for one while it is archived, and is archived under its name.
+// A class has no parentheses around its name. NOLINTBEGIN(bugprone-macro-parentheses)
 #define VH_ARCHIVED_AS(name, archived)                                                             \
   @interface name : NSObject                                                                       \
   @end                                                                                             \
@@ -20,6 +21,7 @@
       [NSKeyedArchiver setClassName:archived forClass:self];                                       \
   }                                                                                                \
   @end
+// NOLINTEND(bugprone-macro-parentheses)
 
 VH_ARCHIVED_AS(VHArchivedDate, @"NSDate")
 VH_ARCHIVED_AS(VHArchivedString, @"NSString")
