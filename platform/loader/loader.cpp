@@ -23,9 +23,9 @@ extern "C" void __register_frame(void *frames); // not of 32-bit ARM's unwinder
 struct VLImage {
   veltro::loader::Memory memory;
   veltro::loader::Exports exports;
-  std::vector<uint8_t> frames{}; // the unwinder keeps reading them
+  std::vector<uint8_t> frames; // the unwinder keeps reading them
   // By address, what this process calls for exported functions where that is not their own code.
-  std::map<uint64_t, void *> entries{};
+  std::map<uint64_t, void *> entries;
 };
 
 namespace veltro::loader {
@@ -97,7 +97,8 @@ VLImage *load(const char *path) {
 
   std::vector<void *> imports = resolve_imports(image.fixups().symbols, find_loaded);
   objc::check_registration(metadata);
-  auto result = std::unique_ptr<VLImage>(new VLImage{Memory(image), std::move(contents.exports)});
+  auto result =
+      std::unique_ptr<VLImage>(new VLImage{Memory(image), std::move(contents.exports), {}, {}});
   if constexpr (kThisProcessor == Processor::armv7)
     make_exits(imports);
   Memory &memory = result->memory;
