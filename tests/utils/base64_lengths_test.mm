@@ -1,5 +1,5 @@
 // Both codecs as methods, which is how a device's kernels are reached, against the model: every
-// length that their vectors begin, go on and end with.
+// length that their vectors begin, continue and end with.
 
 #import <veltro/ZLTUtils+Base64.h>
 
