@@ -20,9 +20,9 @@ inline void append(Octets &to, std::string_view text, size_t size) {
   to.resize(to.size() + size - text.size());
 }
 
-/// A thin 64-bit image of three segments: __TEXT at 0, whose contents come at kText, __DATA at
-/// kData, each of 0x1000 bytes, and __LINKEDIT at 0x2000. What is to be broken is broken by way of
-/// the members.
+/// A thin image of three segments, 64 bits wide unless it is narrow(): __TEXT at 0, whose contents
+/// come at kText, __DATA at kData, each of 0x1000 bytes, and __LINKEDIT at 0x2000. What is to be
+/// broken is broken by way of the members.
 struct SmallImage {
   static constexpr uint64_t kText = 0x800, kData = 0x1000, kLink = 0x2000;
 
@@ -39,10 +39,20 @@ struct SmallImage {
   std::vector<Section> sections{};
   std::vector<Octets> commands{}; // besides segments and dyld info
   Octets contents = Octets(kLink);
+  bool wide = true;
+
+  /// One for 32-bit ARM.
+  static SmallImage narrow() {
+    return {.magic = 0xfeedface, .processor = 12, .subtype = 9, .wide = false};
+  }
 
   template <class T> SmallImage &put(uint64_t address, T value) {
     std::memcpy(&contents.at(address), &value, sizeof value);
     return *this;
+  }
+
+  SmallImage &put_word(uint64_t address, uint64_t value) {
+    return wide ? put(address, value) : put(address, uint32_t(value));
   }
 
   SmallImage &put_text(uint64_t address, std::string_view text) {
@@ -52,7 +62,7 @@ struct SmallImage {
 
   /// A pointer to another place of the image.
   SmallImage &point(uint64_t from, uint64_t to) {
-    put(from, to);
+    put_word(from, to);
     append(rebases, {0x11, 0x21}); // a pointer, in segment 1
     append_uleb(rebases, from - kData);
     append(rebases, {0x51});
@@ -85,8 +95,10 @@ struct SmallImage {
       load.insert(load.end(), command.begin(), command.end());
     Octets file;
     for (const uint32_t word : {magic, processor, subtype, file_type, uint32_t(4 + commands.size()),
-                                uint32_t(load.size()), 0u, 0u})
+                                uint32_t(load.size()), 0u})
       append(file, word);
+    if (wide)
+      append(file, 0u);
     file.insert(file.end(), load.begin(), load.end());
     file.insert(file.end(), contents.begin() + ptrdiff_t(file.size()), contents.end());
     for (const Octets *part : {&rebases, &binds, &lazy_binds, &exports})
@@ -109,6 +121,13 @@ struct SmallImage {
   }
 
 private:
+  void append_word(Octets &to, uint64_t value) const {
+    if (wide)
+      append(to, value);
+    else
+      append(to, uint32_t(value));
+  }
+
   void put_segment(Octets &to, std::string_view name, uint64_t address, uint64_t size,
                    uint64_t offset, uint64_t file_size, uint32_t protection, uint32_t flags) const {
     Octets own;
@@ -119,17 +138,19 @@ private:
       ++count;
       append(own, section.name, 16);
       append(own, section.segment, 16);
-      append(own, section.address);
-      append(own, section.size);
+      append_word(own, section.address);
+      append_word(own, section.size);
       append(own, uint32_t(section.address));
-      for (const uint32_t word : {0u, 0u, 0u, section.flags, 0u, 0u, 0u})
+      for (const uint32_t word : {0u, 0u, 0u, section.flags, 0u, 0u})
         append(own, word);
+      if (wide)
+        append(own, 0u);
     }
-    append(to, 0x19u);
-    append(to, uint32_t(72 + own.size()));
+    append(to, wide ? 0x19u : 0x1u);
+    append(to, uint32_t((wide ? 72 : 56) + own.size()));
     append(to, name, 16);
     for (const uint64_t word : {address, size, offset, file_size})
-      append(to, word);
+      append_word(to, word);
     for (const uint32_t word : {protection, protection, count, flags})
       append(to, word);
     to.insert(to.end(), own.begin(), own.end());
@@ -160,7 +181,7 @@ inline std::string reason(const Octets &file,
 }
 
 inline std::string reason(const SmallImage &image) {
-  return reason(image.bytes());
+  return reason(image.bytes(), image.wide ? loader::Processor::x86_64 : loader::Processor::armv7);
 }
 
 } // namespace veltro::test

@@ -1,5 +1,5 @@
 # The loader's own tests know it from within.
-foreach(stem bytes header fixups exports objc_metadata unwind_info call_frames widening argument_words texts loading)
+foreach(stem bytes header fixups exports objc_metadata unwind_info call_frames widening argument_words narrow_image texts loading)
   target_link_libraries(loader_${stem}_test PRIVATE veltro-loader-core)
 endforeach()
 
