@@ -66,7 +66,7 @@ TEST(LoadingView, IsATranslucentBlackRoundedPanel) {
   CGFloat alpha = 0;
   ASSERT_TRUE([[view backgroundColor] getWhite:&white alpha:&alpha]);
   EXPECT_EQ(white, 0);
-  EXPECT_EQ(alpha, 0.8);
+  EXPECT_EQ(alpha, static_cast<CGFloat>(0.8));
   EXPECT_EQ([[view layer] cornerRadius], 5);
   EXPECT_TRUE([[view layer] masksToBounds]);
 }
@@ -84,7 +84,7 @@ TEST(LoadingView, WritesTheCaptionInWhite) {
   CGFloat alpha = 0;
   ASSERT_TRUE([[label textColor] getWhite:&white alpha:&alpha]);
   EXPECT_EQ(white, 1);
-  EXPECT_EQ(alpha, 0.98);
+  EXPECT_EQ(alpha, static_cast<CGFloat>(0.98));
   EXPECT_EQ([label textAlignment], NSTextAlignmentCenter);
   EXPECT_TRUE([[label font] isEqual:[UIFont systemFontOfSize:12]]);
   EXPECT_FALSE([[label font] isEqual:[UIFont boldSystemFontOfSize:12]]);

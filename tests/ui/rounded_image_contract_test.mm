@@ -120,7 +120,17 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::IsSupersetOf;
+
+auto IsSupersetOf(std::initializer_list<std::string> lines) {
+  return testing::IsSupersetOf(lines);
+}
+
+/// A number as it is with a CGFloat of 64 bits, or of 32.
+std::string number(const char *in_double, const char *in_float) {
+  return sizeof(CGFloat) == sizeof(double) ? in_double : in_float;
+}
+
+const std::string two_pi = number("6.2831853071795862", "6.2831854820251465");
 
 class RoundedImageContract : public testing::Test {
 protected:
@@ -142,10 +152,11 @@ TEST_F(RoundedImageContract, NilOpensNoContext) {
 
 TEST_F(RoundedImageContract, DrawsInThisOrder) {
   EXPECT_EQ([ZLTUtils roundedImage:image_ width:50 height:40], result);
-  EXPECT_THAT(calls, ElementsAre("retain", "begin image 50 40 0 0", "current context", "size",
-                                 "begin path", "arc 25 20 25 0 6.2831853071795862 0", "close path",
-                                 "clip", "scale 0.25 0.40000000000000002", "draw 0 0 200 100",
-                                 "get image", "end image", "release"));
+  EXPECT_THAT(calls,
+              ElementsAre("retain", "begin image 50 40 0 0", "current context", "size",
+                          "begin path", "arc 25 20 25 0 " + two_pi + " 0", "close path", "clip",
+                          "scale 0.25 " + number("0.40000000000000002", "0.40000000596046448"),
+                          "draw 0 0 200 100", "get image", "end image", "release"));
 }
 
 TEST_F(RoundedImageContract, TakesNilForAResultAndStillCloses) {
@@ -161,31 +172,35 @@ TEST_F(RoundedImageContract, HalvesInSinglePrecisionAndScalesInDouble) {
   [ZLTUtils roundedImage:image_ width:0.1F height:33.3F];
   EXPECT_THAT(calls,
               IsSupersetOf({"begin image 0.10000000149011612 33.299999237060547 0 0",
-                            "arc 0.05000000074505806 16.649999618530273 0.05000000074505806 0 "
-                            "6.2831853071795862 0",
-                            "scale 0.33333333830038708 47.571427481515073",
-                            "draw 0 0 0.29999999999999999 0.69999999999999996"}));
+                            "arc 0.05000000074505806 16.649999618530273 0.05000000074505806 0 " +
+                                two_pi + " 0",
+                            number("scale 0.33333333830038708 47.571427481515073",
+                                   "scale 0.33333331346511841 47.571426391601562"),
+                            number("draw 0 0 0.29999999999999999 0.69999999999999996",
+                                   "draw 0 0 0.30000001192092896 0.69999998807907104")}));
 }
 
 TEST_F(RoundedImageContract, HalfOfTheLeastSideIsNothingInSinglePrecision) {
   constexpr float kLeast = std::numeric_limits<float>::denorm_min();
   [ZLTUtils roundedImage:image_ width:kLeast height:1];
   [ZLTUtils roundedImage:image_ width:1 height:kLeast];
-  EXPECT_THAT(calls, IsSupersetOf({"arc 0 0.5 0 0 6.2831853071795862 0",
-                                   "arc 0.5 0 0.5 0 6.2831853071795862 0"}));
+  EXPECT_THAT(calls,
+              IsSupersetOf({"arc 0 0.5 0 0 " + two_pi + " 0", "arc 0.5 0 0.5 0 " + two_pi + " 0"}));
 }
 
 TEST_F(RoundedImageContract, RadiusIsHalfOfTheWidthOnly) {
   [ZLTUtils roundedImage:image_ width:60 height:40];
   [ZLTUtils roundedImage:image_ width:40 height:60];
-  EXPECT_THAT(calls, IsSupersetOf({"arc 30 20 30 0 6.2831853071795862 0",
-                                   "arc 20 30 20 0 6.2831853071795862 0"}));
+  EXPECT_THAT(calls,
+              IsSupersetOf({"arc 30 20 30 0 " + two_pi + " 0", "arc 20 30 20 0 " + two_pi + " 0"}));
 }
 
 TEST_F(RoundedImageContract, HandsSizesOfNoUseToThePlatform) {
   [ZLTUtils roundedImage:image_ width:0 height:-5];
-  EXPECT_THAT(calls, IsSupersetOf({"begin image 0 -5 0 0", "arc 0 -2.5 0 0 6.2831853071795862 0",
-                                   "scale 0 -0.050000000000000003", "draw 0 0 200 100"}));
+  EXPECT_THAT(calls,
+              IsSupersetOf({"begin image 0 -5 0 0", "arc 0 -2.5 0 0 " + two_pi + " 0",
+                            "scale 0 " + number("-0.050000000000000003", "-0.05000000074505806"),
+                            "draw 0 0 200 100"}));
 }
 
 TEST_F(RoundedImageContract, AnImageWithoutSizeScalesToInfinity) {
