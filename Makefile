@@ -28,9 +28,11 @@ test-device: deps
 verify: deps
 	@scripts/verify
 
-# What continuous integration runs, and the device's code for arm64 in an emulator.
+# What continuous integration runs, and the device's code for ARM in an emulator.
 test-all: test verify
 	@scripts/test-device arm64
+	@scripts/test-device armv7
+	@scripts/test-device armv7s
 
 bench:
 	@scripts/install-deps bench
