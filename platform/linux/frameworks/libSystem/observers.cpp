@@ -1,19 +1,18 @@
 #include "frameworks/libSystem/observers.hpp"
 
+#include "machine/files/file.hpp"
 #include "machine/root/device_root.hpp"
 
 #include <arpa/inet.h>
 #include <cctype>
 #include <cerrno>
 #include <charconv>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 namespace veltro::host {
@@ -49,24 +48,6 @@ std::optional<std::uint32_t> token_in(const std::string &name) {
   return error == std::errc{} && at == end ? std::optional(token) : std::nullopt;
 }
 
-/// Writes without the signal that is raised where the reader has just ended: what the program does
-/// about that signal is none of the observers' business.
-void write_quietly(int pipe, std::uint32_t message) {
-  sigset_t broken_pipe;
-  sigset_t pending;
-  sigset_t before;
-  sigemptyset(&broken_pipe);
-  sigaddset(&broken_pipe, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &broken_pipe, &before);
-  sigpending(&pending);
-  const bool written = write(pipe, &message, sizeof message) >= 0;
-  if (!written && errno == EPIPE && sigismember(&pending, SIGPIPE) == 0) {
-    const timespec at_once{};
-    sigtimedwait(&broken_pipe, nullptr, &at_once);
-  }
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-}
-
 bool make_folder(const std::string &folder) {
   std::error_code error;
   fs::create_directories(folder, error);
@@ -91,14 +72,14 @@ void tell_observers(const std::string &folder) {
     const std::optional<std::uint32_t> token = token_in(entry->path().filename().string());
     if (!token)
       continue;
-    const int pipe = open(entry->path().c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    if (pipe < 0) {
-      if (errno == ENXIO)
-        unlink(entry->path().c_str());
-      continue;
-    }
-    write_quietly(pipe, htonl(*token));
-    close(pipe);
+    const File pipe(entry->path(), O_WRONLY | O_NONBLOCK);
+    if (!pipe && errno == ENXIO)
+      unlink(entry->path().c_str());
+    // With a reader here a write raises no signal where the observer has just ended.
+    const File reader(entry->path(), O_RDONLY | O_NONBLOCK);
+    const std::uint32_t message = htonl(*token);
+    if (pipe && reader)
+      write_all(pipe.number(), {reinterpret_cast<const char *>(&message), sizeof message});
   }
 }
 

@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <fcntl.h>
 #include <filesystem>
 #include <linux/input.h>
 #include <sys/ioctl.h>
@@ -33,12 +32,8 @@ std::uint16_t in_range(std::chrono::milliseconds time) {
 
 EvdevMotor::EvdevMotor(std::string folder) : folder_(std::move(folder)) {}
 
-EvdevMotor::~EvdevMotor() {
-  close_device();
-}
-
 bool EvdevMotor::vibrate(const Vibration &vibration) {
-  const bool had_device = device_ >= 0;
+  const bool had_device = static_cast<bool>(device_);
   if (!had_device && !find_device())
     return false;
   if (play(vibration))
@@ -51,8 +46,7 @@ bool EvdevMotor::vibrate(const Vibration &vibration) {
 }
 
 void EvdevMotor::close_device() {
-  if (device_ >= 0)
-    close(std::exchange(device_, -1));
+  device_ = File();
   effects_.clear();
 }
 
@@ -72,13 +66,11 @@ bool EvdevMotor::find_device() {
       names.push_back(entry->path().string());
   std::ranges::sort(names);
   for (const std::string &name : names) {
-    const int device = open(name.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
-    if (device >= 0 && can_rumble(device)) {
-      device_ = device;
+    File device(name, O_RDWR | O_NONBLOCK);
+    if (device && can_rumble(device.number())) {
+      device_ = std::move(device);
       return true;
     }
-    if (device >= 0)
-      close(device);
   }
   return false;
 }
@@ -91,19 +83,19 @@ bool EvdevMotor::start(const Pulse &pulse, double intensity) {
   effect.replay.delay = in_range(pulse.start);
   effect.u.rumble.strong_magnitude =
       static_cast<std::uint16_t>(std::clamp(intensity, 0.0, 1.0) * UINT16_MAX);
-  if (ioctl(device_, EVIOCSFF, &effect) < 0)
+  if (ioctl(device_.number(), EVIOCSFF, &effect) < 0)
     return false;
   effects_.push_back(effect.id);
   input_event play{};
   play.type = EV_FF;
   play.code = static_cast<std::uint16_t>(effect.id);
   play.value = 1;
-  return write(device_, &play, sizeof play) == sizeof play;
+  return write(device_.number(), &play, sizeof play) == sizeof play;
 }
 
 void EvdevMotor::drop_effects() {
   for (const int effect : std::exchange(effects_, {}))
-    ioctl(device_, EVIOCRMFF, effect);
+    ioctl(device_.number(), EVIOCRMFF, effect);
 }
 
 } // namespace veltro::host

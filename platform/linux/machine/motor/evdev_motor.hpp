@@ -1,6 +1,7 @@
 // A force-feedback device of the kernel's input layer as the motor.
 #pragma once
 
+#include "machine/files/file.hpp"
 #include "machine/motor/vibration.hpp"
 
 namespace veltro::host {
@@ -11,7 +12,6 @@ public:
   /// is first asked to vibrate; looks again each time until there is one, and when it was
   /// unplugged.
   explicit EvdevMotor(std::string folder);
-  ~EvdevMotor() override;
 
   bool vibrate(const Vibration &vibration) override;
 
@@ -23,7 +23,7 @@ private:
   void drop_effects();
 
   std::string folder_;
-  int device_ = -1;
+  File device_;
   std::vector<int> effects_;
 };
 

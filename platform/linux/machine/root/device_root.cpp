@@ -1,6 +1,7 @@
 #include "machine/root/device_root.hpp"
 
-#include <cstdlib>
+#include "machine/device/environment.hpp"
+
 #include <filesystem>
 #include <pwd.h>
 #include <unistd.h>
@@ -8,14 +9,9 @@
 namespace veltro::host {
 namespace {
 
-std::string environment(const char *name) {
-  const char *value = std::getenv(name);
-  return value != nullptr ? value : "";
-}
-
 std::string home() {
-  if (std::string set = environment("HOME"); !set.empty())
-    return set;
+  if (const std::string_view set = variable("HOME"); !set.empty())
+    return std::string(set);
   const passwd *user = getpwuid(getuid());
   return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
 }
@@ -34,10 +30,10 @@ std::string absolute(const std::string &path) {
 } // namespace
 
 std::string device_root() {
-  if (const std::string root = environment("VELTRO_ROOT"); !root.empty())
-    return without_trailing_slashes(absolute(root));
-  if (const std::string data = environment("XDG_DATA_HOME"); !data.empty())
-    return without_trailing_slashes(data) + "/veltro";
+  if (const std::string_view root = variable("VELTRO_ROOT"); !root.empty())
+    return without_trailing_slashes(absolute(std::string(root)));
+  if (const std::string_view data = variable("XDG_DATA_HOME"); !data.empty())
+    return without_trailing_slashes(std::string(data)) + "/veltro";
   return without_trailing_slashes(home()) + "/.local/share/veltro";
 }
 
