@@ -55,8 +55,7 @@ struct Moment {
 Moment moment_of_date(NSDate *date) {
   const double time = [date timeIntervalSinceReferenceDate];
   const double whole = std::floor(time);
-  constexpr double farthest = static_cast<double>(kFarthest);
-  if (!(std::abs(whole) < farthest))
+  if (!(std::abs(whole) < static_cast<double>(kFarthest)))
     return {whole > 0 ? kFarthest : -kFarthest, 0, true};
   return {static_cast<UnixTime>(whole) + kReferenceDate, time - whole, false};
 }
@@ -169,18 +168,18 @@ std::optional<LocalTime> local_time_from(NSDateComponents *components) {
     in_reach = in_reach && component >= -most && component <= most;
     return std::clamp(component, -most, most);
   };
-  constexpr std::int64_t most_years = 10'000'000;
-  constexpr std::int64_t most_seconds = kFarthest / 8;
-  std::int64_t year = value([components year], 1, most_years);
+  constexpr std::int64_t kMostYears = 10'000'000;
+  constexpr std::int64_t kMostSeconds = kFarthest / 8;
+  std::int64_t year = value([components year], 1, kMostYears);
   if (is_set([components era]) && [components era] == 0)
     year = 1 - year;
   const std::int64_t day =
-      days_from_civil(year, value([components month], 1, most_years),
-                      value([components day], 1, most_seconds / kSecondsInDay));
+      days_from_civil(year, value([components month], 1, kMostYears),
+                      value([components day], 1, kMostSeconds / kSecondsInDay));
   const LocalTime local = day * kSecondsInDay +
-                          value([components hour], 0, most_seconds / 3600) * 3600 +
-                          value([components minute], 0, most_seconds / 60) * 60 +
-                          value([components second], 0, most_seconds);
+                          value([components hour], 0, kMostSeconds / 3600) * 3600 +
+                          value([components minute], 0, kMostSeconds / 60) * 60 +
+                          value([components second], 0, kMostSeconds);
   return in_reach ? std::optional(local) : std::nullopt;
 }
 
@@ -228,8 +227,8 @@ NSDate *date_by_adding_components(NSCalendar *self, SEL selector, NSDateComponen
                                   components, date, options);
   const std::int64_t days = is_set([components day]) ? [components day] : 0;
   const Moment moment = moment_of_date(date);
-  constexpr std::int64_t most_days = kFarthest / kSecondsInDay;
-  const double seconds = moment.far || days > most_days || days < -most_days
+  constexpr std::int64_t kMostDays = kFarthest / kSecondsInDay;
+  const double seconds = moment.far || days > kMostDays || days < -kMostDays
                              ? static_cast<double>(days) * static_cast<double>(kSecondsInDay)
                              : static_cast<double>(seconds_to_same_time(
                                    *rules_of([calendar timeZone], date), moment.seconds, days));
