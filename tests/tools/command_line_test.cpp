@@ -1,10 +1,14 @@
 // What all subcommands have in common: help, version, unknown words, -q, and numbers out of range.
 
+#include "support/scratch.hpp"
 #include "support/tool.hpp"
 
+#include <array>
 #include <cstdlib>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -100,6 +104,21 @@ TEST(CommandLine, FailsWhereItsHelpCannotBeWritten) {
     const std::string command = std::string(VELTRO_BUILD_DIR) + "/bin/veltro " + option;
     EXPECT_EQ(WEXITSTATUS(std::system((command + " > /dev/full 2> /dev/null").c_str())), 1);
   }
+}
+
+TEST(CommandLine, SaysNothingWhereTheReaderHasGone) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  close(ends[0]);
+  const std::string said = scratch() / "said";
+  for (const char *arguments : {"--help", "ps", "info", "date today now"}) {
+    // Not every shell takes descriptors of two digits.
+    const std::string command = std::string("bash -c '") + VELTRO_BUILD_DIR + "/bin/veltro " +
+                                arguments + " >&" + std::to_string(ends[1]) + " 2> " + said + "'";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1) << arguments;
+    EXPECT_EQ(std::filesystem::file_size(said), 0U) << arguments;
+  }
+  close(ends[1]);
 }
 
 TEST(CommandLine, HelpNamesTheVariablesThatEachCommandReads) {

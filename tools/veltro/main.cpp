@@ -8,7 +8,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 #include <ranges>
 #include <span>
 #include <string>
@@ -51,12 +50,6 @@ std::vector<char *> words_of(std::span<char *> arguments) {
   return words;
 }
 
-/// Prints the help or the version that was asked for.
-int grant(const CLI::App &app, const CLI::Success &wish) {
-  const int status = app.exit(wish);
-  return std::cout.flush() ? status : failure("cannot write to standard output");
-}
-
 } // namespace
 
 int main(int argc, char **argv) {
@@ -81,7 +74,7 @@ int main(int argc, char **argv) {
     app.parse(static_cast<int>(words.size()), words.data());
   } catch (const CLI::Success &wish) {
     const std::string problem = unknown();
-    return problem.empty() ? grant(app, wish) : usage_error(problem);
+    return problem.empty() ? flushed(app.exit(wish)) : usage_error(problem);
   } catch (const CLI::ParseError &error) {
     const std::string problem = unknown();
     return usage_error(problem.empty() ? error.what() : problem);

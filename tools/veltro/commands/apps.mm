@@ -55,7 +55,7 @@ void print_json(const std::vector<Field> &fields) {
 }
 
 int finished() {
-  return std::cout.flush() ? 0 : failure("cannot write to standard output");
+  return flushed(0);
 }
 
 /// Whether apps can be looked for; a root that does not exist yet simply holds none.

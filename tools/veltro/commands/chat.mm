@@ -108,8 +108,7 @@ int ask(char identifier, NSData *payload, const ChatOptions &options, Print prin
   }
   if (!understood)
     return failure("the reply is not an archive of what was asked for");
-  std::cout.flush();
-  return std::cout ? 0 : failure("cannot write the reply");
+  return flushed(0);
 }
 
 NSData *list_of(NSDictionary *arguments) {

@@ -36,10 +36,6 @@ int no_moment(const std::string &text) {
   return usage_error("no date: " + text);
 }
 
-int finish(int status) {
-  return std::cout.flush() ? status : failure("cannot write to standard output");
-}
-
 void print_result(const DateOptions &options, const std::string &moments, bool result) {
   if (options.as_json)
     std::cout << "{" << moments << R"(, "answer": )" << (result ? "true" : "false") << "}\n";
@@ -84,7 +80,7 @@ int ask(const DateOptions &options, const Question &question) {
     print_result(options, json_moment("date", date), result);
     return true;
   });
-  return finish(status != 0 || all ? status : 1);
+  return flushed(status != 0 || all ? status : 1);
 }
 
 int compare(const DateOptions &options, const Comparison &comparison) {
@@ -94,7 +90,7 @@ int compare(const DateOptions &options, const Comparison &comparison) {
     return no_moment(options.moments[first == nil ? 0 : 1]);
   const bool result = comparison(first, second);
   print_result(options, json_moment("first", first) + ", " + json_moment("second", second), result);
-  return finish(result ? 0 : 1);
+  return flushed(result ? 0 : 1);
 }
 
 int print_steps(const DateOptions &options, const Step &step) {
@@ -109,7 +105,7 @@ int print_steps(const DateOptions &options, const Step &step) {
       std::cout << local_text(result) << '\n';
     return true;
   });
-  return finish(status);
+  return flushed(status);
 }
 
 /// Reads a whole number in decimal. The greatest stands for no number of days in the calendar.

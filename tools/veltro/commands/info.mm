@@ -76,7 +76,7 @@ int print_info(bool as_json) {
     for (const auto &[name, text, json] : facts)
       std::cout << name << ": " << (text.empty() ? "-" : text) << '\n';
   }
-  return std::cout.flush() ? 0 : failure("cannot write to standard output");
+  return flushed(0);
 }
 
 } // namespace

@@ -215,7 +215,7 @@ int list(const Options &options) {
     print_json(records);
   else
     print_table(kColumns, records);
-  return std::cout.flush() ? 0 : failure("cannot write to standard output");
+  return flushed(0);
 }
 
 using Operation = int (*)(const Options &);

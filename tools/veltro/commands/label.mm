@@ -28,7 +28,7 @@ int print_label(NSString *label, const std::string &why_none) {
   if (label == nil)
     return failure(why_none);
   std::cout << [label UTF8String] << '\n';
-  return std::cout.flush() ? 0 : failure("cannot write to standard output");
+  return flushed(0);
 }
 
 int print_uikit_label(const Options &options) {

@@ -35,7 +35,7 @@ int launch(const Options &options) {
               << ", \"process\": " << [process intValue] << "}\n";
   else
     std::cout << [process intValue] << '\n';
-  return std::cout.flush() ? 0 : failure("cannot write to standard output");
+  return flushed(0);
 }
 
 } // namespace

@@ -93,7 +93,7 @@ int print(const std::optional<ServingMessenger> &messenger, bool as_json) {
     std::cout << "running: pid " << messenger->process << ", port " << messenger->port << '\n';
   else
     std::cout << "not running\n";
-  return std::cout.flush() ? 0 : failure("cannot write to standard output");
+  return flushed(0);
 }
 
 int status(bool as_json) {

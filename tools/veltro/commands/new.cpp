@@ -173,7 +173,7 @@ int make_component(const NewOptions &options) {
   if (error)
     return failure("cannot read " + example.string() + ": " + error.message());
   std::cout << folder.string() << '\n';
-  return std::cout.flush() ? 0 : failure("cannot write to standard output");
+  return flushed(0);
 }
 
 } // namespace

@@ -59,9 +59,7 @@ int print_processes(const Options &options) {
     }
     found = true;
   }
-  if (!std::cout.flush())
-    return failure("cannot write to standard output");
-  return found ? 0 : failure("no such process: " + options.name);
+  return found ? flushed(0) : failure("no such process: " + options.name);
 }
 
 } // namespace
