@@ -4,7 +4,7 @@
 
    The unwinder has to find what is kept here without the help of the image's frames, which restore nothing but the
    stack pointer (setjmp_frames_arm.cpp): into an image, all is kept that a caller may count on, at places known from the
-   stack pointer alone. Out of it, the frame pointer tells them. */
+   stack pointer only. Out of it, the frame pointer tells them. */
 
 #if defined(__arm__)
         .syntax unified
