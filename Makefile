@@ -28,8 +28,10 @@ test-device: deps
 verify: deps
 	@scripts/verify
 
-# What continuous integration runs, and the device's code for ARM in an emulator.
+# What continuous integration runs, the tutorial from a fresh Debian's first command on, and the device's code for ARM
+# in an emulator.
 test-all: test verify
+	@ctest --preset long
 	@scripts/test-device arm64
 	@scripts/test-device armv7
 	@scripts/test-device armv7s
