@@ -35,6 +35,31 @@ id counter(NSString *name) {
 
 long long returned_by_block;
 
+/// Whether the stack of who calls this is aligned as every function of this process counts on.
+__attribute__((noinline)) bool is_stack_aligned() {
+  alignas(8) char probe[8];
+  char *volatile address = probe;
+  return reinterpret_cast<uintptr_t>(address) % 8 == 0;
+}
+
+#ifdef __arm__
+/// What r9, which functions keep, holds after the call of a method, and 0x5eed before.
+uintptr_t r9_after(IMP method, id receiver, SEL name, id argument) {
+  register id r0 __asm__("r0") = receiver;
+  register SEL r1 __asm__("r1") = name;
+  register id r2 __asm__("r2") = argument;
+  uintptr_t left = 0;
+  const uintptr_t before = 0x5eed;
+  __asm__ volatile("mov r9, %[before]\n"
+                   "blx %[method]\n"
+                   "mov %[left], r9"
+                   : [left] "=&r"(left), "+r"(r0), "+r"(r1), "+r"(r2)
+                   : [method] "r"(method), [before] "r"(before)
+                   : "r3", "r9", "ip", "lr", "cc", "memory");
+  return left;
+}
+#endif
+
 } // namespace
 
 @interface NSObject (AddOnMethods)
@@ -65,9 +90,11 @@ long long returned_by_block;
 
 @implementation VTMixer
 + (double)mix:(int)a with:(double)b and:(short)c and:(long long)d and:(float)e and:(double)f {
+  EXPECT_TRUE(is_stack_aligned());
   return a + 3 * b + 9 * c + 27 * static_cast<double>(d) + 81 * static_cast<double>(e) + 243 * f;
 }
 + (void)visit:(long long (^)(int, long long, char, double))visitor {
+  EXPECT_TRUE(is_stack_aligned());
   returned_by_block = visitor(7, 1LL << 40, -5, 1e10);
 }
 @end
@@ -130,6 +157,14 @@ TEST_F(AddOn, TakesAndPassesValuesOf64BitsAmongOthers) {
   EXPECT_EQ([mixer showTo:[VTMixer class]], (1LL << 40) + 7);
   EXPECT_EQ(returned_by_block, 10000000005LL);
 }
+
+#ifdef __arm__
+TEST_F(AddOn, KeepsTheRegistersThatThisProcessCountsOn) {
+  const Class mixer = objc_getClass("AddOnMixer");
+  const SEL name = @selector(mixBy:);
+  EXPECT_EQ(r9_after([mixer methodForSelector:name], mixer, name, [VTMixer class]), 0x5eedu);
+}
+#endif
 
 TEST_F(AddOn, RaisesThroughItsOwnFrames) {
   auto *const cleanups = static_cast<int *>(VLImageFindSymbol(add_on(), "add_on_cleanups"));
