@@ -1,6 +1,8 @@
 // Dates of any time. In 32-bit processes GNUstep keeps them between the years 1 and 4001; on the
 // device they are not limited.
 
+#ifndef __LP64__
+
 #include "frameworks/Foundation/replace_method.hpp"
 
 #import <Foundation/Foundation.h>
@@ -31,12 +33,11 @@ NSDate *init_with_time_interval(NSDate *self, SEL selector, NSTimeInterval secon
 + (void)load {
   using namespace veltro::host;
   const Class concrete = NSClassFromString(@"NSGDate");
-  const Ivar seconds = class_getInstanceVariable(concrete, "_seconds_since_ref");
-  if (sizeof(void *) != 4 || seconds == nullptr)
-    return;
-  seconds_offset = ivar_getOffset(seconds);
+  seconds_offset = ivar_getOffset(class_getInstanceVariable(concrete, "_seconds_since_ref"));
   gnustep_method =
       replace_method(concrete, "initWithTimeIntervalSinceReferenceDate:", &init_with_time_interval);
 }
 
 @end
+
+#endif
