@@ -1,11 +1,14 @@
 #include "support/scratch.hpp"
 #include "support/tool.hpp"
 
+#include <array>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -44,6 +47,30 @@ TEST(Base64Tool, CarriesWholePiecesAndOneByteLessOrMore) {
       EXPECT_EQ(code.out.substr(0, 8), "YWFhYWFh");
       EXPECT_EQ(run_tool({"base64", "decode"}, code.out).out, bytes) << size;
     }
+}
+
+TEST(Base64Tool, WidensThePipesAtBothEnds) {
+  for (const std::string verb : {"encode", "decode"}) {
+    std::array<int, 2> in{};
+    std::array<int, 2> out{};
+    ASSERT_EQ(pipe(in.data()), 0);
+    ASSERT_EQ(pipe(out.data()), 0);
+    ASSERT_EQ(write(in[1], "Zm9v", 4), 4);
+    fcntl(in[1], F_SETFD, FD_CLOEXEC);
+    std::string command = kTool + verb;
+    command.append(" <&").append(std::to_string(in[0]));
+    command.append(" >&").append(std::to_string(out[1])).append(" &");
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    close(in[1]);
+    close(out[1]);
+    std::array<char, 16> text{};
+    while (read(out[0], text.data(), text.size()) > 0) {
+    }
+    EXPECT_EQ(fcntl(in[0], F_GETPIPE_SZ), 1 << 20) << verb;
+    EXPECT_EQ(fcntl(out[0], F_GETPIPE_SZ), 1 << 20) << verb;
+    close(in[0]);
+    close(out[0]);
+  }
 }
 
 TEST(Base64Tool, EndsSilentlyWhereItsReaderGoesAway) {

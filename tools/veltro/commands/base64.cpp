@@ -21,7 +21,7 @@ namespace {
 
 /// How much is read at a time: whole groups of three bytes, and little enough that whoever fills or
 /// empties a pipe works meanwhile.
-constexpr std::size_t kPiece = std::size_t{3} << 12;
+constexpr std::size_t kPiece = std::size_t{3} << 14;
 
 struct Base64Options {
   std::string file = "-";
@@ -44,6 +44,8 @@ bool write_out(std::span<const std::uint8_t> bytes) {
 
 int encode(const Base64Options &options) {
   const Descriptor input = open_for_reading(options.file);
+  widen_pipe(input.number());
+  widen_pipe(STDOUT_FILENO);
   std::vector<std::uint8_t> plain(kPiece);
   std::vector<std::uint8_t> text(base64::encoded_length(kPiece) + 1);
   bool any = false;
@@ -67,6 +69,8 @@ int encode(const Base64Options &options) {
 
 int decode(const Base64Options &options) {
   const Descriptor input = open_for_reading(options.file);
+  widen_pipe(input.number());
+  widen_pipe(STDOUT_FILENO);
   Base64Decoder decoder(options.lenient);
   std::vector<std::uint8_t> text(kPiece);
   std::string bytes;

@@ -17,6 +17,11 @@ Descriptor open_for_reading(const std::string &path) {
   return Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
 }
 
+void widen_pipe(int descriptor) {
+  constexpr int kPipeSize = 1 << 20;
+  fcntl(descriptor, F_SETPIPE_SZ, kPipeSize);
+}
+
 std::ptrdiff_t read_full(int descriptor, std::span<std::uint8_t> bytes) {
   std::size_t had = 0;
   while (had < bytes.size()) {

@@ -25,6 +25,10 @@ private:
 /// for the reason in errno.
 Descriptor open_for_reading(const std::string &path);
 
+/// Gives a pipe as much as the system grants anybody, so that the programs at its ends take turns
+/// less often; leaves all else as it is.
+void widen_pipe(int descriptor);
+
 /// Reads until `bytes` are full or the file ends; returns how many they are. Below 0 and errno
 /// where reading failed.
 std::ptrdiff_t read_full(int descriptor, std::span<std::uint8_t> bytes);
