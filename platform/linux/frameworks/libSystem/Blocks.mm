@@ -102,37 +102,16 @@ void drop_byref(Byref *byref) {
 
 } // namespace
 
-/// Follows what the device's blocks do: -retain leaves a block on the stack where it is.
 @interface VHBlock : NSObject
 @end
 
-@interface VHStackBlock : VHBlock
-@end
-
-@interface VHMallocBlock : VHBlock
-@end
-
-@interface VHGlobalBlock : VHBlock
-@end
-
-// The compiler lets every block begin with the address of one of these symbols: they are the
-// classes that it has made of the above.
-#define VH_NAME_CLASS(symbol, name)                                                                \
-  __asm__(".globl " #symbol "\n.type " #symbol ", %object\n.set " #symbol ", _OBJC_CLASS_" #name)
-VH_NAME_CLASS(_NSConcreteStackBlock, VHStackBlock);
-VH_NAME_CLASS(_NSConcreteMallocBlock, VHMallocBlock);
-VH_NAME_CLASS(_NSConcreteGlobalBlock, VHGlobalBlock);
-
-extern "C" {
-
-extern char _NSConcreteMallocBlock[];
-
-// Of garbage collection, by address only.
-void *_NSConcreteAutoBlock[32];
-void *_NSConcreteFinalizingBlock[32];
-void *_NSConcreteWeakBlockVariable[32];
-
-} // extern "C"
+// The compiler lets every block begin with the address of one of these symbols: all are the class
+// that it has made of the above.
+#define VH_NAME_CLASS(symbol)                                                                      \
+  __asm__(".globl " #symbol "\n.type " #symbol ", %object\n.set " #symbol ", _OBJC_CLASS_VHBlock")
+VH_NAME_CLASS(_NSConcreteStackBlock);
+VH_NAME_CLASS(_NSConcreteMallocBlock);
+VH_NAME_CLASS(_NSConcreteGlobalBlock);
 
 namespace veltro::host {
 
@@ -148,7 +127,6 @@ void *copy_block(const void *block) {
   if (copy == nullptr)
     return nullptr;
   std::memcpy(static_cast<void *>(copy), from, from->descriptor->size);
-  copy->isa = _NSConcreteMallocBlock;
   copy->flags = (from->flags & ~kReferenceCountMask) | kNeedsFree | 1;
   if ((copy->flags & kHasCopyDispose) != 0)
     copy->descriptor->copy(copy, from);
@@ -172,35 +150,20 @@ void release_block(const void *block) {
   return static_cast<id>(veltro::host::copy_block(self));
 }
 
+// As on the device, one on the stack stays where it is.
 - (id)retain {
-  return self;
-}
-
-- (oneway void)release {
-}
-
-- (NSUInteger)retainCount {
-  return 1;
-}
-
-@end
-
-@implementation VHStackBlock
-@end
-
-@implementation VHMallocBlock
-
-- (id)retain {
-  return static_cast<id>(veltro::host::copy_block(self));
+  auto *const block = static_cast<Block *>(static_cast<void *>(self));
+  return (block->flags & kNeedsFree) != 0 ? [self copyWithZone:nullptr] : self;
 }
 
 - (oneway void)release {
   veltro::host::release_block(self);
 }
 
-@end
+- (NSUInteger)retainCount {
+  return 1;
+}
 
-@implementation VHGlobalBlock
 @end
 
 extern "C" {
