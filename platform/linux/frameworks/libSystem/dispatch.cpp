@@ -8,8 +8,8 @@
 
 #include <atomic>
 #include <cstdio>
+#include <future>
 #include <memory>
-#include <semaphore>
 
 struct dispatch_queue_s {
   const char *label;
@@ -54,8 +54,7 @@ void dispatch_once(dispatch_once_t *predicate, dispatch_block_t block) {
     state.store(kDone);
     state.notify_all();
   } else {
-    while (state.load() == kRunning)
-      state.wait(kRunning);
+    state.wait(kRunning);
   }
 }
 
@@ -85,12 +84,11 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
   check_queue(queue);
   if (veltro::host::on_main_thread())
     client_bug("dispatch_sync called on queue already owned by current thread");
-  std::binary_semaphore finished(0);
-  main_queue().add([&finished, block] {
-    const veltro::host::AtEnd let_go([&finished] { finished.release(); });
-    block();
-  });
-  finished.acquire();
+  // Broken when the queue lets go of the work, also after an exception of the block.
+  auto pending = std::make_shared<std::promise<void>>();
+  const std::future<void> finished = pending->get_future();
+  main_queue().add([pending = std::move(pending), block] { block(); });
+  finished.wait();
 }
 
 } // extern "C"

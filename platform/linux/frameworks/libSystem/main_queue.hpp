@@ -2,11 +2,12 @@
 // kernel becomes readable when something is due; whoever watches it on the main thread drains.
 #pragma once
 
+#include "machine/files/file.hpp"
+
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <utility>
 
 namespace veltro::host {
 
@@ -14,52 +15,34 @@ namespace veltro::host {
 /// sleeps.
 std::uint64_t dispatch_clock();
 
-/// Calls a function when the scope ends, also when an exception of a block passes through it.
-class AtEnd {
-public:
-  explicit AtEnd(std::function<void()> action) : action_(std::move(action)) {}
-  ~AtEnd() { action_(); }
-  AtEnd(const AtEnd &) = delete;
-  AtEnd &operator=(const AtEnd &) = delete;
-
-private:
-  std::function<void()> action_;
-};
-
 class MainQueue {
 public:
   using Work = std::function<void()>;
 
   MainQueue();
-  ~MainQueue();
-  MainQueue(const MainQueue &) = delete;
-  MainQueue &operator=(const MainQueue &) = delete;
 
   /// Readable when drain() has something to do.
-  [[nodiscard]] int descriptor() const { return timer_; }
+  [[nodiscard]] int descriptor() const { return timer_.number(); }
 
-  /// Adds `work`, due now: behind all that was added before. Any thread.
-  void add(Work work);
-
-  /// Adds `work`, due at `when` on dispatch_clock(). Any thread.
+  /// Adds `work`, due at `when` on dispatch_clock(); what is due already takes its place behind all
+  /// that was added before. Any thread.
   void add(std::uint64_t when, Work work);
 
-  /// Hands all that was due when it was called to `run`, one at a time. Called from within `run` it
-  /// does nothing: the queue is serial, also through a nested run loop. Main thread only.
-  void drain(const std::function<void(const Work &)> &run);
+  /// Adds `work`, due now. Any thread.
+  void add(Work work) { add(0, std::move(work)); }
+
+  /// Runs all that was due when it was called. Called by work that it runs it does nothing: the
+  /// queue is serial, also through a nested run loop. Main thread only.
+  void drain();
 
 private:
-  using Due = std::pair<std::uint64_t, std::uint64_t>; // the time, then the order of adding
-
-  void insert(std::uint64_t when, Work work);
   Work next_due_at(std::uint64_t now);
-  void finish_draining();
+  void set_draining(bool draining);
   void arm();
 
-  const int timer_;
+  const File timer_;
   std::mutex mutex_;
-  std::map<Due, Work> work_;
-  std::uint64_t added_ = 0;
+  std::multimap<std::uint64_t, Work> work_; ///< by the time when it is due
   bool draining_ = false;
 };
 

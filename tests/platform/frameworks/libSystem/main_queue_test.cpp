@@ -16,16 +16,12 @@ bool readable(const MainQueue &queue, int milliseconds) {
   return poll(&descriptor, 1, milliseconds) == 1;
 }
 
-void run_work(const MainQueue::Work &work) {
-  work();
-}
-
 TEST(MainQueue, IsReadableWhileSomethingIsDue) {
   MainQueue queue;
   EXPECT_FALSE(readable(queue, 0));
   queue.add([] {});
   EXPECT_TRUE(readable(queue, 10'000));
-  queue.drain(run_work);
+  queue.drain();
   EXPECT_FALSE(readable(queue, 0));
 }
 
@@ -37,7 +33,7 @@ TEST(MainQueue, WakesAtTheTimeOfTheEarliest) {
   queue.add(start + 20'000'000, [] {});
   EXPECT_TRUE(readable(queue, 10'000));
   EXPECT_GE(dispatch_clock(), start + 20'000'000);
-  queue.drain(run_work);
+  queue.drain();
   EXPECT_FALSE(readable(queue, 0));
 }
 
@@ -52,7 +48,7 @@ TEST(MainQueue, RunsInTheOrderOfDueTimeAndThenOfAdding) {
   queue.add([&] { order.push_back(2); });
   while (dispatch_clock() <= soon + 1)
     std::this_thread::yield();
-  queue.drain(run_work);
+  queue.drain();
   EXPECT_EQ(order, (std::vector{0, 1, 2, 3, 4}));
 }
 
@@ -65,10 +61,10 @@ TEST(MainQueue, LeavesWhatIsAddedMeanwhileForTheNextTime) {
   };
   queue.add(again);
   EXPECT_TRUE(readable(queue, 10'000));
-  queue.drain(run_work);
+  queue.drain();
   EXPECT_EQ(runs, 1);
   EXPECT_TRUE(readable(queue, 10'000));
-  queue.drain(run_work);
+  queue.drain();
   EXPECT_EQ(runs, 11);
 }
 
@@ -76,12 +72,12 @@ TEST(MainQueue, IsSerialThroughANestedDrain) {
   MainQueue queue;
   std::vector<int> order;
   queue.add([&] {
-    queue.drain(run_work);
+    queue.drain();
     order.push_back(1);
   });
   queue.add([&] { order.push_back(2); });
   EXPECT_TRUE(readable(queue, 10'000));
-  queue.drain(run_work);
+  queue.drain();
   EXPECT_EQ(order, (std::vector{1, 2}));
 }
 
@@ -90,9 +86,9 @@ TEST(MainQueue, GoesOnAfterAnException) {
   int runs = 0;
   queue.add([] { throw 1; });
   queue.add([&] { runs += 1; });
-  EXPECT_THROW(queue.drain(run_work), int);
+  EXPECT_THROW(queue.drain(), int);
   EXPECT_TRUE(readable(queue, 10'000));
-  queue.drain(run_work);
+  queue.drain();
   EXPECT_EQ(runs, 1);
 }
 
@@ -100,19 +96,19 @@ TEST(MainQueue, TakesWorkFromManyThreadsAtOnce) {
   MainQueue queue;
   constexpr int kEach = 500;
   std::vector<std::vector<int>> seen(4);
+  std::size_t total = 0;
   std::vector<std::thread> threads;
   for (std::size_t thread = 0; thread < seen.size(); ++thread)
-    threads.emplace_back([&queue, &seen, thread] {
+    threads.emplace_back([&queue, &seen, &total, thread] {
       for (int i = 0; i < kEach; ++i)
-        queue.add([&seen, thread, i] { seen[thread].push_back(i); });
+        queue.add([&seen, &total, thread, i] {
+          seen[thread].push_back(i);
+          total += 1;
+        });
     });
-  std::size_t total = 0;
   while (total < seen.size() * kEach) {
     ASSERT_TRUE(readable(queue, 10'000));
-    queue.drain([&total](const MainQueue::Work &work) {
-      work();
-      total += 1;
-    });
+    queue.drain();
   }
   for (std::thread &thread : threads)
     thread.join();
