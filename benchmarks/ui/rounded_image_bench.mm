@@ -68,6 +68,7 @@ void rounded_cairo(benchmark::State &state) {
     cairo_surface_t *const target = cairo_image_surface_create(
         CAIRO_FORMAT_ARGB32, static_cast<int>(side) * kScale, static_cast<int>(side) * kScale);
     cairo_t *const cairo = cairo_create(target);
+    cairo_set_tolerance(cairo, 0.02); // as smooth a circle
     cairo_scale(cairo, kScale, kScale);
     cairo_arc(cairo, side / 2, side / 2, side / 2, 0, 2 * M_PI);
     cairo_close_path(cairo);

@@ -84,7 +84,8 @@ void TcpConnection::open() {
     return;
   if (port_ <= std::numeric_limits<in_port_t>::max())
     socket_ = connect_to(host_.c_str(), static_cast<in_port_t>(port_));
-  send_at_once(socket_);
+  if (socket_ >= 0)
+    send_at_once(socket_);
 }
 
 ssize_t TcpConnection::read(void *buffer, std::size_t length) {
