@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <map>
 #include <mutex>
-#include <type_traits>
+#include <set>
 #include <utility>
 
 namespace veltro::host {
@@ -32,40 +32,80 @@ std::vector<std::string> names_in(const std::string &folder) {
   return names;
 }
 
-bool all_unchanged(const std::vector<WatchedPath> &watches) {
+bool is_file_name(const std::string &name) {
+  return name.find('/') == std::string::npos && name != "." && name != "..";
+}
+
+std::string first_of(std::initializer_list<std::string> candidates) {
+  const auto *found =
+      std::ranges::find_if(candidates, [](const auto &text) { return !text.empty(); });
+  return found != candidates.end() ? *found : "";
+}
+
+constexpr std::initializer_list<const char *> kInfoKeys = {
+    "CFBundleIdentifier", "CFBundleDisplayName",        "CFBundleName",
+    "CFBundleExecutable", "CFBundleShortVersionString", "CFBundleVersion"};
+
+InstalledApp app_of(const std::string &bundle_path, const PlistStrings &info,
+                    std::string &problem) {
+  InstalledApp app;
+  if (!info.problem.empty())
+    problem = "Info.plist: " + info.problem;
+  else if (info.value("CFBundleIdentifier").empty())
+    problem = "Info.plist: no CFBundleIdentifier";
+  else if (!is_file_name(info.value("CFBundleExecutable")))
+    problem = "Info.plist: CFBundleExecutable is no file name";
+  if (!problem.empty())
+    return app;
+  app.identifier = info.value("CFBundleIdentifier");
+  app.name = first_of({info.value("CFBundleDisplayName"), info.value("CFBundleName"),
+                       fs::path(bundle_path).stem().string()});
+  app.version = first_of({info.value("CFBundleShortVersionString"), info.value("CFBundleVersion")});
+  app.executable = info.value("CFBundleExecutable");
+  app.bundle_path = bundle_path;
+  return app;
+}
+
+using Watches = std::vector<WatchedPath>;
+
+bool all_unchanged(const Watches &watches) {
   return std::ranges::all_of(watches, &WatchedPath::unchanged);
 }
 
-struct Bundle {
-  WatchedPath info;
-  InstalledApp app;
-  std::string problem;
-};
+bool all_same(const Watches &watches) {
+  return std::ranges::all_of(watches, &WatchedPath::same);
+}
 
-struct Container {
-  WatchedPath folder;
-  bool has_app;
-};
-
-struct DataContainer {
-  WatchedPath metadata;
-  std::string identifier;
+/// A property list as it was read.
+struct List {
+  WatchedPath file;
+  PlistStrings strings;
 };
 
 /// An app and what its record was read from.
 struct Entry {
   AppRecord app;
-  std::vector<WatchedPath> sources;
+  Watches sources;
 };
 
 class Index {
+  /// Runs `question` under the lock, and logs what it complained about after that.
+  template <typename Question> auto ask(Question question) {
+    std::unique_lock lock(mutex_);
+    auto result = question();
+    const std::vector<std::string> complaints = std::exchange(complaints_, {});
+    lock.unlock();
+    std::ranges::for_each(complaints, log_line);
+    return result;
+  }
+
 public:
   AppRecord find(std::string_view identifier) {
     return ask([&] {
       if (!same_folders())
         read();
       auto found = entries_.find(identifier);
-      if (found != entries_.end() ? !all_unchanged(found->second.sources) : !same_identifiers()) {
+      if (!all_unchanged(found != entries_.end() ? found->second.sources : identities_)) {
         read();
         found = entries_.find(identifier);
       }
@@ -75,7 +115,7 @@ public:
 
   std::vector<AppRecord> all() {
     return ask([&] {
-      if (!same_folders() || !same_files())
+      if (!same_folders() || !all_unchanged(identities_) || !all_unchanged(others_))
         read();
       std::vector<AppRecord> apps;
       apps.reserve(entries_.size());
@@ -86,174 +126,117 @@ public:
   }
 
 private:
-  /// Runs `question` under the lock, and logs what it complained about after that.
-  template <typename Question> std::invoke_result_t<Question> ask(Question question) {
-    std::vector<std::string> complaints;
-    auto result = [&] {
-      const std::lock_guard lock(mutex_);
-      auto found = question();
-      complaints.swap(complaints_);
-      return found;
-    }();
-    std::ranges::for_each(complaints, log_line);
-    return result;
-  }
-
-  bool same_folders() const {
-    return root_ == device_root() && !folders_.empty() && all_unchanged(folders_);
-  }
-
-  /// Whether no identifier can have come: one stat for every bundle, or container without one.
-  bool same_identifiers() const {
-    return std::ranges::all_of(bundles_,
-                               [](const auto &at) { return at.second.info.unchanged(); }) &&
-           std::ranges::all_of(containers_, [](const Container &container) {
-             return container.has_app || container.folder.unchanged();
-           });
-  }
-
-  bool same_files() const {
-    return same_identifiers() &&
-           std::ranges::all_of(
-               containers_,
-               [](const Container &container) { return container.folder.unchanged(); }) &&
-           std::ranges::all_of(data_,
-                               [](const auto &at) { return at.second.metadata.unchanged(); });
-  }
+  bool same_folders() const { return root_ == device_root() && all_unchanged(folders_); }
 
   /// An app that is replaced meanwhile has its old folder emptied under the reader, which then
   /// looks again. Bounded: what changes all the time is returned as it was seen last.
   void read() {
+    const std::set<std::string> known = problems_;
     for (int attempt = 0; attempt < 10; ++attempt) {
       read_once();
-      if (as_it_was_read())
-        return;
+      if (all_same(folders_) && all_same(identities_) && all_same(others_))
+        break;
     }
-  }
-
-  bool as_it_was_read() const {
-    return std::ranges::all_of(folders_, &WatchedPath::same) &&
-           std::ranges::all_of(
-               containers_, [](const Container &container) { return container.folder.same(); }) &&
-           std::ranges::all_of(bundles_, [](const auto &at) { return at.second.info.same(); });
+    std::ranges::set_difference(problems_, known, std::back_inserter(complaints_));
   }
 
   void read_once() {
     root_ = device_root();
     // Looked at before they are read, so that a change in between shows.
-    folders_.clear();
-    for (std::string folder :
-         {system_apps_folder(), bundle_containers_folder(), data_containers_folder()})
-      folders_.emplace_back(std::move(folder));
-    containers_.clear();
-    old_bundles_ = std::exchange(bundles_, {});
+    folders_ = {WatchedPath(system_apps_folder()), WatchedPath(bundle_containers_folder()),
+                WatchedPath(data_containers_folder())};
+    identities_.clear();
+    others_.clear();
+    owned_.clear();
+    unowned_.clear();
     entries_.clear();
+    problems_.clear();
+    old_lists_ = std::exchange(lists_, {});
     read_data_containers();
-    read_bundles(system_apps_folder(), "", AppType::system);
+    read_bundles(system_apps_folder(), nullptr);
     for (const std::string &name : names_in(bundle_containers_folder())) {
-      const std::string container = bundle_containers_folder() + '/' + name;
-      containers_.push_back({WatchedPath(container), false});
-      read_bundles(container, container, AppType::user);
+      const WatchedPath container(bundle_containers_folder() + '/' + name);
+      const bool has_app = read_bundles(container.path(), &container);
+      (has_app ? others_ : identities_).push_back(container);
     }
-    old_bundles_.clear();
+  }
+
+  const List &read_list(const std::string &path, std::initializer_list<const char *> keys) {
+    if (auto old = old_lists_.extract(path); !old.empty() && old.mapped().file.unchanged())
+      return lists_.insert(std::move(old)).position->second;
+    return lists_.emplace(path, List{WatchedPath(path), plist_strings(path, keys)}).first->second;
   }
 
   void read_data_containers() {
-    std::map<std::string, DataContainer> old = std::exchange(data_, {});
     for (const std::string &name : names_in(data_containers_folder())) {
       const std::string container = data_containers_folder() + '/' + name;
-      const auto known = old.find(container);
-      if (known != old.end() && known->second.metadata.unchanged())
-        data_.insert(old.extract(known));
+      const List &metadata =
+          read_list(container + '/' + kContainerMetadataFile, {kContainerIdentifierKey});
+      if (!metadata.strings.problem.empty())
+        log_corrupt_file(metadata.file.path());
+      others_.push_back(metadata.file);
+      if (const std::string owner = metadata.strings.value(kContainerIdentifierKey); owner.empty())
+        unowned_.push_back(metadata.file);
       else
-        data_.emplace(container, read_data_container(container));
+        owned_.emplace(owner, metadata.file);
     }
-    owners_.clear();
-    for (const auto &[path, container] : data_)
-      owners_.emplace(container.identifier, path);
   }
 
-  static DataContainer read_data_container(const std::string &container) {
-    WatchedPath metadata(container + '/' + kContainerMetadataFile);
-    const PlistStrings list = plist_strings(metadata.path(), {kContainerIdentifierKey});
-    if (!list.problem.empty())
-      log_corrupt_file(metadata.path());
-    return {std::move(metadata), list.value(kContainerIdentifierKey)};
-  }
-
-  void read_bundles(const std::string &folder, const std::string &container, AppType type) {
+  /// Whether `folder`, which is a `container` or that of the system's apps, holds an app.
+  bool read_bundles(const std::string &folder, const WatchedPath *container) {
+    bool has_app = false;
     for (const std::string &name : names_in(folder)) {
       if (!name.ends_with(".app"))
         continue;
       const std::string path = std::string(folder).append(1, '/').append(name);
-      Bundle bundle = read_bundle(path);
-      std::string problem = bundle.problem;
-      if (problem.empty())
-        problem = enter(bundle, container, type);
-      complain(path, problem);
-      bundle.problem = std::move(problem);
-      bundles_.emplace(path, std::move(bundle));
+      const List &info = read_list(path + "/Info.plist", kInfoKeys);
+      identities_.push_back(info.file);
+      std::string problem;
+      InstalledApp app = app_of(path, info.strings, problem);
+      if (const auto other = entries_.find(app.identifier); other != entries_.end())
+        problem = "has the identifier of " + other->second.app->bundle_path;
+      else if (problem.empty() && container != nullptr && has_app)
+        problem = "its container holds another app";
+      if (problem.empty()) {
+        enter(std::move(app), info.file, container);
+        has_app = true;
+      } else {
+        problems_.insert(
+            std::string("App bundle left out: ").append(path).append(": ").append(problem));
+      }
     }
+    return has_app;
   }
 
-  Bundle read_bundle(const std::string &path) const {
-    const auto old = old_bundles_.find(path);
-    if (old != old_bundles_.end() && old->second.info.unchanged()) {
-      Bundle same = old->second;
-      if (!same.app.identifier.empty())
-        same.problem.clear();
-      return same;
+  void enter(InstalledApp app, const WatchedPath &info, const WatchedPath *container) {
+    Watches sources{info};
+    if (container != nullptr) {
+      app.type = AppType::user;
+      app.container_path = container->path();
+      sources.push_back(*container);
     }
-    Bundle bundle{WatchedPath(path + "/Info.plist"), {}, {}};
-    bundle.app = read_app_bundle(path, bundle.problem);
-    return bundle;
-  }
-
-  /// Enters the app into the index; returns why not.
-  std::string enter(const Bundle &bundle, const std::string &container, AppType type) {
-    if (const auto other = entries_.find(bundle.app.identifier); other != entries_.end())
-      return "has the identifier of " + other->second.app->bundle_path;
-    if (!container.empty() && std::exchange(containers_.back().has_app, true))
-      return "its container holds another app";
-    auto app = std::make_shared<InstalledApp>(bundle.app);
-    app->type = type;
-    app->container_path = container;
-    Entry entry{nullptr, {bundle.info}};
-    if (!container.empty())
-      entry.sources.push_back(containers_.back().folder);
-    add_data_container(*app, entry.sources);
-    entry.app = std::move(app);
-    entries_.emplace(bundle.app.identifier, std::move(entry));
-    return {};
-  }
-
-  // A container without a name may get this app's at any time.
-  void add_data_container(InstalledApp &app, std::vector<WatchedPath> &sources) const {
-    if (const auto owned = owners_.find(app.identifier); owned != owners_.end()) {
-      app.data_path = owned->second;
-      sources.push_back(data_.at(owned->second).metadata);
-      return;
+    if (const auto data = owned_.find(app.identifier); data != owned_.end()) {
+      app.data_path = fs::path(data->second.path()).parent_path();
+      sources.push_back(data->second);
+    } else {
+      // A container without a name may get this app's at any time.
+      sources.insert(sources.end(), unowned_.begin(), unowned_.end());
     }
-    for (const auto &[path, container] : data_)
-      if (container.identifier.empty())
-        sources.push_back(container.metadata);
-  }
-
-  void complain(const std::string &path, const std::string &problem) {
-    const auto old = old_bundles_.find(path);
-    if (!problem.empty() && (old == old_bundles_.end() || old->second.problem != problem))
-      complaints_.push_back("App bundle left out: " + path + ": " + problem);
+    const auto record = std::make_shared<const InstalledApp>(std::move(app));
+    entries_.emplace(record->identifier, Entry{record, std::move(sources)});
   }
 
   std::mutex mutex_;
   std::string root_;
-  std::vector<WatchedPath> folders_;
-  std::vector<Container> containers_;
-  std::map<std::string, Bundle> bundles_;
-  std::map<std::string, Bundle> old_bundles_;
-  std::map<std::string, DataContainer> data_;
-  std::map<std::string, std::string> owners_; ///< data containers by identifier
+  Watches folders_;
+  Watches identities_; ///< where an identifier can come: Info.plists, and containers without an app
+  Watches others_;     ///< the other containers, and what names the data containers
+  std::map<std::string, List> lists_;
+  std::map<std::string, List> old_lists_;
+  std::map<std::string, WatchedPath> owned_; ///< what names the data container of an app
+  Watches unowned_;                          ///< what may name one later
   std::map<std::string, Entry, std::less<>> entries_;
+  std::set<std::string> problems_;
   std::vector<std::string> complaints_;
 };
 
@@ -261,16 +244,6 @@ private:
 Index &index() {
   static Index &only = *new Index;
   return only;
-}
-
-bool is_file_name(const std::string &name) {
-  return name.find('/') == std::string::npos && name != "." && name != "..";
-}
-
-std::string first_of(std::initializer_list<std::string> candidates) {
-  const auto *found =
-      std::ranges::find_if(candidates, [](const auto &text) { return !text.empty(); });
-  return found != candidates.end() ? *found : "";
 }
 
 } // namespace
@@ -300,26 +273,7 @@ std::string data_containers_folder() {
 }
 
 InstalledApp read_app_bundle(const std::string &bundle_path, std::string &problem) {
-  const PlistStrings info =
-      plist_strings(bundle_path + "/Info.plist",
-                    {"CFBundleIdentifier", "CFBundleDisplayName", "CFBundleName",
-                     "CFBundleExecutable", "CFBundleShortVersionString", "CFBundleVersion"});
-  InstalledApp app;
-  if (!info.problem.empty())
-    problem = "Info.plist: " + info.problem;
-  else if (info.value("CFBundleIdentifier").empty())
-    problem = "Info.plist: no CFBundleIdentifier";
-  else if (!is_file_name(info.value("CFBundleExecutable")))
-    problem = "Info.plist: CFBundleExecutable is no file name";
-  if (!problem.empty())
-    return app;
-  app.identifier = info.value("CFBundleIdentifier");
-  app.name = first_of({info.value("CFBundleDisplayName"), info.value("CFBundleName"),
-                       fs::path(bundle_path).stem().string()});
-  app.version = first_of({info.value("CFBundleShortVersionString"), info.value("CFBundleVersion")});
-  app.executable = info.value("CFBundleExecutable");
-  app.bundle_path = bundle_path;
-  return app;
+  return app_of(bundle_path, plist_strings(bundle_path + "/Info.plist", kInfoKeys), problem);
 }
 
 std::string find_data_container(const std::string &identifier) {
