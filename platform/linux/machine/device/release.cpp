@@ -10,8 +10,10 @@
 namespace veltro::host {
 namespace {
 
+using Version = std::array<unsigned, 3>;
+
 struct Release {
-  std::array<int, 3> version;
+  Version version;
   double foundation;
 };
 
@@ -25,20 +27,16 @@ constexpr std::array kReleases{
 };
 
 /// "9", "9.3" or "9.3.5"; nothing for another text.
-std::optional<std::array<int, 3>> parse(std::string_view text) {
-  std::array<int, 3> version{};
+std::optional<Version> parse(std::string_view text) {
+  Version version{};
   const char *at = text.data();
   const char *const end = at + text.size();
-  for (int &number : version) {
-    if (at == end || *at < '0' || *at > '9')
-      return std::nullopt;
+  for (unsigned &number : version) {
     const auto [next, error] = std::from_chars(at, end, number);
-    if (error != std::errc{})
+    if (error != std::errc{} || (next != end && *next != '.'))
       return std::nullopt;
     if (next == end)
       return version;
-    if (*next != '.')
-      return std::nullopt;
     at = next + 1;
   }
   return std::nullopt;
@@ -57,7 +55,7 @@ std::string system_version() {
 }
 
 double foundation_version_number(std::string_view release) {
-  const std::array<int, 3> wanted = parse(release).value_or(std::array<int, 3>{});
+  const Version wanted = parse(release).value_or(Version{});
   const auto newer =
       std::ranges::find_if(kReleases, [&](const Release &known) { return known.version > wanted; });
   return newer == kReleases.begin() ? newer->foundation : std::prev(newer)->foundation;

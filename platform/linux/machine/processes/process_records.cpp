@@ -3,6 +3,7 @@
 
 #include "machine/processes/process_records.hpp"
 
+#include "machine/files/file.hpp"
 #include "machine/processes/proc_folder.hpp"
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <glib.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -36,47 +38,20 @@ std::size_t restore_last_byte(int proc, pid_t process, std::span<char> name) {
   return kKernelNameLength + 1;
 }
 
-/// How many bytes the well-formed UTF-8 character at the front of `text` has; 0 where there is
-/// none.
-std::size_t character_length(std::string_view text) {
-  const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-  const unsigned char lead = byte(0);
-  if (lead < 0x80)
-    return 1;
-  const std::size_t length = lead < 0xc2   ? 0
-                             : lead < 0xe0 ? 2
-                             : lead < 0xf0 ? 3
-                             : lead < 0xf5 ? 4
-                                           : 0;
-  if (length == 0 || text.size() < length)
-    return 0;
-  for (std::size_t index = 1; index < length; ++index)
-    if ((byte(index) & 0xc0) != 0x80)
-      return 0;
-  const unsigned char second = byte(1);
-  const bool overlong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
-  const bool no_character = (lead == 0xed && second > 0x9f) || (lead == 0xf4 && second > 0x8f);
-  return overlong || no_character ? 0 : length;
-}
-
 /// Puts a question mark for every byte that is not of a character, as after a cut inside one. Text
 /// made of the name would end there, and one name pass for another.
 void replace_stray_bytes(std::span<char> name) {
-  for (std::size_t index = 0; index < name.size();) {
-    const std::size_t length = character_length({name.data() + index, name.size() - index});
-    if (length == 0)
-      name[index] = '?';
-    index += std::max<std::size_t>(length, 1);
+  const char *stray = nullptr;
+  while (g_utf8_validate(name.data(), std::ssize(name), &stray) == FALSE) {
+    name = name.subspan(static_cast<std::size_t>(stray - name.data()));
+    name.front() = '?';
   }
 }
 
 /// The front of the process's file stat, in `text`: as much as holds the name and the state.
 std::string_view read_status(int proc, pid_t process, std::span<char> text) {
-  const int file = openat(proc, ProcPath(process, "stat").text(), O_RDONLY | O_CLOEXEC);
-  if (file < 0)
-    return {};
-  const ssize_t length = read(file, text.data(), text.size());
-  close(file);
+  const File file = File::of(openat(proc, ProcPath(process, "stat").text(), O_RDONLY | O_CLOEXEC));
+  const ssize_t length = read(file.number(), text.data(), text.size());
   return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
 
@@ -122,7 +97,6 @@ bool fill(kinfo_proc &record, int proc, pid_t process) {
   if (count == kKernelNameLength && !is_of_the_kernel(fields))
     count = restore_last_byte(proc, process, name);
   count = std::min<std::size_t>(count, MAXCOMLEN);
-
   replace_stray_bytes(name.first(count));
 
   std::memset(&record, 0, sizeof record);
@@ -157,12 +131,7 @@ ProcessRecords read_process_records(std::span<kinfo_proc> records) {
   }
 
   // The kernel lists the oldest process first, the device the newest.
-  const std::span<kinfo_proc> filled = records.first(count);
-  for (std::size_t low = 0, high = count; low + 1 < high; ++low) {
-    --high;
-    std::swap(filled[low].kp_proc.p_pid, filled[high].kp_proc.p_pid);
-    std::swap(filled[low].kp_proc.p_comm, filled[high].kp_proc.p_comm);
-  }
+  std::ranges::reverse(records.first(count));
   return {.count = count, .complete = complete, .error = 0};
 }
 
