@@ -1,7 +1,8 @@
 #include "machine/device/machine.hpp"
 
-#include "machine/files/first_line.hpp"
-
+#include <algorithm>
+#include <fstream>
+#include <string_view>
 #include <sys/utsname.h>
 
 namespace veltro::host {
@@ -14,6 +15,18 @@ std::string first_present(const char *dmi, const char *device_tree) {
 }
 
 } // namespace
+
+std::string first_line(const char *path) {
+  constexpr std::size_t kLongest = 255;
+  constexpr std::string_view kBlanks(" \t\r\0", 4);
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  line.resize(std::min(line.size(), kLongest));
+  line.erase(line.find_last_not_of(kBlanks) + 1);
+  line.erase(0, line.find_first_not_of(kBlanks));
+  return line;
+}
 
 std::string machine_model() {
   std::string model =

@@ -1,8 +1,6 @@
 #include <MobileGestalt.h>
 
 #include "machine/device/machine.hpp"
-#include "machine/files/first_line.hpp"
-
 #import <Foundation/Foundation.h>
 
 #include <gtest/gtest.h>

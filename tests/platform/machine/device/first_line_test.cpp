@@ -1,4 +1,4 @@
-#include "machine/files/first_line.hpp"
+#include "machine/device/machine.hpp"
 
 #include "support/scratch.hpp"
 
