@@ -21,17 +21,18 @@ void tell(NSString **problem, const std::string &text) {
 extern "C" {
 
 CGSize VHImageSize(NSData *data, NSString **problem) {
-  const veltro::host::ImageSize size = veltro::host::read_image_size(bytes_of(data));
-  tell(problem, size.problem);
-  return size.problem.empty()
-             ? CGSizeMake(static_cast<CGFloat>(size.width), static_cast<CGFloat>(size.height))
+  const veltro::host::ImageFile file =
+      veltro::host::read_image(bytes_of(data), {.size_only = true});
+  tell(problem, file.problem);
+  return file.problem.empty()
+             ? CGSizeMake(static_cast<CGFloat>(file.width), static_cast<CGFloat>(file.height))
              : CGSizeZero;
 }
 
 UIImage *VHReadImage(NSData *data, NSUInteger max_pixels, NSUInteger least_side,
                      NSString **problem) {
-  const veltro::host::ImageFile file =
-      veltro::host::read_image(bytes_of(data), {max_pixels, least_side});
+  const veltro::host::ImageFile file = veltro::host::read_image(
+      bytes_of(data), {.max_pixels = max_pixels, .least_side = least_side});
   tell(problem, file.problem);
   if (file.pixels == nullptr)
     return nil;

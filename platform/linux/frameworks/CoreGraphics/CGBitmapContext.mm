@@ -6,10 +6,6 @@
 
 #include <CoreGraphics/CGBitmapContext.h>
 
-#include <utility>
-
-using veltro::host::Bitmap;
-using veltro::host::Context;
 using veltro::host::context_of;
 
 namespace {
@@ -44,14 +40,11 @@ CGContextRef CGBitmapContextCreate(void *data, size_t width, size_t height,
   if (bits_per_component != 8 || CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB ||
       !is_drawable(bitmap_info, opaque, swapped))
     return nullptr;
-  std::shared_ptr<Bitmap> bitmap = data != nullptr
-                                       ? Bitmap::over(data, width, height, bytes_per_row, opaque)
-                                       : Bitmap::create(width, height, opaque);
-  if (bitmap == nullptr)
-    return nullptr;
   const cairo_matrix_t upwards{1, 0, 0, -1, 0, static_cast<double>(height)};
-  return veltro::host::wrap(
-      std::make_unique<Context>(std::move(bitmap), upwards, swapped, data != nullptr));
+  return veltro::host::create_context(
+      data != nullptr ? veltro::host::bitmap_over(data, width, height, bytes_per_row, opaque)
+                      : veltro::host::create_bitmap(width, height, opaque),
+      upwards, swapped, data != nullptr);
 }
 
 void *CGBitmapContextGetData(CGContextRef context) {
@@ -59,21 +52,21 @@ void *CGBitmapContextGetData(CGContextRef context) {
 }
 
 size_t CGBitmapContextGetWidth(CGContextRef context) {
-  return context != nullptr ? context_of(context)->bitmap().width() : 0;
+  return context != nullptr ? context_of(context)->bitmap().width : 0;
 }
 
 size_t CGBitmapContextGetHeight(CGContextRef context) {
-  return context != nullptr ? context_of(context)->bitmap().height() : 0;
+  return context != nullptr ? context_of(context)->bitmap().height : 0;
 }
 
 size_t CGBitmapContextGetBytesPerRow(CGContextRef context) {
-  return context != nullptr ? context_of(context)->bitmap().stride() : 0;
+  return context != nullptr ? context_of(context)->bitmap().stride : 0;
 }
 
 CGBitmapInfo CGBitmapContextGetBitmapInfo(CGContextRef context) {
   if (context == nullptr)
     return 0;
-  const bool opaque = context_of(context)->bitmap().opaque();
+  const bool opaque = context_of(context)->bitmap().opaque;
   return context_of(context)->swapped()
              ? big(opaque ? kCGImageAlphaNoneSkipLast : kCGImageAlphaPremultipliedLast)
              : little(opaque ? kCGImageAlphaNoneSkipFirst : kCGImageAlphaPremultipliedFirst);

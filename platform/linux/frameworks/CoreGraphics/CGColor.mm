@@ -8,20 +8,10 @@
 #include <algorithm>
 #include <array>
 
-/// The object behind a CGColorSpaceRef.
-@interface VHColorSpace : NSObject {
-@public
-  CGColorSpaceModel model_;
-}
-@end
-
-@implementation VHColorSpace
-@end
-
 /// The object behind a CGColorRef.
 @interface VHColor : NSObject {
 @public
-  VHColorSpace *space_;
+  CGColorSpaceRef space_;
   CGFloat components_[4];
 }
 @end
@@ -29,7 +19,7 @@
 @implementation VHColor
 
 - (void)dealloc {
-  [space_ release];
+  CGColorSpaceRelease(space_);
   [super dealloc];
 }
 
@@ -37,18 +27,17 @@
 
 namespace {
 
-VHColorSpace *space_of(CGColorSpaceRef space) {
-  return reinterpret_cast<VHColorSpace *>(space);
-}
-
 VHColor *color_of(CGColorRef color) {
   return reinterpret_cast<VHColor *>(color);
 }
 
+/// A colour space is the number of its model: there is nothing else to tell about it.
 CGColorSpaceRef create_space(CGColorSpaceModel model) {
-  VHColorSpace *const space = [[VHColorSpace alloc] init];
-  space->model_ = model;
-  return reinterpret_cast<CGColorSpaceRef>(space);
+  return reinterpret_cast<CGColorSpaceRef>([[NSNumber alloc] initWithInt:model]);
+}
+
+NSNumber *number_of(CGColorSpaceRef space) {
+  return reinterpret_cast<NSNumber *>(space);
 }
 
 } // namespace
@@ -64,28 +53,29 @@ CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void) {
 }
 
 CGColorSpaceRef CGColorSpaceRetain(CGColorSpaceRef space) {
-  return reinterpret_cast<CGColorSpaceRef>([space_of(space) retain]);
+  return reinterpret_cast<CGColorSpaceRef>([number_of(space) retain]);
 }
 
 void CGColorSpaceRelease(CGColorSpaceRef space) {
-  [space_of(space) release];
+  [number_of(space) release];
 }
 
 CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space) {
-  return space != nullptr ? space_of(space)->model_ : kCGColorSpaceModelUnknown;
+  return space != nullptr ? static_cast<CGColorSpaceModel>([number_of(space) intValue])
+                          : kCGColorSpaceModelUnknown;
 }
 
 size_t CGColorSpaceGetNumberOfComponents(CGColorSpaceRef space) {
   if (space == nullptr)
     return 0;
-  return space_of(space)->model_ == kCGColorSpaceModelRGB ? 3 : 1;
+  return CGColorSpaceGetModel(space) == kCGColorSpaceModelRGB ? 3 : 1;
 }
 
 CGColorRef CGColorCreate(CGColorSpaceRef space, const CGFloat *components) {
   if (space == nullptr || components == nullptr)
     return nullptr;
   VHColor *const color = [[VHColor alloc] init];
-  color->space_ = [space_of(space) retain];
+  color->space_ = CGColorSpaceRetain(space);
   std::transform(components, components + CGColorSpaceGetNumberOfComponents(space) + 1,
                  color->components_,
                  [](CGFloat value) { return value > 0 ? std::min<CGFloat>(value, 1) : 0; });
@@ -110,13 +100,10 @@ void CGColorRelease(CGColorRef color) {
 }
 
 bool CGColorEqualToColor(CGColorRef one, CGColorRef other) {
-  if (one == other)
-    return true;
-  if (one == nullptr || other == nullptr ||
-      CGColorSpaceGetModel(CGColorGetColorSpace(one)) !=
-          CGColorSpaceGetModel(CGColorGetColorSpace(other)))
-    return false;
-  return std::ranges::equal(color_of(one)->components_, color_of(other)->components_);
+  if (one == nullptr || other == nullptr)
+    return one == other;
+  return CGColorGetNumberOfComponents(one) == CGColorGetNumberOfComponents(other) &&
+         std::ranges::equal(color_of(one)->components_, color_of(other)->components_);
 }
 
 size_t CGColorGetNumberOfComponents(CGColorRef color) {
@@ -133,7 +120,7 @@ CGFloat CGColorGetAlpha(CGColorRef color) {
 }
 
 CGColorSpaceRef CGColorGetColorSpace(CGColorRef color) {
-  return color != nullptr ? reinterpret_cast<CGColorSpaceRef>(color_of(color)->space_) : nullptr;
+  return color != nullptr ? color_of(color)->space_ : nullptr;
 }
 
 } // extern "C"

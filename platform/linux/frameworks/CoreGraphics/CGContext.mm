@@ -6,72 +6,57 @@
 
 #import <Foundation/Foundation.h>
 
-#include <algorithm>
-#include <cmath>
-
 using veltro::host::cairo_of;
+using veltro::host::call;
 using veltro::host::Color;
 using veltro::host::Context;
 using veltro::host::context_of;
+using veltro::host::GraphicsState;
 
 namespace {
 
-template <typename... Numbers> bool finite(Numbers... numbers) {
-  return (std::isfinite(numbers) && ...);
-}
-
-void add_ellipse(cairo_t *cairo, CGRect rect) {
-  if (!finite(rect.origin.x, rect.origin.y, rect.size.width, rect.size.height) ||
-      CGRectIsEmpty(rect))
-    return;
-  cairo_matrix_t before;
-  cairo_get_matrix(cairo, &before);
-  cairo_translate(cairo, CGRectGetMidX(rect), CGRectGetMidY(rect));
-  cairo_scale(cairo, CGRectGetWidth(rect) / 2, CGRectGetHeight(rect) / 2);
+void add_ellipse(cairo_t *cairo, double x, double y, double width, double height) {
+  cairo_save(cairo);
+  cairo_translate(cairo, x + width / 2, y + height / 2);
+  cairo_scale(cairo, width / 2, height / 2);
   cairo_new_sub_path(cairo);
   cairo_arc(cairo, 0, 0, 1, 0, 2 * M_PI);
   cairo_close_path(cairo);
-  cairo_set_matrix(cairo, &before);
+  cairo_restore(cairo);
 }
 
-void add_rect(cairo_t *cairo, CGRect rect) {
-  if (!CGRectIsNull(rect))
-    cairo_rectangle(cairo, rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
-}
-
-/// Paints a path of its own, without touching the current one, which Core Graphics keeps or drops
-/// as it says for each function.
-using Paint = void (*)(cairo_t *);
-
-void paint(CGContextRef context, const Color &color, Paint how) {
-  if (cairo_t *const cairo = cairo_of(context)) {
-    veltro::host::use_color(*context_of(context), color);
-    how(cairo);
-  } else if (Context *const of = context_of(context)) {
-    cairo_new_path(of->peek());
-  }
-}
-
-void fill(CGContextRef context, cairo_fill_rule_t rule) {
+void paint(CGContextRef context, Color GraphicsState::*color, void (*how)(cairo_t *)) {
   if (Context *const of = context_of(context)) {
-    cairo_set_fill_rule(of->peek(), rule);
-    paint(context, of->state().fill, cairo_fill);
+    veltro::host::use_color(*of, of->state().*color);
+    how(of->cairo());
   }
 }
 
-void clip(CGContextRef context, cairo_fill_rule_t rule) {
+/// Fills the path, or clips to it.
+void use_inside(CGContextRef context, cairo_fill_rule_t rule, void (*how)(cairo_t *)) {
   if (cairo_t *const cairo = cairo_of(context)) {
     cairo_set_fill_rule(cairo, rule);
-    cairo_clip(cairo);
+    paint(context, &GraphicsState::fill, how);
   }
 }
 
-CGRect box(void (*extents)(cairo_t *, double *, double *, double *, double *), cairo_t *cairo) {
+/// Draws a shape without the current path, which is dropped, as the device documents of
+/// CGContextFillRect and its like.
+void draw(CGContextRef context, CGRect rect, void (*add)(CGContextRef, CGRect),
+          void (*how)(CGContextRef)) {
+  CGContextBeginPath(context);
+  add(context, rect);
+  how(context);
+}
+
+CGRect box(CGContextRef context,
+           void (*extents)(cairo_t *, double *, double *, double *, double *)) {
   double left = 0;
   double top = 0;
   double right = 0;
   double bottom = 0;
-  extents(cairo, &left, &top, &right, &bottom);
+  if (cairo_t *const cairo = cairo_of(context))
+    extents(cairo, &left, &top, &right, &bottom);
   return {{left, top}, {right - left, bottom - top}};
 }
 
@@ -109,147 +94,115 @@ void CGContextRotateCTM(CGContextRef context, CGFloat angle) {
   CGContextConcatCTM(context, CGAffineTransformMakeRotation(angle));
 }
 
-void CGContextConcatCTM(CGContextRef context, CGAffineTransform transform) {
-  if (Context *const of = context_of(context))
-    of->transform(transform);
+void CGContextConcatCTM(CGContextRef context, CGAffineTransform step) {
+  if (cairo_t *const cairo = cairo_of(context))
+    veltro::host::transform(cairo, {step.a, step.b, step.c, step.d, step.tx, step.ty});
 }
 
 CGAffineTransform CGContextGetCTM(CGContextRef context) {
-  Context *const of = context_of(context);
-  if (of == nullptr)
+  if (context == nullptr)
     return {};
   cairo_matrix_t now;
-  cairo_get_matrix(of->peek(), &now);
+  cairo_get_matrix(cairo_of(context), &now);
   // cairo's pixels count from the top, those of Core Graphics from the bottom.
-  const auto height = static_cast<CGFloat>(of->bitmap().height());
+  const auto height = static_cast<CGFloat>(context_of(context)->bitmap().height);
   return {now.xx, -now.yx, now.xy, -now.yy, now.x0, height - now.y0};
 }
 
 void CGContextBeginPath(CGContextRef context) {
-  if (Context *const of = context_of(context))
-    cairo_new_path(of->peek());
+  call(context, cairo_new_path);
 }
 
 void CGContextMoveToPoint(CGContextRef context, CGFloat x, CGFloat y) {
-  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && finite(x, y))
-    cairo_move_to(cairo, x, y);
+  call(context, cairo_move_to, x, y);
 }
 
 void CGContextAddLineToPoint(CGContextRef context, CGFloat x, CGFloat y) {
-  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && finite(x, y))
-    cairo_line_to(cairo, x, y);
+  call(context, cairo_line_to, x, y);
 }
 
 void CGContextAddCurveToPoint(CGContextRef context, CGFloat cp1x, CGFloat cp1y, CGFloat cp2x,
                               CGFloat cp2y, CGFloat x, CGFloat y) {
-  if (cairo_t *const cairo = cairo_of(context);
-      cairo != nullptr && finite(cp1x, cp1y, cp2x, cp2y, x, y))
-    cairo_curve_to(cairo, cp1x, cp1y, cp2x, cp2y, x, y);
+  call(context, cairo_curve_to, cp1x, cp1y, cp2x, cp2y, x, y);
 }
 
 void CGContextAddRect(CGContextRef context, CGRect rect) {
-  if (cairo_t *const cairo = cairo_of(context))
-    add_rect(cairo, rect);
+  call(context, cairo_rectangle, rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
 }
 
 void CGContextAddEllipseInRect(CGContextRef context, CGRect rect) {
-  if (cairo_t *const cairo = cairo_of(context))
-    add_ellipse(cairo, rect);
+  if (!CGRectIsEmpty(rect))
+    call(context, add_ellipse, rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
 }
 
 void CGContextAddArc(CGContextRef context, CGFloat x, CGFloat y, CGFloat radius,
                      CGFloat start_angle, CGFloat end_angle, int clockwise) {
-  cairo_t *const cairo = cairo_of(context);
-  if (cairo == nullptr || !finite(x, y, radius, start_angle, end_angle) || radius < 0)
-    return;
-  if (clockwise != 0)
-    cairo_arc_negative(cairo, x, y, radius, start_angle, end_angle);
-  else
-    cairo_arc(cairo, x, y, radius, start_angle, end_angle);
+  if (radius >= 0)
+    call(context, clockwise != 0 ? cairo_arc_negative : cairo_arc, x, y, radius, start_angle,
+         end_angle);
 }
 
 void CGContextClosePath(CGContextRef context) {
-  if (cairo_t *const cairo = cairo_of(context))
-    cairo_close_path(cairo);
+  call(context, cairo_close_path);
 }
 
 bool CGContextIsPathEmpty(CGContextRef context) {
-  Context *const of = context_of(context);
-  return of == nullptr || cairo_has_current_point(of->peek()) == 0;
+  return context == nullptr || cairo_has_current_point(cairo_of(context)) == 0;
 }
 
 CGRect CGContextGetPathBoundingBox(CGContextRef context) {
-  return CGContextIsPathEmpty(context) ? CGRectNull
-                                       : box(cairo_path_extents, context_of(context)->peek());
+  return CGContextIsPathEmpty(context) ? CGRectNull : box(context, cairo_path_extents);
 }
 
 void CGContextFillPath(CGContextRef context) {
-  fill(context, CAIRO_FILL_RULE_WINDING);
+  use_inside(context, CAIRO_FILL_RULE_WINDING, cairo_fill);
 }
 
 void CGContextEOFillPath(CGContextRef context) {
-  fill(context, CAIRO_FILL_RULE_EVEN_ODD);
+  use_inside(context, CAIRO_FILL_RULE_EVEN_ODD, cairo_fill);
 }
 
 void CGContextStrokePath(CGContextRef context) {
-  if (Context *const of = context_of(context))
-    paint(context, of->state().stroke, cairo_stroke);
+  paint(context, &GraphicsState::stroke, cairo_stroke);
 }
 
-// The next four drop the current path, as the device documents of CGContextFillRect and its like.
-
 void CGContextFillRect(CGContextRef context, CGRect rect) {
-  CGContextBeginPath(context);
-  CGContextAddRect(context, rect);
-  CGContextFillPath(context);
+  draw(context, rect, CGContextAddRect, CGContextFillPath);
 }
 
 void CGContextFillEllipseInRect(CGContextRef context, CGRect rect) {
-  CGContextBeginPath(context);
-  CGContextAddEllipseInRect(context, rect);
-  CGContextFillPath(context);
+  draw(context, rect, CGContextAddEllipseInRect, CGContextFillPath);
 }
 
 void CGContextStrokeRect(CGContextRef context, CGRect rect) {
-  CGContextBeginPath(context);
-  CGContextAddRect(context, rect);
-  CGContextStrokePath(context);
+  draw(context, rect, CGContextAddRect, CGContextStrokePath);
 }
 
 void CGContextStrokeEllipseInRect(CGContextRef context, CGRect rect) {
-  CGContextBeginPath(context);
-  CGContextAddEllipseInRect(context, rect);
-  CGContextStrokePath(context);
+  draw(context, rect, CGContextAddEllipseInRect, CGContextStrokePath);
 }
 
 void CGContextClearRect(CGContextRef context, CGRect rect) {
-  if (cairo_t *const cairo = cairo_of(context)) {
-    const cairo_operator_t before = cairo_get_operator(cairo);
-    cairo_set_operator(cairo, CAIRO_OPERATOR_CLEAR);
-    cairo_new_path(cairo);
-    add_rect(cairo, rect);
-    cairo_fill(cairo);
-    cairo_set_operator(cairo, before);
-  }
+  CGContextSaveGState(context);
+  CGContextSetBlendMode(context, kCGBlendModeClear);
+  CGContextFillRect(context, rect);
+  CGContextRestoreGState(context);
 }
 
 void CGContextClip(CGContextRef context) {
-  clip(context, CAIRO_FILL_RULE_WINDING);
+  use_inside(context, CAIRO_FILL_RULE_WINDING, cairo_clip);
 }
 
 void CGContextEOClip(CGContextRef context) {
-  clip(context, CAIRO_FILL_RULE_EVEN_ODD);
+  use_inside(context, CAIRO_FILL_RULE_EVEN_ODD, cairo_clip);
 }
 
 void CGContextClipToRect(CGContextRef context, CGRect rect) {
-  CGContextBeginPath(context);
-  CGContextAddRect(context, rect);
-  CGContextClip(context);
+  draw(context, rect, CGContextAddRect, CGContextClip);
 }
 
 CGRect CGContextGetClipBoundingBox(CGContextRef context) {
-  Context *const of = context_of(context);
-  return of != nullptr ? box(cairo_clip_extents, of->peek()) : CGRectZero;
+  return box(context, cairo_clip_extents);
 }
 
 } // extern "C"

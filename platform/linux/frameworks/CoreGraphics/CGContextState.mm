@@ -6,8 +6,9 @@
 #import <Foundation/Foundation.h>
 
 #include <algorithm>
-#include <cmath>
 
+using veltro::host::cairo_of;
+using veltro::host::call;
 using veltro::host::Color;
 using veltro::host::Context;
 using veltro::host::context_of;
@@ -31,19 +32,10 @@ Color color_of(CGColorRef color) {
   }
 }
 
-template <typename... Numbers> bool finite(Numbers... numbers) {
-  return (std::isfinite(numbers) && ...);
-}
-
-void use_operator(cairo_t *cairo, CGBlendMode mode) {
-  switch (mode) {
-  case kCGBlendModeClear:
-    return cairo_set_operator(cairo, CAIRO_OPERATOR_CLEAR);
-  case kCGBlendModeCopy:
-    return cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
-  case kCGBlendModeNormal:
-    return cairo_set_operator(cairo, CAIRO_OPERATOR_OVER);
-  }
+cairo_operator_t operator_of(CGBlendMode mode) {
+  if (mode == kCGBlendModeClear)
+    return CAIRO_OPERATOR_CLEAR;
+  return mode == kCGBlendModeCopy ? CAIRO_OPERATOR_SOURCE : CAIRO_OPERATOR_OVER;
 }
 
 cairo_filter_t filter_of(CGInterpolationQuality quality) {
@@ -101,33 +93,32 @@ void CGContextSetAlpha(CGContextRef context, CGFloat alpha) {
 }
 
 void CGContextSetBlendMode(CGContextRef context, CGBlendMode mode) {
-  if (Context *const of = context_of(context))
-    use_operator(of->peek(), mode);
+  if (cairo_t *const cairo = cairo_of(context))
+    cairo_set_operator(cairo, operator_of(mode));
 }
 
 void CGContextSetLineWidth(CGContextRef context, CGFloat width) {
-  if (Context *const of = context_of(context); of != nullptr && finite(width) && width >= 0)
-    cairo_set_line_width(of->peek(), width);
+  if (width >= 0)
+    call(context, cairo_set_line_width, width);
 }
 
 void CGContextSetLineCap(CGContextRef context, CGLineCap cap) {
-  if (Context *const of = context_of(context))
-    cairo_set_line_cap(of->peek(), cap == kCGLineCapRound    ? CAIRO_LINE_CAP_ROUND
-                                   : cap == kCGLineCapSquare ? CAIRO_LINE_CAP_SQUARE
-                                                             : CAIRO_LINE_CAP_BUTT);
+  if (cairo_t *const cairo = cairo_of(context))
+    cairo_set_line_cap(cairo, cap == kCGLineCapRound    ? CAIRO_LINE_CAP_ROUND
+                              : cap == kCGLineCapSquare ? CAIRO_LINE_CAP_SQUARE
+                                                        : CAIRO_LINE_CAP_BUTT);
 }
 
 void CGContextSetLineJoin(CGContextRef context, CGLineJoin join) {
-  if (Context *const of = context_of(context))
-    cairo_set_line_join(of->peek(), join == kCGLineJoinRound   ? CAIRO_LINE_JOIN_ROUND
-                                    : join == kCGLineJoinBevel ? CAIRO_LINE_JOIN_BEVEL
-                                                               : CAIRO_LINE_JOIN_MITER);
+  if (cairo_t *const cairo = cairo_of(context))
+    cairo_set_line_join(cairo, join == kCGLineJoinRound   ? CAIRO_LINE_JOIN_ROUND
+                               : join == kCGLineJoinBevel ? CAIRO_LINE_JOIN_BEVEL
+                                                          : CAIRO_LINE_JOIN_MITER);
 }
 
 void CGContextSetShouldAntialias(CGContextRef context, bool should_antialias) {
-  if (Context *const of = context_of(context))
-    cairo_set_antialias(of->peek(),
-                        should_antialias ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
+  if (cairo_t *const cairo = cairo_of(context))
+    cairo_set_antialias(cairo, should_antialias ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
 }
 
 void CGContextSetInterpolationQuality(CGContextRef context, CGInterpolationQuality quality) {

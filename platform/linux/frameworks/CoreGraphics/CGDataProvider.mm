@@ -1,64 +1,26 @@
 // Data providers. Follows Apple's CGDataProvider reference; providers of callbacks, files and URLs
-// are left out.
+// are left out. A provider is the data that it provides.
 
-#include "frameworks/CoreGraphics/data_provider.h"
+#include <CoreGraphics/CGDataProvider.h>
 
-/// Provides data that somebody had.
-@interface VHGivenDataProvider : VHDataProvider {
-@public
-  NSData *data_;
-}
-@end
-
-@implementation VHDataProvider
-
-- (NSData *)copyData {
-  return nil;
-}
-
-@end
-
-@implementation VHGivenDataProvider
-
-- (void)dealloc {
-  [data_ release];
-  [super dealloc];
-}
-
-- (NSData *)copyData {
-  return [data_ retain];
-}
-
-@end
-
-namespace {
-
-VHDataProvider *object(CGDataProviderRef provider) {
-  return reinterpret_cast<VHDataProvider *>(provider);
-}
-
-} // namespace
+#import <Foundation/Foundation.h>
 
 extern "C" {
 
 CGDataProviderRef CGDataProviderCreateWithCFData(CFDataRef data) {
-  if (data == nullptr)
-    return nullptr;
-  VHGivenDataProvider *const provider = [[VHGivenDataProvider alloc] init];
-  provider->data_ = [(NSData *)data copy];
-  return reinterpret_cast<CGDataProviderRef>(provider);
+  return reinterpret_cast<CGDataProviderRef>([(NSData *)data copy]);
 }
 
 CFDataRef CGDataProviderCopyData(CGDataProviderRef provider) {
-  return reinterpret_cast<CFDataRef>([object(provider) copyData]);
+  return reinterpret_cast<CFDataRef>(CGDataProviderRetain(provider));
 }
 
 CGDataProviderRef CGDataProviderRetain(CGDataProviderRef provider) {
-  return reinterpret_cast<CGDataProviderRef>([object(provider) retain]);
+  return reinterpret_cast<CGDataProviderRef>([reinterpret_cast<NSData *>(provider) retain]);
 }
 
 void CGDataProviderRelease(CGDataProviderRef provider) {
-  [object(provider) release];
+  [reinterpret_cast<NSData *>(provider) release];
 }
 
 } // extern "C"

@@ -2,57 +2,30 @@
 // than 8 bits a component are left out.
 
 #include "frameworks/CoreGraphics/context.hpp"
-#include "frameworks/CoreGraphics/data_provider.h"
 #include "frameworks/CoreGraphics/image.hpp"
 #include "machine/images/pixel_format.hpp"
-
-#include <CoreGraphics/CGContext.h>
 
 #import <Foundation/Foundation.h>
 
 #include <optional>
-#include <utility>
 
-using veltro::host::Bitmap;
 using veltro::host::PixelFormat;
 using veltro::host::Pixels;
 using veltro::host::pixels_of;
 
-/// Provides the bytes of an image.
-@interface VHPixelProvider : VHDataProvider {
-@public
-  std::shared_ptr<Pixels> *pixels_;
-}
-@end
-
-@implementation VHPixelProvider
-
-- (void)dealloc {
-  delete pixels_;
-  [super dealloc];
-}
-
-- (NSData *)copyData {
-  return (*pixels_)->read([](const Bitmap &bitmap) {
-    return [[NSData alloc] initWithBytes:bitmap.data() length:bitmap.stride() * bitmap.height()];
-  });
-}
-
-@end
-
 /// The object behind a CGImageRef.
 @interface VHImage : NSObject {
 @public
-  VHPixelProvider *provider_;
-  CGColorSpaceRef space_;
+  std::shared_ptr<Pixels> *pixels_;
+  NSData *bytes_;
 }
 @end
 
 @implementation VHImage
 
 - (void)dealloc {
-  [provider_ release];
-  CGColorSpaceRelease(space_);
+  delete pixels_;
+  [bytes_ release];
   [super dealloc];
 }
 
@@ -71,8 +44,8 @@ std::optional<PixelFormat> rgb_format(CGBitmapInfo info) {
   if ((!little && order != kCGBitmapByteOrderDefault && order != kCGBitmapByteOrder32Big) ||
       alpha < kCGImageAlphaPremultipliedLast || alpha > kCGImageAlphaNoneSkipFirst)
     return std::nullopt;
-  const bool alpha_first = alpha == kCGImageAlphaPremultipliedFirst ||
-                           alpha == kCGImageAlphaFirst || alpha == kCGImageAlphaNoneSkipFirst;
+  // The even ones.
+  const bool alpha_first = alpha % 2 == 0;
   const int red = alpha_first ? 1 : 0;
   const auto at = [little](int place) {
     return static_cast<std::uint8_t>(little ? 3 - place : place);
@@ -90,16 +63,12 @@ std::optional<PixelFormat> format_of(size_t bits_per_component, size_t bits_per_
                                      CGColorSpaceRef space, CGBitmapInfo info) {
   if (bits_per_component != 8)
     return std::nullopt;
-  switch (CGColorSpaceGetModel(space)) {
-  case kCGColorSpaceModelRGB:
-    return bits_per_pixel == 32 ? rgb_format(info) : std::nullopt;
-  case kCGColorSpaceModelMonochrome:
-    if (bits_per_pixel == 8 && (info & kCGBitmapAlphaInfoMask) == kCGImageAlphaNone)
-      return veltro::host::kGrayBytes;
-    return std::nullopt;
-  case kCGColorSpaceModelUnknown:
-    break;
-  }
+  const CGColorSpaceModel model = CGColorSpaceGetModel(space);
+  if (model == kCGColorSpaceModelRGB && bits_per_pixel == 32)
+    return rgb_format(info);
+  if (model == kCGColorSpaceModelMonochrome && bits_per_pixel == 8 &&
+      (info & kCGBitmapAlphaInfoMask) == kCGImageAlphaNone)
+    return veltro::host::kGrayBytes;
   return std::nullopt;
 }
 
@@ -111,14 +80,12 @@ CGImageRef create_image(std::shared_ptr<Pixels> pixels) {
   if (pixels == nullptr)
     return nullptr;
   VHImage *const image = [[VHImage alloc] init];
-  image->provider_ = [[VHPixelProvider alloc] init];
-  image->provider_->pixels_ = new std::shared_ptr<Pixels>(std::move(pixels));
-  image->space_ = CGColorSpaceCreateDeviceRGB();
+  image->pixels_ = new std::shared_ptr<Pixels>(std::move(pixels));
   return reinterpret_cast<CGImageRef>(image);
 }
 
 const Pixels *pixels_of(CGImageRef image) {
-  return image != nullptr ? object(image)->provider_->pixels_->get() : nullptr;
+  return image != nullptr ? object(image)->pixels_->get() : nullptr;
 }
 
 } // namespace veltro::host
@@ -138,12 +105,8 @@ CGImageRef CGImageCreate(size_t width, size_t height, size_t bits_per_component,
   if (width == 0 || height == 0 || length < width * format->bytes ||
       (length - width * format->bytes) / bytes_per_row < height - 1)
     return nullptr;
-  std::shared_ptr<Bitmap> bitmap = Bitmap::create(width, height, !format->has_alpha);
-  if (bitmap == nullptr)
-    return nullptr;
-  veltro::host::convert(*bitmap, static_cast<const std::uint8_t *>([data bytes]), bytes_per_row,
-                        *format);
-  return veltro::host::create_image(std::make_shared<Pixels>(std::move(bitmap)));
+  return veltro::host::create_image(veltro::host::convert(
+      width, height, static_cast<const std::uint8_t *>([data bytes]), bytes_per_row, *format));
 }
 
 CGImageRef CGImageRetain(CGImageRef image) {
@@ -186,11 +149,19 @@ CGBitmapInfo CGImageGetBitmapInfo(CGImageRef image) {
 }
 
 CGColorSpaceRef CGImageGetColorSpace(CGImageRef image) {
-  return image != nullptr ? object(image)->space_ : nullptr;
+  static const CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
+  return image != nullptr ? rgb : nullptr;
 }
 
 CGDataProviderRef CGImageGetDataProvider(CGImageRef image) {
-  return image != nullptr ? reinterpret_cast<CGDataProviderRef>(object(image)->provider_) : nullptr;
+  VHImage *const of = object(image);
+  @synchronized(of) {
+    if (of != nil && of->bytes_ == nil)
+      of->bytes_ = pixels_of(image)->read([](const veltro::host::Bitmap &bitmap) {
+        return [[NSData alloc] initWithBytes:bitmap.row(0) length:bitmap.stride * bitmap.height];
+      });
+  }
+  return of != nil ? reinterpret_cast<CGDataProviderRef>(of->bytes_) : nullptr;
 }
 
 void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {

@@ -7,7 +7,8 @@
 #include <CoreGraphics/CGContext.h>
 
 #include <cairo.h>
-#include <memory>
+#include <cmath>
+#include <type_traits>
 #include <vector>
 
 namespace veltro::host {
@@ -25,8 +26,6 @@ struct GraphicsState {
   Color stroke;
   double alpha = 1;
   cairo_filter_t filter = CAIRO_FILTER_GOOD;
-  /// The transform has no inverse: nothing can be drawn.
-  bool degenerate = false;
 };
 
 class Context {
@@ -34,24 +33,19 @@ public:
   /// `base` leads from the drawing's coordinates to pixels, y downwards. With `swapped`, red and
   /// blue stand in each other's place in the bitmap. `exposed` tells that others know the bitmap's
   /// bytes.
-  Context(std::shared_ptr<Bitmap> bitmap, const cairo_matrix_t &base, bool swapped = false,
-          bool exposed = false);
+  Context(Bitmap bitmap, const cairo_matrix_t &base, bool swapped, bool exposed);
   ~Context();
   Context(const Context &) = delete;
   Context &operator=(const Context &) = delete;
 
-  /// To draw with; to be asked for anew after `pixels()`. Its transform is current even where the
-  /// state is degenerate, so ask `state().degenerate` before drawing.
+  /// To be asked for anew after `pixels()`.
   cairo_t *cairo();
-  /// To ask, and not to draw.
-  [[nodiscard]] cairo_t *peek() const { return cairo_; }
   [[nodiscard]] GraphicsState &state() { return states_.back(); }
-  [[nodiscard]] const Bitmap &bitmap() const { return *bitmap_; }
+  [[nodiscard]] const Bitmap &bitmap() const { return bitmap_; }
   [[nodiscard]] bool swapped() const { return swapped_; }
 
   void save();
   void restore();
-  void transform(const CGAffineTransform &step);
 
   /// What is drawn so far, for an image.
   std::shared_ptr<Pixels> pixels();
@@ -60,7 +54,7 @@ public:
   void *expose();
 
 private:
-  std::shared_ptr<Bitmap> bitmap_;
+  Bitmap bitmap_;
   cairo_t *cairo_;
   bool swapped_;
   bool exposed_;
@@ -68,24 +62,30 @@ private:
   std::shared_ptr<Pixels> shared_;
 };
 
-/// A context of UIKit: `width` x `height` points, y downwards, of ceil(points x scale) pixels. Null
-/// where there are no such pixels: without a positive and finite size and scale, beyond `kMaxSide`
-/// pixels, or without memory. The caller owns it.
-CGContextRef create_uikit_context(CGSize size, bool opaque, CGFloat scale);
-
-/// Makes the object around `context`, which the caller owns.
-CGContextRef wrap(std::unique_ptr<Context> context);
+/// The object around a context, which the caller owns; null where `bitmap` is none.
+CGContextRef create_context(Bitmap bitmap, const cairo_matrix_t &base, bool swapped = false,
+                            bool exposed = false);
 
 /// Null for null.
 Context *context_of(CGContextRef context);
 
-/// cairo's context, or null for a null context and for one through whose transform nothing can be
-/// drawn. The source colour is the caller's to set; red and blue are in their places in every
-/// context of UIKit.
+/// cairo's context, or null for a null context. The source colour is the caller's to set; red and
+/// blue are in their places in every context of UIKit.
 cairo_t *cairo_of(CGContextRef context);
+
+/// Calls a function of cairo's, with numbers that are all finite and a context that is not null.
+template <typename... Numbers>
+void call(CGContextRef context, void (*function)(cairo_t *, Numbers...),
+          std::type_identity_t<Numbers>... numbers) {
+  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && (std::isfinite(numbers) && ...))
+    function(cairo, numbers...);
+}
 
 /// Makes `color` cairo's source, weakened by the state's alpha.
 void use_color(Context &context, const Color &color);
+
+/// Adds `step` to the transform. Where that leaves none that cairo takes, clips everything away.
+void transform(cairo_t *cairo, const cairo_matrix_t &step);
 
 /// Adds a rounded rectangle to the path; `radius` is cut to half the shorter side.
 void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius);

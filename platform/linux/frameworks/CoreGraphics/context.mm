@@ -3,9 +3,7 @@
 #import <Foundation/Foundation.h>
 
 #include <algorithm>
-#include <cmath>
 #include <numbers>
-#include <utility>
 
 /// The object behind a CGContextRef.
 @interface VHContext : NSObject {
@@ -28,78 +26,43 @@ namespace {
 
 cairo_surface_t *surface_over(const Bitmap &bitmap) {
   return cairo_image_surface_create_for_data(
-      bitmap.data(), bitmap.opaque() ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32,
-      static_cast<int>(bitmap.width()), static_cast<int>(bitmap.height()),
-      static_cast<int>(bitmap.stride()));
+      reinterpret_cast<unsigned char *>(bitmap.words.get()),
+      bitmap.opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, static_cast<int>(bitmap.width),
+      static_cast<int>(bitmap.height), static_cast<int>(bitmap.stride));
 }
 
-bool is_degenerate(const cairo_matrix_t &matrix) {
-  const double determinant = matrix.xx * matrix.yy - matrix.xy * matrix.yx;
-  return !std::isfinite(determinant) || determinant == 0 || !std::isfinite(matrix.x0) ||
-         !std::isfinite(matrix.y0);
+/// Does something that has a path of its own, or none, and then brings the current path back.
+template <typename Action> void beside_path(cairo_t *cairo, Action &&action) {
+  cairo_path_t *const path = cairo_copy_path(cairo);
+  cairo_new_path(cairo);
+  action();
+  cairo_new_path(cairo);
+  cairo_append_path(cairo, path);
+  cairo_path_destroy(path);
 }
 
-/// Sets the current path aside while something is drawn without it.
-class AsidePath {
-public:
-  explicit AsidePath(cairo_t *cairo)
-      : cairo_(cairo),
-        path_(cairo_has_current_point(cairo) != 0 ? cairo_copy_path(cairo) : nullptr) {
-    cairo_new_path(cairo);
-  }
-  ~AsidePath() {
-    cairo_new_path(cairo_);
-    if (path_ != nullptr) {
-      cairo_append_path(cairo_, path_);
-      cairo_path_destroy(path_);
-    }
-  }
-  AsidePath(const AsidePath &) = delete;
-  AsidePath &operator=(const AsidePath &) = delete;
-
-private:
-  cairo_t *cairo_;
-  cairo_path_t *path_;
-};
-
-std::shared_ptr<Bitmap> with_red_and_blue_swapped(const Bitmap &bitmap) {
-  std::shared_ptr<Bitmap> other = bitmap.copy();
-  for (std::size_t y = 0; y < other->height(); ++y) {
-    unsigned char *at = other->row(y);
-    for (std::size_t x = 0; x < other->width(); ++x, at += 4)
-      std::swap(at[0], at[2]);
-  }
-  return other;
-}
-
-void draw_bitmap(Context &context, const Bitmap &bitmap, const cairo_matrix_t &placement) {
-  cairo_t *cairo = context.cairo();
-  const AsidePath path(cairo);
-  cairo_save(cairo);
-  cairo_transform(cairo, &placement);
+void draw_bitmap(cairo_t *cairo, const Bitmap &bitmap, const GraphicsState &state) {
   // A surface of this drawing's own: cairo's surfaces do not stand being drawn by several threads.
-  cairo_surface_t *source = surface_over(bitmap);
+  cairo_surface_t *const source = surface_over(bitmap);
   cairo_set_source_surface(cairo, source, 0, 0);
-  cairo_pattern_set_filter(cairo_get_source(cairo), context.state().filter);
+  cairo_pattern_set_filter(cairo_get_source(cairo), state.filter);
   cairo_pattern_set_extend(cairo_get_source(cairo), CAIRO_EXTEND_PAD);
-  cairo_rectangle(cairo, 0, 0, static_cast<double>(bitmap.width()),
-                  static_cast<double>(bitmap.height()));
-  if (context.state().alpha == 1) {
+  cairo_rectangle(cairo, 0, 0, static_cast<double>(bitmap.width),
+                  static_cast<double>(bitmap.height));
+  if (state.alpha == 1) {
     cairo_fill(cairo);
   } else {
     cairo_clip(cairo);
-    cairo_paint_with_alpha(cairo, context.state().alpha);
+    cairo_paint_with_alpha(cairo, state.alpha);
   }
-  cairo_restore(cairo);
   cairo_surface_destroy(source);
 }
 
 } // namespace
 
-Context::Context(std::shared_ptr<Bitmap> bitmap, const cairo_matrix_t &base, bool swapped,
-                 bool exposed)
+Context::Context(Bitmap bitmap, const cairo_matrix_t &base, bool swapped, bool exposed)
     : bitmap_(std::move(bitmap)), swapped_(swapped), exposed_(exposed) {
-  cairo_surface_t *surface = surface_over(*bitmap_);
+  cairo_surface_t *surface = surface_over(bitmap_);
   cairo_ = cairo_create(surface);
   cairo_surface_destroy(surface);
   cairo_set_matrix(cairo_, &base);
@@ -113,11 +76,9 @@ Context::~Context() {
 }
 
 cairo_t *Context::cairo() {
-  if (shared_ != nullptr) {
-    if (shared_.use_count() > 1)
-      shared_->detach();
-    shared_.reset();
-  }
+  if (shared_.use_count() > 1)
+    shared_->detach();
+  shared_.reset();
   return cairo_;
 }
 
@@ -133,24 +94,10 @@ void Context::restore() {
   states_.pop_back();
 }
 
-void Context::transform(const CGAffineTransform &step) {
-  const cairo_matrix_t matrix{step.a, step.b, step.c, step.d, step.tx, step.ty};
-  cairo_matrix_t now;
-  cairo_get_matrix(cairo_, &now);
-  cairo_matrix_multiply(&now, &matrix, &now);
-  // cairo would refuse this matrix and everything after it.
-  if (is_degenerate(now))
-    state().degenerate = true;
-  else if (!state().degenerate)
-    cairo_set_matrix(cairo_, &now);
-}
-
 std::shared_ptr<Pixels> Context::pixels() {
   cairo_surface_flush(cairo_get_target(cairo_));
-  if (swapped_)
-    return std::make_shared<Pixels>(with_red_and_blue_swapped(*bitmap_));
-  if (exposed_)
-    return std::make_shared<Pixels>(bitmap_->copy());
+  if (swapped_ || exposed_)
+    return std::make_shared<Pixels>(clone(bitmap_, swapped_));
   if (shared_ == nullptr)
     shared_ = std::make_shared<Pixels>(bitmap_);
   return shared_;
@@ -159,26 +106,14 @@ std::shared_ptr<Pixels> Context::pixels() {
 void *Context::expose() {
   cairo_surface_flush(cairo_get_target(cairo()));
   exposed_ = true;
-  return bitmap_->data();
+  return bitmap_.words.get();
 }
 
-CGContextRef create_uikit_context(CGSize size, bool opaque, CGFloat scale) {
-  const double width = std::ceil(size.width * scale);
-  const double height = std::ceil(size.height * scale);
-  const auto fits = [](double side) { return side >= 1 && side <= static_cast<double>(kMaxSide); };
-  if (!fits(width) || !fits(height) || scale <= 0)
+CGContextRef create_context(Bitmap bitmap, const cairo_matrix_t &base, bool swapped, bool exposed) {
+  if (bitmap.words == nullptr)
     return nullptr;
-  std::shared_ptr<Bitmap> bitmap =
-      Bitmap::create(static_cast<std::size_t>(width), static_cast<std::size_t>(height), opaque);
-  if (bitmap == nullptr)
-    return nullptr;
-  const cairo_matrix_t base{scale, 0, 0, scale, 0, 0};
-  return wrap(std::make_unique<Context>(std::move(bitmap), base));
-}
-
-CGContextRef wrap(std::unique_ptr<Context> context) {
   VHContext *const object = [[VHContext alloc] init];
-  object->context_ = context.release();
+  object->context_ = new Context(std::move(bitmap), base, swapped, exposed);
   return reinterpret_cast<CGContextRef>(object);
 }
 
@@ -187,8 +122,7 @@ Context *context_of(CGContextRef context) {
 }
 
 cairo_t *cairo_of(CGContextRef context) {
-  Context *const of = context_of(context);
-  return of != nullptr && !of->state().degenerate ? of->cairo() : nullptr;
+  return context != nullptr ? context_of(context)->cairo() : nullptr;
 }
 
 void use_color(Context &context, const Color &color) {
@@ -197,6 +131,17 @@ void use_color(Context &context, const Color &color) {
     cairo_set_source_rgba(context.cairo(), color.blue, color.green, color.red, alpha);
   else
     cairo_set_source_rgba(context.cairo(), color.red, color.green, color.blue, alpha);
+}
+
+void transform(cairo_t *cairo, const cairo_matrix_t &step) {
+  cairo_matrix_t matrix;
+  cairo_get_matrix(cairo, &matrix);
+  cairo_matrix_multiply(&matrix, &step, &matrix);
+  const double determinant = matrix.xx * matrix.yy - matrix.xy * matrix.yx;
+  if (std::isnormal(determinant) && std::isfinite(matrix.x0) && std::isfinite(matrix.y0))
+    cairo_set_matrix(cairo, &matrix);
+  else
+    beside_path(cairo, [cairo] { cairo_clip(cairo); });
 }
 
 void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
@@ -221,15 +166,15 @@ void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
 }
 
 void draw_pixels(Context &context, const Pixels &pixels, const cairo_matrix_t &placement) {
-  if (context.state().degenerate || is_degenerate(placement))
-    return;
   // A context may draw what was taken from it: it must let go of those pixels before they are read.
-  context.cairo();
-  pixels.read([&](const Bitmap &bitmap) {
-    if (context.swapped())
-      draw_bitmap(context, *with_red_and_blue_swapped(bitmap), placement);
-    else
-      draw_bitmap(context, bitmap, placement);
+  cairo_t *const cairo = context.cairo();
+  beside_path(cairo, [&] {
+    cairo_save(cairo);
+    transform(cairo, placement);
+    pixels.read([&](const Bitmap &bitmap) {
+      draw_bitmap(cairo, context.swapped() ? clone(bitmap, true) : bitmap, context.state());
+    });
+    cairo_restore(cairo);
   });
 }
 

@@ -1,74 +1,60 @@
 // The stack of contexts and the image contexts. Follows Apple's UIKit function reference; PDF
 // contexts, printing and the other rectangle functions are left out.
 
+#import <CoreGraphics/CGBitmapContext.h>
 #import <UIKit/UIGraphics.h>
 #import <UIKit/UIImage.h>
 #import <UIKit/UIScreen.h>
 
 #include "frameworks/CoreGraphics/context.hpp"
-#include "frameworks/CoreGraphics/image.hpp"
 
-#include <utility>
+#include <cmath>
 #include <vector>
 
 namespace {
 
-/// The contexts of one thread. Those that a thread leaves behind go with it.
-class Stack {
-public:
-  Stack() = default;
-  ~Stack() {
-    for (const Entry &entry : entries_)
-      CGContextRelease(entry.context);
-  }
-  Stack(const Stack &) = delete;
-  Stack &operator=(const Stack &) = delete;
-
-  /// Adopts the caller's reference.
-  void push(CGContextRef context, bool for_image, CGFloat scale) {
-    entries_.push_back({context, for_image, scale});
-  }
-
-  void pop() {
-    if (!entries_.empty()) {
-      CGContextRelease(entries_.back().context);
-      entries_.pop_back();
-    }
-  }
-
-  [[nodiscard]] CGContextRef top() const {
-    return entries_.empty() ? nullptr : entries_.back().context;
-  }
-  [[nodiscard]] bool top_is_for_image() const {
-    return !entries_.empty() && entries_.back().for_image;
-  }
-  [[nodiscard]] CGFloat scale() const { return entries_.back().scale; }
-
-private:
-  struct Entry {
-    CGContextRef context;
-    bool for_image;
-    CGFloat scale;
-  };
-  std::vector<Entry> entries_;
+struct Entry {
+  std::shared_ptr<CGContext> context;
+  bool for_image = false;
+  CGFloat scale = 1;
 };
 
-thread_local Stack stack;
+/// The contexts of a thread. Those that it leaves behind go with it.
+thread_local std::vector<Entry> stack;
+
+/// Adopts the caller's reference.
+void push(CGContextRef context, bool for_image, CGFloat scale) {
+  stack.push_back({{context, CGContextRelease}, for_image, scale});
+}
+
+/// Null where there are no such pixels. The caller owns it.
+CGContextRef create_context(CGSize size, bool opaque, CGFloat scale) {
+  const auto pixels = [scale](CGFloat points) {
+    const double side = std::ceil(points * scale);
+    return scale > 0 && side >= 1 && side <= static_cast<double>(veltro::host::kMaxSide)
+               ? static_cast<std::size_t>(side)
+               : 0;
+  };
+  const cairo_matrix_t base{scale, 0, 0, scale, 0, 0};
+  return veltro::host::create_context(
+      veltro::host::create_bitmap(pixels(size.width), pixels(size.height), opaque), base);
+}
 
 } // namespace
 
 extern "C" {
 
 CGContextRef UIGraphicsGetCurrentContext(void) {
-  return stack.top();
+  return stack.empty() ? nullptr : stack.back().context.get();
 }
 
 void UIGraphicsPushContext(CGContextRef context) {
-  stack.push(CGContextRetain(context), false, 1);
+  push(CGContextRetain(context), false, 1);
 }
 
 void UIGraphicsPopContext(void) {
-  stack.pop();
+  if (!stack.empty())
+    stack.pop_back();
 }
 
 void UIGraphicsBeginImageContext(CGSize size) {
@@ -77,24 +63,23 @@ void UIGraphicsBeginImageContext(CGSize size) {
 
 void UIGraphicsBeginImageContextWithOptions(CGSize size, BOOL opaque, CGFloat scale) {
   const CGFloat pixels = scale == 0 ? [[UIScreen mainScreen] scale] : scale;
-  stack.push(veltro::host::create_uikit_context(size, opaque != NO, pixels), true, pixels);
+  push(create_context(size, opaque != NO, pixels), true, pixels);
 }
 
 UIImage *UIGraphicsGetImageFromCurrentImageContext(void) {
-  if (!stack.top_is_for_image() || stack.top() == nullptr)
+  if (stack.empty() || !stack.back().for_image || stack.back().context == nullptr)
     return nil;
-  const CGImageRef image =
-      veltro::host::create_image(veltro::host::context_of(stack.top())->pixels());
+  const CGImageRef image = CGBitmapContextCreateImage(stack.back().context.get());
   UIImage *const result = [UIImage imageWithCGImage:image
-                                              scale:stack.scale()
+                                              scale:stack.back().scale
                                         orientation:UIImageOrientationUp];
   CGImageRelease(image);
   return result;
 }
 
 void UIGraphicsEndImageContext(void) {
-  if (stack.top_is_for_image())
-    stack.pop();
+  if (!stack.empty() && stack.back().for_image)
+    stack.pop_back();
 }
 
 void UIRectFill(CGRect rect) {

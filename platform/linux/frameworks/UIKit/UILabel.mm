@@ -88,7 +88,7 @@ bool labels_are_white() {
   CGFloat blue = 0;
   CGFloat alpha = 0;
   [_textColor getRed:&red green:&green blue:&blue alpha:&alpha];
-  cairo_t *const cairo = veltro::host::context_of(UIGraphicsGetCurrentContext())->cairo();
+  cairo_t *const cairo = veltro::host::cairo_of(UIGraphicsGetCurrentContext());
   cairo_set_source_rgba(cairo, red, green, blue, alpha);
   // In the middle of its height, as labels are; text that is too high begins at the top.
   const double free = std::max(0.0, (rect.size.height - layout.height()) / 2);

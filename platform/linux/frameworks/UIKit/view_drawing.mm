@@ -58,9 +58,9 @@ void draw_view(UIView *view, CGContextRef context) {
   CGContextSaveGState(context);
   if ([view alpha] < 1) {
     // The view and all it holds fade as one picture.
-    cairo_push_group(context_of(context)->cairo());
+    cairo_push_group(cairo_of(context));
     draw_content(view, context);
-    cairo_t *const cairo = context_of(context)->cairo();
+    cairo_t *const cairo = cairo_of(context);
     cairo_pop_group_to_source(cairo);
     cairo_paint_with_alpha(cairo, [view alpha]);
   } else {

@@ -1,55 +1,47 @@
 #include "machine/images/bitmap.hpp"
 
+#include <algorithm>
+#include <climits>
 #include <cstdlib>
-#include <cstring>
 
 namespace veltro::host {
 namespace {
-
-constexpr std::size_t kBytesAPixel = 4;
 
 bool has_pixels(std::size_t width, std::size_t height) {
   return width > 0 && height > 0 && width <= kMaxSide && height <= kMaxSide;
 }
 
+std::uint32_t with_red_and_blue_swapped(std::uint32_t word) {
+  return (word & 0xFF00FF00) | (word >> 16 & 0xFF) | (word & 0xFF) << 16;
+}
+
 } // namespace
 
-std::shared_ptr<Bitmap> Bitmap::create(std::size_t width, std::size_t height, bool opaque) {
+Bitmap create_bitmap(std::size_t width, std::size_t height, bool opaque) {
   if (!has_pixels(width, height))
-    return nullptr;
-  const std::size_t stride = width * kBytesAPixel;
-  auto *data = static_cast<unsigned char *>(std::calloc(height, stride));
-  if (data == nullptr)
-    return nullptr;
-  return std::shared_ptr<Bitmap>(new Bitmap(data, width, height, stride, opaque, true));
+    return {};
+  auto *const words = static_cast<std::uint32_t *>(std::calloc(height, width * 4));
+  return {{words, std::free}, width, height, width * 4, opaque};
 }
 
-std::shared_ptr<Bitmap> Bitmap::over(void *data, std::size_t width, std::size_t height,
-                                     std::size_t stride, bool opaque) {
-  if (!has_pixels(width, height) || data == nullptr || stride < width * kBytesAPixel ||
-      stride > kMaxSide * kBytesAPixel * 2 || stride % kBytesAPixel != 0)
-    return nullptr;
-  return std::shared_ptr<Bitmap>(
-      new Bitmap(static_cast<unsigned char *>(data), width, height, stride, opaque, false));
+Bitmap bitmap_over(void *data, std::size_t width, std::size_t height, std::size_t stride,
+                   bool opaque) {
+  if (!has_pixels(width, height) || stride < width * 4 || stride > INT_MAX || stride % 4 != 0)
+    return {};
+  return {{static_cast<std::uint32_t *>(data), [](void *) {}}, width, height, stride, opaque};
 }
 
-Bitmap::~Bitmap() {
-  if (owned_)
-    std::free(data_);
-}
-
-std::shared_ptr<Bitmap> Bitmap::copy() const {
-  std::shared_ptr<Bitmap> other = create(width_, height_, opaque_);
-  if (other == nullptr)
+Bitmap clone(const Bitmap &bitmap, bool swapped) {
+  Bitmap other = create_bitmap(bitmap.width, bitmap.height, bitmap.opaque);
+  if (other.words == nullptr)
     std::abort();
-  for (std::size_t y = 0; y < height_; ++y)
-    std::memcpy(other->row(y), row(y), width_ * kBytesAPixel);
+  for (std::size_t y = 0; y < bitmap.height; ++y)
+    if (swapped)
+      std::transform(bitmap.row(y), bitmap.row(y) + bitmap.width, other.row(y),
+                     with_red_and_blue_swapped);
+    else
+      std::copy_n(bitmap.row(y), bitmap.width, other.row(y));
   return other;
-}
-
-void Pixels::detach() {
-  const std::unique_lock lock(mutex_);
-  bitmap_ = bitmap_->copy();
 }
 
 } // namespace veltro::host

@@ -5,28 +5,16 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 namespace veltro::host {
 namespace {
 
-constexpr const char *kTruncated = "it is truncated";
-
-struct Release {
-  void operator()(void *object) const { g_object_unref(object); }
-};
-using Loader = std::unique_ptr<GdkPixbufLoader, Release>;
-
-/// What the loader's signal tells, and what it is to do about it.
+/// What the loader's signal is to do, and what it tells.
 struct Reading {
   ReadOptions options;
-  bool size_only = false;
-  std::size_t width = 0;
-  std::size_t height = 0;
-  bool refused = false;
+  ImageFile image;
 };
 
 bool is_jpeg(GdkPixbufLoader *loader) {
@@ -38,52 +26,29 @@ bool is_jpeg(GdkPixbufLoader *loader) {
 }
 
 void size_is_known(GdkPixbufLoader *loader, int width, int height, Reading *reading) {
-  reading->width = static_cast<std::size_t>(std::max(width, 0));
-  reading->height = static_cast<std::size_t>(std::max(height, 0));
-  reading->refused = reading->width > kMaxSide || reading->height > kMaxSide ||
-                     reading->width * reading->height > reading->options.max_pixels;
-  if (reading->refused || reading->size_only) {
+  const ReadOptions &options = reading->options;
+  ImageFile &image = reading->image;
+  image.width = static_cast<std::size_t>(width);
+  image.height = static_cast<std::size_t>(height);
+  if (image.width > kMaxSide || image.height > kMaxSide ||
+      image.width * image.height > options.max_pixels)
+    image.problem =
+        "its " + std::to_string(width) + " x " + std::to_string(height) + " pixels are too many";
+  if (options.size_only || !image.problem.empty()) {
     // Tells the loader to go no further.
     gdk_pixbuf_loader_set_size(loader, 0, 0);
     return;
   }
-  const std::size_t least = reading->options.least_side;
-  if (least == 0 || !is_jpeg(loader))
+  if (options.least_side == 0 || !is_jpeg(loader))
     return;
-  for (const std::size_t divisor : {8U, 4U, 2U}) {
-    const std::size_t less_wide = (reading->width + divisor - 1) / divisor;
-    const std::size_t less_high = (reading->height + divisor - 1) / divisor;
-    if (less_wide >= least && less_high >= least) {
-      gdk_pixbuf_loader_set_size(loader, static_cast<int>(less_wide), static_cast<int>(less_high));
+  for (const int divisor : {8, 4, 2}) {
+    const int less_wide = (width + divisor - 1) / divisor;
+    const int less_high = (height + divisor - 1) / divisor;
+    if (std::cmp_greater_equal(std::min(less_wide, less_high), options.least_side)) {
+      gdk_pixbuf_loader_set_size(loader, less_wide, less_high);
       return;
     }
   }
-}
-
-std::string text_and_free(GError *error) {
-  std::string text = error != nullptr ? error->message : "it is no image";
-  g_clear_error(&error);
-  return text;
-}
-
-/// Puts the file through a loader; the problem, if there is one.
-std::string load(GdkPixbufLoader *loader, std::span<const std::uint8_t> file, Reading &reading) {
-  g_signal_connect(loader, "size-prepared", G_CALLBACK(size_is_known), &reading);
-  GError *error = nullptr;
-  const bool written = gdk_pixbuf_loader_write(loader, file.data(), file.size(), &error) != 0;
-  // A loader must be closed in any case; what went wrong first is what is told.
-  GError *late = nullptr;
-  const bool closed = gdk_pixbuf_loader_close(loader, written ? &late : nullptr) != 0;
-  if (reading.refused) {
-    g_clear_error(&error);
-    g_clear_error(&late);
-    return "its " + std::to_string(reading.width) + " x " + std::to_string(reading.height) +
-           " pixels are too many";
-  }
-  if (written && closed)
-    return "";
-  const std::string text = text_and_free(written ? late : error);
-  return is_truncated(file) ? kTruncated : text;
 }
 
 int orientation_of(GdkPixbuf *pixbuf) {
@@ -93,54 +58,44 @@ int orientation_of(GdkPixbuf *pixbuf) {
 }
 
 std::shared_ptr<Pixels> pixels_of(GdkPixbuf *pixbuf) {
-  const bool has_alpha = gdk_pixbuf_get_has_alpha(pixbuf) != 0;
-  std::shared_ptr<Bitmap> bitmap =
-      Bitmap::create(static_cast<std::size_t>(gdk_pixbuf_get_width(pixbuf)),
-                     static_cast<std::size_t>(gdk_pixbuf_get_height(pixbuf)), !has_alpha);
-  if (bitmap == nullptr)
-    return nullptr;
-  convert(*bitmap, gdk_pixbuf_read_pixels(pixbuf),
-          static_cast<std::size_t>(gdk_pixbuf_get_rowstride(pixbuf)),
-          has_alpha ? kRgbaBytes : kRgbBytes);
-  return std::make_shared<Pixels>(std::move(bitmap));
+  return convert(static_cast<std::size_t>(gdk_pixbuf_get_width(pixbuf)),
+                 static_cast<std::size_t>(gdk_pixbuf_get_height(pixbuf)),
+                 gdk_pixbuf_read_pixels(pixbuf),
+                 static_cast<std::size_t>(gdk_pixbuf_get_rowstride(pixbuf)),
+                 gdk_pixbuf_get_has_alpha(pixbuf) != 0 ? kRgbaBytes : kRgbBytes);
 }
 
 } // namespace
 
 ImageFile read_image(std::span<const std::uint8_t> file, const ReadOptions &options) {
-  ImageFile result;
+  Reading reading{options, {}};
+  ImageFile &image = reading.image;
   if (file.empty()) {
-    result.problem = "it is empty";
-    return result;
+    image.problem = "it is empty";
+    return image;
   }
-  const Loader loader(gdk_pixbuf_loader_new());
-  Reading reading{.options = options};
-  result.problem = load(loader.get(), file, reading);
-  if (!result.problem.empty())
-    return result;
-  if (is_truncated(file)) {
-    result.problem = kTruncated;
-    return result;
-  }
-  GdkPixbuf *const pixbuf = gdk_pixbuf_loader_get_pixbuf(loader.get());
-  if (pixbuf != nullptr) {
-    result.orientation = orientation_of(pixbuf);
-    result.pixels = pixels_of(pixbuf);
-  }
-  if (result.pixels == nullptr)
-    result.problem = "it has no pixels";
-  return result;
-}
-
-ImageSize read_image_size(std::span<const std::uint8_t> file) {
-  if (file.empty())
-    return {0, 0, "it is empty"};
-  const Loader loader(gdk_pixbuf_loader_new());
-  Reading reading{.options = {}, .size_only = true};
-  const std::string problem = load(loader.get(), file, reading);
+  const std::unique_ptr<GdkPixbufLoader, void (*)(void *)> loader(gdk_pixbuf_loader_new(),
+                                                                  g_object_unref);
+  g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(size_is_known), &reading);
+  GError *error = nullptr;
+  gdk_pixbuf_loader_write(loader.get(), file.data(), file.size(), &error);
+  // A loader must be closed in any case; what went wrong first is what is told.
+  gdk_pixbuf_loader_close(loader.get(), error == nullptr ? &error : nullptr);
+  const std::unique_ptr<GError, void (*)(GError *)> complaint(error, g_error_free);
   // Told to go no further, a loader complains; that is no problem of the file's.
-  const bool known = reading.width > 0 && reading.height > 0;
-  return {reading.width, reading.height, known && !reading.refused ? "" : problem};
+  if (!image.problem.empty() || (options.size_only && image.width > 0 && image.height > 0))
+    return image;
+  if (is_truncated(file)) {
+    image.problem = "it is truncated";
+  } else if (error != nullptr) {
+    image.problem = error->message;
+  } else if (GdkPixbuf *const pixbuf = gdk_pixbuf_loader_get_pixbuf(loader.get())) {
+    image.orientation = orientation_of(pixbuf);
+    image.pixels = pixels_of(pixbuf);
+  }
+  if (image.pixels == nullptr && image.problem.empty())
+    image.problem = "it has no pixels";
+  return image;
 }
 
 } // namespace veltro::host

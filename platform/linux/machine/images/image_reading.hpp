@@ -3,9 +3,7 @@
 
 #include "machine/images/bitmap.hpp"
 
-#include <cstdint>
 #include <limits>
-#include <memory>
 #include <span>
 #include <string>
 
@@ -17,9 +15,14 @@ struct ReadOptions {
   /// Where it is not 0, a JPEG may be read at a half, a quarter or an eighth of its size, as long
   /// as no side falls below this many pixels.
   std::size_t least_side = 0;
+  /// Reads the size of the stored image, and no pixels.
+  bool size_only = false;
 };
 
 struct ImageFile {
+  /// Of the stored image, in pixels; 0 where it is not known.
+  std::size_t width = 0;
+  std::size_t height = 0;
   /// Null where the file could not be read.
   std::shared_ptr<Pixels> pixels;
   /// How to stand upright, 1 to 8 in the numbering of TIFF and EXIF.
@@ -28,17 +31,7 @@ struct ImageFile {
   std::string problem;
 };
 
-struct ImageSize {
-  std::size_t width = 0;
-  std::size_t height = 0;
-  /// What is wrong with the file, in words; empty where nothing is.
-  std::string problem;
-};
-
 /// Reads the whole file; one that ends early is not read.
 ImageFile read_image(std::span<const std::uint8_t> file, const ReadOptions &options);
-
-/// Reads the size of the stored image, and no pixels.
-ImageSize read_image_size(std::span<const std::uint8_t> file);
 
 } // namespace veltro::host
