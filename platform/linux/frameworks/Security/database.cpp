@@ -116,7 +116,7 @@ int Database::run(const char *sql) {
 int Database::number(const std::string &sql, std::int64_t &out) {
   Statement statement(*this, sql);
   const int code = statement.step();
-  out = code == SQLITE_ROW ? statement.field(0).integer : 0;
+  out = code == SQLITE_ROW ? statement.integer(0) : 0;
   return code == SQLITE_ROW || code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
@@ -217,24 +217,24 @@ int Statement::columns() const {
   return sqlite3_column_count(statement_);
 }
 
+std::int64_t Statement::integer(int column) const {
+  return sqlite3_column_int64(statement_, column);
+}
+
 // Nobody else uses the connection meanwhile, so that the value may be looked at as it is.
-Field Statement::field(int column) const {
+void Statement::read(int column, Field &out) const {
   sqlite3_value *const value = sqlite3_column_value(statement_, column);
-  const auto bytes = [&]() -> std::string_view {
-    const void *const start = sqlite3_value_blob(value);
-    return {static_cast<const char *>(start), static_cast<std::size_t>(sqlite3_value_bytes(value))};
-  };
-  switch (sqlite3_value_type(value)) {
-  case SQLITE_INTEGER:
-    return Field::of(std::int64_t{sqlite3_value_int64(value)});
-  case SQLITE_FLOAT:
-    return Field::of(sqlite3_value_double(value));
-  case SQLITE_TEXT:
-    return Field::text(bytes());
-  case SQLITE_BLOB:
-    return Field::data(bytes());
-  default:
-    return {};
+  const int type = sqlite3_value_type(value);
+  if (type == SQLITE_NULL) {
+    out = {};
+  } else if (type == SQLITE_INTEGER) {
+    out = Field::of(std::int64_t{sqlite3_value_int64(value)});
+  } else if (type == SQLITE_FLOAT) {
+    out = Field::of(sqlite3_value_double(value));
+  } else {
+    const std::string_view bytes(static_cast<const char *>(sqlite3_value_blob(value)),
+                                 static_cast<std::size_t>(sqlite3_value_bytes(value)));
+    out = type == SQLITE_TEXT ? Field::text(bytes) : Field::data(bytes);
   }
 }
 

@@ -98,7 +98,10 @@ public:
   int step();
 
   [[nodiscard]] int columns() const;
-  [[nodiscard]] Field field(int column) const; ///< holds until the next step
+  [[nodiscard]] std::int64_t integer(int column) const;
+
+  /// Replaces `out` by a column's value, which holds until the next step.
+  void read(int column, Field &out) const;
 
 private:
   sqlite3_stmt *statement_;

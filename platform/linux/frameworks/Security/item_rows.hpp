@@ -22,8 +22,8 @@ public:
   Selection(Database &database, const Query &query);
 };
 
-/// The row that a statement stands on that selects every column.
-Row row_of(const Statement &statement);
+/// Reads the row that a statement stands on that selects every column.
+void read_row(const Statement &statement, Row &out);
 
 /// The rest return SQLite's result code; SQLITE_DONE where all went well.
 int delete_items(Database &database, const Query &query);

@@ -56,7 +56,8 @@ int replace(const Session &session, std::int64_t id, const Fields &changes,
   selection.bind(1, Field::of(id));
   if (const int code = selection.step(); code != SQLITE_ROW)
     return code == SQLITE_DONE ? SQLITE_INTERNAL : code;
-  Row row = row_of(selection);
+  Row row;
+  read_row(selection, row);
   Secret old;
   if (!secret) {
     std::string associated_data;
@@ -124,7 +125,7 @@ OSStatus update(const Query &query, const Fields &changes, std::optional<std::st
     Selection selection(session.database(), query);
     while ((query.limit == 0 || std::ssize(found) < query.limit) &&
            (code = selection.step()) == SQLITE_ROW)
-      found.push_back(row_of(selection).id);
+      found.push_back(selection.integer(0));
   }
   OSStatus status = found.empty() ? errSecItemNotFound : errSecSuccess;
   for (const std::int64_t id : found)
@@ -145,7 +146,7 @@ bool Search::next() {
     code_ = selection_->step();
     if (code_ != SQLITE_ROW)
       return false;
-    row_ = row_of(*selection_);
+    read_row(*selection_, row_);
     write_associated_data(row_.fields, associated_data_);
     if (with_secrets_)
       secret_ = unseal(session_.key(), associated_data_, row_.sealed);

@@ -42,8 +42,11 @@ private:
     while (names.step() == SQLITE_ROW) {
       Statement row(from_,
                     "SELECT *" + by_index + "= ?1 AND acct = ?2 AND agrp = ?3 AND sync = ?4");
-      for (int at = 0; at < 4; ++at)
-        row.bind(at + 1, names.field(at));
+      for (int at = 0; at < 4; ++at) {
+        Field name;
+        names.read(at, name);
+        row.bind(at + 1, name);
+      }
       if (const int code = copy(row); code != SQLITE_OK)
         return code;
     }
@@ -54,7 +57,8 @@ private:
     // The identifier, the attributes and the sealed secret, whatever a format has between them.
     constexpr int kColumns = static_cast<int>(kAttributes.size()) + 2;
     while (rows.step() == SQLITE_ROW && rows.columns() >= kColumns) {
-      Row row = row_of(rows);
+      Row row;
+      read_row(rows, row);
       row.id = 0;
       const int code = insert_item(to_, row);
       // A row that shows twice, or without what a row must have, is none.

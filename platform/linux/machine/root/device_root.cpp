@@ -22,9 +22,11 @@ std::string without_trailing_slashes(std::string path) {
   return path;
 }
 
-std::string absolute(const std::string &path) {
+std::string absolute(std::string path) {
+  if (path.starts_with('/'))
+    return path;
   std::error_code ignored;
-  return path.starts_with('/') ? path : (std::filesystem::current_path(ignored) / path).string();
+  return (std::filesystem::current_path(ignored) / path).string();
 }
 
 } // namespace
