@@ -29,17 +29,18 @@ public:
 
 private:
   /// An object and what it was made of.
-  struct Shared {
+  struct Value {
     std::string bytes;
+    std::int64_t integer = 0;
     double real = 0;
     id object = nil;
   };
 
-  id new_value(std::size_t at, const Field &field);
-  id shared(std::size_t at, const Field &field);
+  /// The object for a value, which holds until the next item.
+  id value(std::size_t at, const Field &field);
 
   bool data_, attributes_;
-  std::vector<Shared> last_; ///< of each attribute
+  std::vector<Value> last_; ///< of each attribute
 };
 
 } // namespace veltro::host::keychain

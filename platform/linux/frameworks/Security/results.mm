@@ -14,18 +14,8 @@ NSData *new_data(Secret secret) {
                                         freeWhenDone:YES];
 }
 
-} // namespace
-
-Results::Results(bool data, bool attributes)
-    : data_(data), attributes_(attributes), last_(attributes ? kAttributes.size() : 0) {}
-
-Results::~Results() {
-  for (const Shared &value : last_)
-    [value.object release];
-}
-
-id Results::new_value(std::size_t at, const Field &field) {
-  switch (kAttributes[at].kind) {
+id new_value(Kind kind, const Field &field) {
+  switch (kind) {
   case Kind::data:
     return [[classes().data alloc] initWithBytes:field.bytes.data() length:field.bytes.size()];
   case Kind::number:
@@ -34,28 +24,38 @@ id Results::new_value(std::size_t at, const Field &field) {
   case Kind::synchronizable:
     return [(id)(field.integer != 0 ? kCFBooleanTrue : kCFBooleanFalse) retain];
   case Kind::date:
-    return shared(created, field); // an item that was never changed has one date
+    return [[classes().date alloc] initWithTimeIntervalSinceReferenceDate:field.real];
   case Kind::text:
   case Kind::accessible:
     break;
   }
-  return shared(at, field);
+  return [[classes().string alloc] initWithBytes:field.bytes.data()
+                                          length:field.bytes.size()
+                                        encoding:NSUTF8StringEncoding];
+}
+
+} // namespace
+
+Results::Results(bool data, bool attributes)
+    : data_(data), attributes_(attributes), last_(attributes ? kAttributes.size() : 0) {}
+
+Results::~Results() {
+  for (const Value &value : last_)
+    [value.object release];
 }
 
 // The rows of one listing mostly have the same group, accessibility and service as the row before.
-id Results::shared(std::size_t at, const Field &field) {
-  Shared &last = last_[at];
-  if (last.object == nil || last.bytes != field.bytes || last.real != field.real) {
+id Results::value(std::size_t at, const Field &field) {
+  Value &last = last_[at];
+  if (last.object == nil || last.integer != field.integer || last.real != field.real ||
+      last.bytes != field.bytes) {
     [last.object release];
-    last.object = field.type == Field::Type::real
-                      ? [[classes().date alloc] initWithTimeIntervalSinceReferenceDate:field.real]
-                      : [[classes().string alloc] initWithBytes:field.bytes.data()
-                                                         length:field.bytes.size()
-                                                       encoding:NSUTF8StringEncoding];
-    last.bytes = field.bytes;
+    last.object = new_value(kAttributes[at].kind, field);
+    last.integer = field.integer;
     last.real = field.real;
+    last.bytes = field.bytes;
   }
-  return [last.object retain];
+  return last.object;
 }
 
 void Results::wipe_secret_of(id result) {
@@ -67,25 +67,27 @@ void Results::wipe_secret_of(id result) {
 }
 
 id Results::new_result(const Fields &fields, Secret secret) {
+  NSData *const data = data_ ? new_data(std::move(secret)) : nil;
   if (!attributes_)
-    return new_data(std::move(secret));
+    return data;
   std::array<id, kAttributes.size() + 1> values;
   std::array<id, kAttributes.size() + 1> keys;
   std::size_t count = 0;
   for (std::size_t at = 0; at < kAttributes.size(); ++at)
     if (fields[at].present()) {
+      // An item that was never changed has one date.
+      const bool unchanged = at == modified && fields[at].real == fields[created].real;
       keys[count] = (id)*kKeys[at];
-      values[count++] = new_value(at, fields[at]);
+      values[count++] = value(unchanged ? created : at, fields[at]);
     }
   if (data_) {
     keys[count] = (id)kSecValueData;
-    values[count++] = new_data(std::move(secret));
+    values[count++] = data;
   }
   NSDictionary *const result = [[classes().dictionary alloc] initWithObjects:values.data()
                                                                      forKeys:keys.data()
                                                                        count:count];
-  for (std::size_t at = 0; at < count; ++at)
-    [values[at] release];
+  [data release];
   return result;
 }
 
