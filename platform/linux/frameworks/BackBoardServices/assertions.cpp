@@ -30,107 +30,84 @@ std::vector<pid_t> processes_of(const std::string &identifier, std::string &exec
 } // namespace
 
 struct Assertion::State {
-  State(std::string app, std::function<void(bool)> on_result)
-      : identifier(std::move(app)), report(std::move(on_result)) {}
-
   const std::string identifier;
-  std::function<void(bool)> report; ///< empty once it was called
+  std::function<void(bool)> report;     ///< empty once it was called
+  enum { due, held, over } phase = due; ///< guarded by the monitor's mutex
   std::string executable;
   std::vector<pid_t> processes;
   int looks = 0;
-  // Guarded by the monitor's lock.
-  bool acquired = false;
-  bool given_up = false;
 };
 
-class Monitor {
-public:
-  static Monitor &shared() {
-    // Never destroyed: its thread may outlast the process's static objects.
-    static Monitor &monitor = *new Monitor;
-    return monitor;
-  }
+namespace {
 
-  void add(const std::shared_ptr<Assertion::State> &state) {
-    const std::lock_guard lock(mutex_);
-    states_.push_back(state);
-    if (std::exchange(running_, true))
-      changed_.notify_all();
-    else
-      std::thread([this] { run(); }).detach();
-  }
+using State = Assertion::State;
 
-  void give_up(Assertion::State &state) {
-    const std::lock_guard lock(mutex_);
-    state.given_up = true;
-    changed_.notify_all();
-  }
+struct Monitor {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<std::shared_ptr<State>> states;
+  bool running = false;
+};
 
-  bool valid(const Assertion::State &state) {
-    const std::lock_guard lock(mutex_);
-    return state.acquired && !state.given_up;
-  }
+// Never destroyed: its thread may outlast the process's static objects.
+Monitor &monitor() {
+  static Monitor &only = *new Monitor;
+  return only;
+}
 
-  bool valid(const std::string &identifier) {
-    const std::lock_guard lock(mutex_);
-    return std::ranges::any_of(states_, [&](const auto &state) {
-      return state->identifier == identifier && state->acquired && !state->given_up;
+void acquire(State &state) {
+  state.processes = processes_of(state.identifier, state.executable);
+  std::unique_lock lock(monitor().mutex);
+  const bool acquired = state.phase == State::due && !state.processes.empty();
+  state.phase = acquired ? State::held : State::over;
+  lock.unlock();
+  std::exchange(state.report, nullptr)(acquired);
+}
+
+void resume(const State &state, pid_t process) {
+  const std::lock_guard lock(monitor().mutex);
+  if (state.phase == State::held)
+    kill(process, SIGCONT);
+}
+
+void poll(State &state) {
+  if (state.report)
+    acquire(state);
+  else if (++state.looks % kLooksBetweenSearches == 0)
+    state.processes = processes_of(state.identifier, state.executable);
+  for (const pid_t process : state.processes)
+    if (stopped_by_signal(process) && runs(process, state.executable))
+      resume(state, process);
+}
+
+[[noreturn]] void run() {
+  Monitor &all = monitor();
+  while (true) {
+    std::unique_lock lock(all.mutex);
+    all.changed.wait(lock, [&] { return !all.states.empty(); });
+    const std::vector<std::shared_ptr<State>> states = all.states;
+    lock.unlock();
+    for (const auto &state : states)
+      poll(*state);
+    lock.lock();
+    std::erase_if(all.states,
+                  [](const auto &state) { return !state->report && state->phase == State::over; });
+    all.changed.wait_for(lock, kBetweenLooks, [&] {
+      return std::ranges::any_of(all.states, [](const auto &state) { return !!state->report; });
     });
   }
+}
 
-private:
-  void run() {
-    std::unique_lock lock(mutex_);
-    while (!states_.empty()) {
-      const std::vector<std::shared_ptr<Assertion::State>> states = states_;
-      lock.unlock();
-      for (const auto &state : states)
-        poll(*state);
-      lock.lock();
-      std::erase_if(states_, [](const auto &state) {
-        return !state->report && (state->given_up || !state->acquired);
-      });
-      if (std::ranges::all_of(states_, [](const auto &state) { return !state->report; }))
-        changed_.wait_for(lock, kBetweenLooks);
-    }
-    running_ = false;
-  }
-
-  void poll(Assertion::State &state) {
-    if (state.report)
-      acquire(state);
-    else if (++state.looks % kLooksBetweenSearches == 0)
-      state.processes = processes_of(state.identifier, state.executable);
-    for (const pid_t process : state.processes)
-      if (stopped_by_signal(process) && runs(process, state.executable))
-        resume(state, process);
-  }
-
-  void acquire(Assertion::State &state) {
-    state.processes = processes_of(state.identifier, state.executable);
-    bool acquired = false;
-    {
-      const std::lock_guard lock(mutex_);
-      acquired = state.acquired = !state.given_up && !state.processes.empty();
-    }
-    std::exchange(state.report, nullptr)(acquired);
-  }
-
-  void resume(const Assertion::State &state, pid_t process) {
-    const std::lock_guard lock(mutex_);
-    if (state.acquired && !state.given_up)
-      kill(process, SIGCONT);
-  }
-
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::shared_ptr<Assertion::State>> states_;
-  bool running_ = false;
-};
+} // namespace
 
 Assertion::Assertion(std::string identifier, std::function<void(bool)> report)
     : state_(std::make_shared<State>(std::move(identifier), std::move(report))) {
-  Monitor::shared().add(state_);
+  Monitor &all = monitor();
+  const std::lock_guard lock(all.mutex);
+  all.states.push_back(state_);
+  all.changed.notify_all();
+  if (!std::exchange(all.running, true))
+    std::thread(run).detach();
 }
 
 Assertion::~Assertion() {
@@ -138,15 +115,20 @@ Assertion::~Assertion() {
 }
 
 bool Assertion::valid() const {
-  return Monitor::shared().valid(*state_);
+  const std::lock_guard lock(monitor().mutex);
+  return state_->phase == State::held;
 }
 
 void Assertion::give_up() {
-  Monitor::shared().give_up(*state_);
+  const std::lock_guard lock(monitor().mutex);
+  state_->phase = State::over;
 }
 
 bool is_kept_alive(const std::string &identifier) {
-  return Monitor::shared().valid(identifier);
+  const std::lock_guard lock(monitor().mutex);
+  return std::ranges::any_of(monitor().states, [&](const auto &state) {
+    return state->identifier == identifier && state->phase == State::held;
+  });
 }
 
 } // namespace veltro::host

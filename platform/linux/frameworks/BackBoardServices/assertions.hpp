@@ -1,5 +1,5 @@
-// What keeps apps running: one thread, while there is any assertion, that continues the processes
-// of asserted apps whenever a signal has stopped them.
+// What keeps apps running: one thread, from the first assertion on, that continues the processes of
+// asserted apps whenever a signal has stopped them.
 #pragma once
 
 #include <functional>
@@ -25,10 +25,9 @@ public:
   /// due is given nevertheless, and is no.
   void give_up();
 
-private:
   struct State;
-  friend class Monitor;
 
+private:
   std::shared_ptr<State> state_;
 };
 

@@ -1,6 +1,7 @@
 #include <MobileGestalt.h>
 
 #include "machine/device/machine.hpp"
+
 #import <Foundation/Foundation.h>
 
 #include <gtest/gtest.h>
