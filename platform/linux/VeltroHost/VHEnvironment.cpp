@@ -2,7 +2,6 @@
 
 #include "machine/device/environment.hpp"
 #include "machine/device/release.hpp"
-#include "machine/device/screen.hpp"
 #include "machine/log/early_log_line.hpp"
 #include "machine/log/log_line.hpp"
 #include "machine/log/log_sink.hpp"

@@ -49,7 +49,6 @@ BOOL succeeded(const std::string &problem, NSError **error) {
 - (BOOL)installApplication:(NSURL *)bundle
                withOptions:(NSDictionary *)options
                      error:(NSError **)error {
-  (void)options;
   return succeeded([bundle isFileURL] ? veltro::host::install_app(utf8_of([bundle path]))
                                       : "not a file URL",
                    error);
@@ -62,7 +61,6 @@ BOOL succeeded(const std::string &problem, NSError **error) {
 - (BOOL)uninstallApplication:(NSString *)identifier
                  withOptions:(NSDictionary *)options
                        error:(NSError **)error {
-  (void)options;
   return succeeded(veltro::host::remove_app(utf8_of(identifier)), error);
 }
 

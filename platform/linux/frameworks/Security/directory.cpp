@@ -1,6 +1,6 @@
 #include "frameworks/Security/directory.hpp"
 
-#include "machine/files/atomic_file.hpp"
+#include "machine/files/file.hpp"
 #include "machine/log/log_line.hpp"
 
 #include <Security/SecBase.h>

@@ -3,7 +3,7 @@
 
 #import <UIKit/UIScreen.h>
 
-#include "machine/device/screen.hpp"
+#include "machine/device/environment.hpp"
 
 @implementation UIScreen
 

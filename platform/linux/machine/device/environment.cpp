@@ -41,4 +41,14 @@ void set_variable_reporter(void (*reporter)(const char *problem)) {
   reporter_of_variables = reporter;
 }
 
+int screen_scale() {
+  constexpr const char *kVariable = "VELTRO_SCREEN_SCALE";
+  const std::string_view chosen = variable(kVariable);
+  if (chosen.size() == 1 && chosen.front() >= '1' && chosen.front() <= '3')
+    return chosen.front() - '0';
+  if (!chosen.empty())
+    report_variable(kVariable, "1, 2 or 3");
+  return 2;
+}
+
 } // namespace veltro::host

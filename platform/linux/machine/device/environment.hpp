@@ -15,4 +15,8 @@ void report_variable(const char *name, const char *must_be);
 /// there is one: while the process starts no line can be logged.
 void set_variable_reporter(void (*reporter)(const char *problem));
 
+/// Pixels a point: `VELTRO_SCREEN_SCALE` as it stands at this moment, 1, 2 or 3; 2 where it is
+/// unset or empty, and where it is something else, which is reported.
+int screen_scale();
+
 } // namespace veltro::host

@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 
 namespace veltro::host {
 
@@ -28,6 +30,20 @@ std::optional<std::string> read_all(int file) {
     else if (errno != EINTR)
       return std::nullopt;
   }
+}
+
+bool replace_file(const std::string &path, std::string_view contents) {
+  std::string fresh = path + ".XXXXXX";
+  const File file = File::of(mkostemp(fresh.data(), O_CLOEXEC));
+  if (!file)
+    return false;
+  const bool written = write_all(file.number(), contents) && fsync(file.number()) == 0;
+  if (written && rename(fresh.c_str(), path.c_str()) == 0)
+    return true;
+  const int error = errno;
+  unlink(fresh.c_str());
+  errno = error;
+  return false;
 }
 
 } // namespace veltro::host

@@ -1,4 +1,4 @@
-// A file descriptor of one owner, and whole transfers through it.
+// A file descriptor of one owner, whole transfers through it, and files that are replaced whole.
 #pragma once
 
 #include <fcntl.h>
@@ -45,5 +45,10 @@ bool write_all(int file, std::string_view bytes);
 /// All that is left to read, over interruptions by signals; nothing with errno set where that
 /// fails.
 std::optional<std::string> read_all(int file);
+
+/// Replaces the file at `path` as a whole, so that a reader in any process sees the old one or the
+/// new one: writes `contents` to a new file of mode 0600 beside it, to the disk, and renames that.
+/// Whether it could; where not, errno says why, `path` is as it was and nothing is left behind.
+bool replace_file(const std::string &path, std::string_view contents);
 
 } // namespace veltro::host

@@ -1,7 +1,7 @@
 // Variables that have no meaning: one line in the log, and the default.
 
+#include "machine/device/environment.hpp"
 #include "machine/device/release.hpp"
-#include "machine/device/screen.hpp"
 #include "machine/log/log_sink.hpp"
 #include "support/captured_log.hpp"
 

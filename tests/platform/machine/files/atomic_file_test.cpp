@@ -1,4 +1,4 @@
-#include "machine/files/atomic_file.hpp"
+#include "machine/files/file.hpp"
 
 #include "support/scratch.hpp"
 

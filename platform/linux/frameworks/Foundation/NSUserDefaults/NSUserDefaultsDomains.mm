@@ -8,7 +8,7 @@
 
 #include "frameworks/Foundation/NSPropertyListSerialization/binary_property_list.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
-#include "machine/files/atomic_file.hpp"
+#include "machine/files/file.hpp"
 #include "machine/log/log_line.hpp"
 #include "machine/property_lists/corrupt_file.hpp"
 #include "machine/property_lists/property_list.hpp"
