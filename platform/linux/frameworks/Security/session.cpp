@@ -138,6 +138,8 @@ OSStatus Connection::open_files(bool create, bool &corrupt) {
     const std::string fresh = paths_.database + ".new";
     if (const OSStatus made = make_database_file(fresh); made != errSecSuccess)
       return made;
+    // No file is ever read with another one's log: that of a file which was removed goes first.
+    remove_database_files(paths_.database);
     if (::rename(fresh.c_str(), paths_.database.c_str()) != 0)
       return file_error(errno, paths_.database);
     if (const OSStatus synced = sync_directory(paths_); synced != errSecSuccess)

@@ -182,6 +182,19 @@ TEST_F(KeychainFiles, MayBeTakenAwayAndPutBackWhileInUse) {
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
 }
 
+TEST_F(KeychainFiles, MadeAnewReadNothingOfARemovedOnesLog) {
+  ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
+  for (NSString *const next : {@"bob", @"cid"}) {
+    ASSERT_GT(files::file_size(paths().database + "-wal"), 0U);
+    files::remove(paths().database);
+    EXPECT_EQ(status_of_search(item(nil, nil)), errSecItemNotFound);
+    EXPECT_EQ(add(@"mail", next, "two"), errSecSuccess);
+    EXPECT_EQ([list(item(nil, nil)) count], 1U) << "only the one that was added since";
+    EXPECT_TRUE([secret(item(@"mail", next)) isEqual:bytes("two")]);
+    close_keychain();
+  }
+}
+
 TEST_F(KeychainFiles, AreStillLookedAtWhenTheyAreUsedOften) {
   ASSERT_EQ(add(@"mail", @"ann", "secret"), errSecSuccess);
   const auto use_often = [] {
