@@ -48,12 +48,13 @@ Paths Paths::at(const std::string &device_root) {
 }
 
 Identity Identity::of(const struct stat &status) {
-  return {status.st_dev, status.st_ino, 0};
+  return {status.st_dev, status.st_ino, 0, 0};
 }
 
 Identity Identity::with_change(const struct stat &status) {
   constexpr std::int64_t kSecond = 1'000'000'000;
-  return {status.st_dev, status.st_ino, status.st_ctim.tv_sec * kSecond + status.st_ctim.tv_nsec};
+  return {status.st_dev, status.st_ino, status.st_ctim.tv_sec * kSecond + status.st_ctim.tv_nsec,
+          status.st_mode};
 }
 
 void log_trouble(std::string_view file, std::string_view trouble) {

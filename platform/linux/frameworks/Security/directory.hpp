@@ -25,6 +25,7 @@ struct Identity {
   dev_t device = 0;
   ino_t number = 0;
   std::int64_t changed = 0; ///< in nanoseconds; zero for a file that changes in place
+  mode_t mode = 0;          ///< zero likewise; it may change before the time ticks
   bool operator==(const Identity &) const = default;
 
   /// Of the file itself, whatever is written to it.
