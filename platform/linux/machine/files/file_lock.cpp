@@ -2,20 +2,36 @@
 
 #include <cerrno>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 namespace veltro::host {
+namespace {
 
-FileLock::FileLock(const std::string &path) : file_(path, O_RDONLY) {
-  if (!file_) {
-    error_ = errno;
-    return;
-  }
-  while (flock(file_.number(), LOCK_EX) != 0) {
-    if (errno == EINTR)
-      continue;
-    error_ = errno;
-    return;
-  }
+bool is_at(const std::string &path, const File &file) {
+  struct stat held{};
+  struct stat named{};
+  return fstat(file.number(), &held) == 0 && stat(path.c_str(), &named) == 0 &&
+         held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+}
+
+} // namespace
+
+FileLock::FileLock(const std::string &path) {
+  // What was waited for may have been removed meanwhile, and another one may have its name: the
+  // others lock that.
+  do {
+    file_ = File(path, O_RDONLY);
+    if (!file_) {
+      error_ = errno;
+      return;
+    }
+    while (flock(file_.number(), LOCK_EX) != 0) {
+      if (errno == EINTR)
+        continue;
+      error_ = errno;
+      return;
+    }
+  } while (!is_at(path, file_));
 }
 
 } // namespace veltro::host

@@ -5,11 +5,14 @@
 #include "support/scratch.hpp"
 
 #include <cerrno>
+#include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/file.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -19,6 +22,7 @@ std::vector<ssize_t>
 std::string written;
 std::vector<int> locks; ///< results of flock to come, 0 or errno
 int lock_calls;
+std::function<void()> before_lock; ///< called once, by the next flock
 
 ssize_t next_result() {
   const ssize_t result = results.front();
@@ -52,6 +56,8 @@ ssize_t read(int file, void *bytes, size_t length) {
 
 int flock(int file, int operation) noexcept {
   ++lock_calls;
+  if (before_lock)
+    std::exchange(before_lock, nullptr)();
   if (locks.empty())
     return static_cast<int>(syscall(SYS_flock, file, operation));
   errno = locks.front();
@@ -108,6 +114,29 @@ TEST(FileLock, TellsWhyItIsNotHeld) {
   const FileLock refused(folder.path());
   EXPECT_FALSE(refused);
   EXPECT_EQ(refused.error(), ENOLCK);
+}
+
+TEST(FileLock, LocksWhatHasTheNameAfterItsWait) {
+  const veltro::test::ScratchFolder folder;
+  const std::string path = folder.path() / "locked";
+  const std::string away = folder.path() / "away";
+  std::filesystem::create_directory(path);
+  before_lock = [&] {
+    std::filesystem::rename(path, away);
+    std::filesystem::create_directory(path);
+  };
+  {
+    const FileLock lock(path);
+    EXPECT_TRUE(lock);
+    const File other(path, O_RDONLY);
+    EXPECT_NE(::flock(other.number(), LOCK_EX | LOCK_NB), 0) << "somebody else's turn";
+    const File old(away, O_RDONLY);
+    EXPECT_EQ(::flock(old.number(), LOCK_EX | LOCK_NB), 0) << "nobody's";
+  }
+  before_lock = [&] { std::filesystem::remove(path); };
+  const FileLock none(path);
+  EXPECT_FALSE(none);
+  EXPECT_EQ(none.error(), ENOENT);
 }
 
 } // namespace
