@@ -1,6 +1,5 @@
 #include "machine/files/watched_path.hpp"
 
-#include <cstdlib>
 #include <ctime>
 #include <utility>
 
@@ -10,19 +9,27 @@ namespace {
 // More than the longest tick of the kernel's coarse clock (10 ms at 100 Hz).
 constexpr long long kSettlingNanoseconds = 20'000'000;
 
-long long nanoseconds_since(time_t seconds, long nanoseconds) {
+long long nanoseconds(long long seconds, long long rest) {
+  return seconds * 1'000'000'000 + rest;
+}
+
+long long coarse_time() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  return (static_cast<long long>(now.tv_sec) - seconds) * 1'000'000'000 + now.tv_nsec - nanoseconds;
+  return nanoseconds(now.tv_sec, now.tv_nsec);
 }
 
 } // namespace
 
-WatchedPath::WatchedPath(std::string path)
-    : path_(std::move(path)), identity_(now()),
-      stable_(!identity_.exists ||
-              std::llabs(nanoseconds_since(identity_.seconds, identity_.nanoseconds)) >
-                  kSettlingNanoseconds) {}
+WatchedPath::WatchedPath(std::string path) : path_(std::move(path)) {
+  // Two looks at the clock: any time may pass before the one or the other.
+  const long long before = coarse_time();
+  identity_ = now();
+  const long long after = coarse_time();
+  const long long changed = nanoseconds(identity_.seconds, identity_.nanoseconds);
+  stable_ = !identity_.exists || changed < before - kSettlingNanoseconds ||
+            changed > after + kSettlingNanoseconds;
+}
 
 bool WatchedPath::unchanged() const {
   return stable_ && same();

@@ -36,7 +36,7 @@ private:
 
   std::string path_;
   Identity identity_;
-  bool stable_;
+  bool stable_ = false;
 };
 
 } // namespace veltro::host
