@@ -83,7 +83,7 @@ TEST(RealProcesses, MessagingAppRunsInAnyCase) {
 TEST(RealProcesses, LongerNameIsNotTheMessagingAppButIsFound) {
   const std::string name = own_name("WhatsAppX").substr(0, 15);
   const NamedProcess app(name.c_str());
-  EXPECT_FALSE([entry_of(app.pid()) isEqual:nil]);
+  EXPECT_TRUE([[entry_of(app.pid()) objectForKey:@"PROCESS_NAME"] isEqual:text(name)]);
   EXPECT_FALSE([ZLTUtils isWhatsAppRunning]);
   EXPECT_EQ([[UIDevice currentDevice] __zltGetPIDForProcess:text(name)], app.pid());
   EXPECT_NE([[UIDevice currentDevice] __zltGetPIDForProcess:@"WhatsAppX"], 0);
