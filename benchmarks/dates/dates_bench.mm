@@ -7,8 +7,10 @@
 
 namespace {
 
-constexpr NSUInteger kDayAndWeek = 2044;
-constexpr NSUInteger kMinute = 124;
+constexpr NSUInteger kMinute = NSCalendarUnitYear | NSCalendarUnitMonth | NSCalendarUnitDay |
+                               NSCalendarUnitHour | NSCalendarUnitMinute;
+constexpr NSUInteger kDayAndWeek = kMinute | NSCalendarUnitSecond | NSUInteger{NSWeekCalendarUnit} |
+                                   NSCalendarUnitWeekday | NSCalendarUnitWeekdayOrdinal;
 
 /// A pool of its own around every 16 runs, so that neither side gathers garbage.
 template <typename Work> void run(benchmark::State &state, Work work) {
@@ -60,7 +62,10 @@ NSDate *minute(NSDate *date) {
 bool before_today(NSInteger days, NSDate *date) {
   NSDate *now = [NSDate date];
   NSDate *start = nil;
-  [[NSCalendar currentCalendar] rangeOfUnit:16 startDate:&start interval:nullptr forDate:now];
+  [[NSCalendar currentCalendar] rangeOfUnit:NSCalendarUnitDay
+                                  startDate:&start
+                                   interval:nullptr
+                                    forDate:now];
   return [date compare:add(-days, start)] == NSOrderedDescending &&
          [date compare:start] == NSOrderedAscending;
 }

@@ -29,6 +29,11 @@ constexpr const char *kSample = "0";
 constexpr const char *kSample = "12";
 #endif
 
+constexpr NSUInteger kFields = NSCalendarUnitYear | NSCalendarUnitMonth | NSCalendarUnitDay |
+                               NSCalendarUnitHour | NSCalendarUnitMinute | NSCalendarUnitSecond |
+                               NSUInteger{NSWeekCalendarUnit} | NSCalendarUnitWeekday |
+                               NSCalendarUnitWeekdayOrdinal;
+
 NSDate *date_of(double seconds) {
   return [NSDate dateWithTimeIntervalSince1970:seconds];
 }
@@ -38,7 +43,7 @@ void check_fields(const std::vector<long> &fact) {
   [calendar setFirstWeekday:2];
   [calendar setMinimumDaysInFirstWeek:4];
   NSDate *date = date_of(static_cast<double>(fact[0]) + 0.25);
-  NSDateComponents *components = [calendar components:2044 fromDate:date];
+  NSDateComponents *components = [calendar components:kFields fromDate:date];
   const std::vector<long> found{
       fact[0],           [components year],   [components month],  [components day],
       [components hour], [components minute], [components second], [components weekday],
@@ -47,7 +52,7 @@ void check_fields(const std::vector<long> &fact) {
   // A minute whose beginning the clocks skip (Liberia's of 1972 has 30 seconds) comes out as
   // another.
   const auto begin = static_cast<double>(fact[0] - fact[6]);
-  if ([[calendar components:2044 fromDate:date_of(begin)] second] != 0)
+  if ([[calendar components:kFields fromDate:date_of(begin)] second] != 0)
     return;
   // Of an hour that comes twice the later pass is the result.
   NSDate *minute = [date zlt_normalizedDateWithDate];
@@ -60,7 +65,7 @@ void check_fields(const std::vector<long> &fact) {
 /// `moment`, and when its day began.
 void check_start(double moment, double start) {
   NSDate *found = nil;
-  ASSERT_TRUE([[NSCalendar currentCalendar] rangeOfUnit:16
+  ASSERT_TRUE([[NSCalendar currentCalendar] rangeOfUnit:NSCalendarUnitDay
                                               startDate:&found
                                                interval:nullptr
                                                 forDate:date_of(moment)]);

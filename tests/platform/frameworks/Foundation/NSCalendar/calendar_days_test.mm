@@ -7,7 +7,13 @@ namespace {
 using veltro::test::at;
 using veltro::test::DefaultZone;
 
-constexpr NSUInteger kEverything = 2 | 2044 | 2048 | 4096 | 8192 | 16384 | 32768;
+constexpr NSUInteger kDayAndWeek = NSCalendarUnitYear | NSCalendarUnitMonth | NSCalendarUnitDay |
+                                   NSCalendarUnitHour | NSCalendarUnitMinute |
+                                   NSCalendarUnitSecond | NSUInteger{NSWeekCalendarUnit} |
+                                   NSCalendarUnitWeekday | NSCalendarUnitWeekdayOrdinal;
+constexpr NSUInteger kEverything = NSCalendarUnitEra | kDayAndWeek | NSCalendarUnitQuarter |
+                                   NSCalendarUnitWeekOfMonth | NSCalendarUnitWeekOfYear |
+                                   NSCalendarUnitYearForWeekOfYear | NSCalendarUnitNanosecond;
 
 NSCalendar *calendar_named(NSString *identifier, NSString *zone) {
   NSCalendar *calendar = [[[NSCalendar alloc] initWithCalendarIdentifier:identifier] autorelease];
@@ -79,7 +85,7 @@ TEST(Components, NameTheirCalendarAndTimeZone) {
 }
 
 TEST(Components, OfNoDateAreNothing) {
-  NSDateComponents *found = [gregorian() components:2044 fromDate:nil];
+  NSDateComponents *found = [gregorian() components:kDayAndWeek fromDate:nil];
   EXPECT_EQ([found year], 0);
   EXPECT_EQ([found month], 0);
   EXPECT_EQ([found day], 0);
@@ -115,7 +121,7 @@ TEST(Components, FollowTheTimeZoneFileBeyond2037) {
 TEST(Components, WorkWithAnOffsetOnly) {
   NSCalendar *calendar = gregorian();
   [calendar setTimeZone:[NSTimeZone timeZoneForSecondsFromGMT:20'700]];
-  NSDateComponents *found = [calendar components:2044 fromDate:unix_date(0)];
+  NSDateComponents *found = [calendar components:kDayAndWeek fromDate:unix_date(0)];
   EXPECT_EQ([found hour], 5);
   EXPECT_EQ([found minute], 45);
 }
@@ -129,7 +135,7 @@ TEST(Components, WorkWithATimeZonesOwnData) {
 
 TEST(Components, OfOtherCalendarsComeFromGNUstepInTheSameTimeZone) {
   NSDateComponents *found = [calendar_named(NSCalendarIdentifierBuddhist, @"America/New_York")
-      components:2044
+      components:kDayAndWeek
         fromDate:unix_date(1'710'358'245)];
   EXPECT_EQ([found year], 2567);
   EXPECT_EQ([found month], 3);
@@ -176,7 +182,7 @@ TEST(DateFromComponents, FindsDaysByTheirWeek) {
   [components setWeekOfYear:11];
   [components setWeekday:4];
   NSDate *date = [gregorian() dateFromComponents:components];
-  NSDateComponents *found = [gregorian() components:2044 fromDate:date];
+  NSDateComponents *found = [gregorian() components:kDayAndWeek fromDate:date];
   EXPECT_EQ([found week], 11);
   EXPECT_EQ([found weekday], 4);
   EXPECT_EQ([found hour], 0);
@@ -272,13 +278,13 @@ TEST(RangeOfUnit, FindsWhereUnitsBeginAndHowLongTheyLast) {
 TEST(RangeOfUnit, FillsInOnlyWhatIsWanted) {
   const DefaultZone zone(@"UTC");
   NSDate *start = nil;
-  EXPECT_TRUE([[NSCalendar currentCalendar] rangeOfUnit:16
+  EXPECT_TRUE([[NSCalendar currentCalendar] rangeOfUnit:NSCalendarUnitDay
                                               startDate:&start
                                                interval:nullptr
                                                 forDate:unix_date(1000)]);
   EXPECT_EQ([start timeIntervalSince1970], 0);
   NSTimeInterval length = 0;
-  EXPECT_TRUE([[NSCalendar currentCalendar] rangeOfUnit:16
+  EXPECT_TRUE([[NSCalendar currentCalendar] rangeOfUnit:NSCalendarUnitDay
                                               startDate:nullptr
                                                interval:&length
                                                 forDate:unix_date(1000)]);

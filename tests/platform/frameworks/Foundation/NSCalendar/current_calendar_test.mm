@@ -73,7 +73,7 @@ TEST_F(CurrentCalendar, AutoupdatingFollowsTheTimeZone) {
   EXPECT_STREQ(zone_of(calendar), "Asia/Tokyo");
   EXPECT_EQ([[calendar components:32 fromDate:date] hour], 9);
   NSDate *start = nil;
-  [calendar rangeOfUnit:16 startDate:&start interval:nullptr forDate:date];
+  [calendar rangeOfUnit:NSCalendarUnitDay startDate:&start interval:nullptr forDate:date];
   EXPECT_EQ([start timeIntervalSince1970], -9 * 3600);
 }
 
