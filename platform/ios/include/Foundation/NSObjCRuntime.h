@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Foundation/NSFoundationVersionNumber.h>
 #include <objc/objc.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -43,6 +44,5 @@ enum : NSInteger { NSNotFound = __INTPTR_MAX__ };
 
 @class NSString;
 
-FOUNDATION_EXPORT double NSFoundationVersionNumber;
 FOUNDATION_EXPORT SEL NSSelectorFromString(NSString *name);
 FOUNDATION_EXPORT void NSLog(NSString *format, ...) __attribute__((format(__NSString__, 1, 2)));
