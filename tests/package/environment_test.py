@@ -16,7 +16,9 @@ def files(*patterns):
 
 
 read = {}
-for path in files('bridge', 'keychain', 'utils', 'dates', 'ui', 'platform', 'tools', 'examples', 'scripts', 'tests', 'Makefile'):
+with open('cmake/modules.txt', encoding='utf-8') as file:
+    modules = file.read().split()
+for path in files(*modules, 'platform', 'tools', 'examples', 'scripts', 'tests', 'Makefile'):
     # CMake's variables are not the environment's; tests set what they like for their own programs.
     if path.endswith(('CMakeLists.txt', '.cmake')) or path.startswith('tests/package/'):
         continue
