@@ -28,7 +28,7 @@ struct {
 
 /// A calendar of GNUstep's own (autoreleased) that belongs to the calling thread only, with the
 /// settings of `settings` and the time zone `zone`. GNUstep's calendars change inside while they
-/// result, so that two threads cannot share one.
+/// work, so that two threads cannot share one.
 NSCalendar *gnustep_calendar(NSCalendar *settings, NSTimeZone *zone) {
   NSCalendar *calendar =
       [[[NSCalendar alloc] initWithCalendarIdentifier:[settings calendarIdentifier]] autorelease];

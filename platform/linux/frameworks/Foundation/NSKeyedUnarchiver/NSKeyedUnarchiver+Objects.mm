@@ -1,8 +1,7 @@
 // What NSKeyedUnarchiver makes of one object of the archive, where GNUstep differs from the device.
 //
-// - requiresSecureCoding is enforced before the object is made: its class must be one of those
-// asked
-//   for, or inherit from one, and must support secure coding. Where a class decodes a key without
+// - requiresSecureCoding is enforced before the object is made: its class must be asked for, or
+//   inherit from one that is, and must support secure coding. Where a class decodes a key without
 //   naming classes, those of the key that the object itself stands under hold. Two exceptions: the
 //   elements of a collection may be property list objects also where only the collection was named,
 //   and Foundation's other classes, which on the device name the classes of their own parts, may
