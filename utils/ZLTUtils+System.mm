@@ -35,11 +35,11 @@ bool runs_at_least(float threshold) {
   sysctlbyname("hw.machine", nullptr, &length, nullptr, 0);
   char *const model = static_cast<char *>(malloc(length));
   // No result is looked at: what cannot be read is left as the empty text that is put here first.
-  const bool has_room = length != 0 && model != nullptr;
-  if (has_room)
+  const bool is_writable = length != 0 && model != nullptr;
+  if (is_writable)
     *model = '\0';
   sysctlbyname("hw.machine", model, &length, nullptr, 0);
-  NSString *const text = [NSString stringWithFormat:@"%s", has_room ? model : ""];
+  NSString *const text = [NSString stringWithFormat:@"%s", is_writable ? model : ""];
   free(model);
   return text;
 }

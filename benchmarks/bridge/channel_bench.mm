@@ -161,7 +161,7 @@ BOOL running(id /*self*/, SEL /*command*/) {
   return YES;
 }
 
-/// Sets the process check aside while it lives.
+/// Leaves the process check out while it lives.
 class WithoutProcessCheck {
 public:
   WithoutProcessCheck()
@@ -243,8 +243,8 @@ void request_veltro(benchmark::State &state) {
   report_peak(state, before);
 }
 
-void request_alone_veltro(benchmark::State &state) {
-  const WithoutProcessCheck aside;
+void bare_request_veltro(benchmark::State &state) {
+  const WithoutProcessCheck unchecked;
   request_veltro(state);
 }
 
@@ -296,9 +296,9 @@ void log_line(benchmark::State &state) {
 
 constexpr std::int64_t kLarge = std::int64_t{64} << 20;
 
-BENCHMARK(request_alone_veltro)->Name("request/veltro")->Arg(64)->UseRealTime();
+BENCHMARK(bare_request_veltro)->Name("request/veltro")->Arg(64)->UseRealTime();
 BENCHMARK_CAPTURE(request_posix, , false)->Name("request/posix")->Arg(64)->UseRealTime();
-BENCHMARK(request_alone_veltro)
+BENCHMARK(bare_request_veltro)
     ->Name("request/veltro")
     ->Arg(kLarge)
     ->UseRealTime()

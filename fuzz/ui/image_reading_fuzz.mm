@@ -59,7 +59,7 @@ std::uint32_t checksum(std::span<const std::uint8_t> bytes) {
 }
 
 /// Makes the checksums of a damaged PNG right again, so that the damage is read and not refused.
-void mend_checksums(std::span<std::uint8_t> rest) {
+void patch_checksums(std::span<std::uint8_t> rest) {
   while (rest.size() >= 12) {
     const std::size_t length = std::size_t{rest[0]} << 24 | std::size_t{rest[1]} << 16 |
                                std::size_t{rest[2]} << 8 | rest[3];
@@ -84,7 +84,7 @@ Bytes file_of(std::span<const std::uint8_t> input) {
     file[(input[0] * 256U + input[1]) % file.size()] = input[2];
   file.resize(file.size() - cut);
   if (patched && file.size() > 8)
-    mend_checksums(std::span(file).subspan(8));
+    patch_checksums(std::span(file).subspan(8));
   return file;
 }
 

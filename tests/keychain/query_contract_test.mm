@@ -147,7 +147,7 @@ id note_capacity(id type, SEL /*selector*/, NSUInteger wanted) {
   return [[[type alloc] init] autorelease];
 }
 
-TEST_F(Query, TheDictionaryHasRoomForThree) {
+TEST_F(Query, TheDictionaryIsMadeForThreeObjects) {
   const ReplacedMethod replaced(
       class_getClassMethod([NSMutableDictionary class], @selector(dictionaryWithCapacity:)),
       note_capacity);

@@ -44,7 +44,7 @@ TEST(LoadingView, PlacesThemByTheSizeOnly) {
   expect_rect([label_of(view) frame], 0, 76, 100, 20);
 }
 
-TEST(LoadingView, ClampsNothingWhereThereIsNoRoom) {
+TEST(LoadingView, ClampsNothingInAPanelTooSmall) {
   expect_rect([spinner_of(view_of(0, 0, 40, 30)) frame], 8, -7, 24, 24);
   ZLTLoadingView *const view = view_of(0, 0, 0, 0);
   ASSERT_NE(view, nil);

@@ -60,7 +60,7 @@ void free(void *block) {
 
 namespace {
 
-class NoRoom : public testing::Test {
+class ModelWithoutMemory : public testing::Test {
 protected:
   void SetUp() override {
 #if __has_feature(address_sanitizer)
@@ -70,7 +70,7 @@ protected:
   }
 };
 
-TEST_F(NoRoom, NothingIsWrittenToABlockOfNoBytes) {
+TEST_F(ModelWithoutMemory, NothingIsWrittenToABlockOfNoBytes) {
   void *const block = forbidden();
   handed = &block;
   for (const bool readable : {true, false}) {
@@ -82,13 +82,13 @@ TEST_F(NoRoom, NothingIsWrittenToABlockOfNoBytes) {
   handed = &none;
 }
 
-TEST_F(NoRoom, NothingIsWrittenWithoutMemory) {
+TEST_F(ModelWithoutMemory, NothingIsWrittenWithoutMemory) {
   reported = 4711;
   EXPECT_STREQ([[ZLTUtils platform] UTF8String], "");
   EXPECT_EQ(given, nullptr);
 }
 
-TEST_F(NoRoom, WhatCannotBeReadIsNotWhatStoodInTheMemory) {
+TEST_F(ModelWithoutMemory, WhatCannotBeReadIsNotWhatStoodInTheMemory) {
   void *const block = leftover;
   handed = &block;
   can_be_read = false;

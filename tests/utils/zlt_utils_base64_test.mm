@@ -97,7 +97,7 @@ TEST(FirstCodec, DecodesWhatItSkips) {
   EXPECT_EQ([ZLTUtils decodeBase64WithString:@"Zm9v\vYmFy"], nil);
 }
 
-TEST(FirstCodec, DropsALoneLastCharacter) {
+TEST(FirstCodec, DropsALastCharacterByItself) {
   EXPECT_TRUE([[ZLTUtils decodeBase64WithString:@"Zm9vY"] isEqual:bytes("foo")]);
 }
 
@@ -156,7 +156,7 @@ TEST(SecondCodec, DecodesWhatItSkips) {
   EXPECT_TRUE([[ZLTUtils base64DecodeString:@" \t\n\v\f\rZm9v"] isEqual:bytes("foo")]);
 }
 
-TEST(SecondCodec, RefusesALoneLastCharacter) {
+TEST(SecondCodec, RefusesALastCharacterByItself) {
   EXPECT_EQ([ZLTUtils base64DecodeString:@"Zm9vY"], nil);
   EXPECT_EQ([ZLTUtils base64DecodeString:@"Z=="], nil);
 }

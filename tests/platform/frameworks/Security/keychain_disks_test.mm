@@ -30,7 +30,7 @@ bool make_read_only(const files::path &folder) {
     }                                                                                              \
   } while (false)
 
-int fill_up(OSStatus expected, const std::function<void()> &make_room) {
+int fill_up(OSStatus expected, const std::function<void()> &make_space) {
   NSData *const large = [NSMutableData dataWithLength:20'000];
   int added = 0;
   OSStatus status = errSecSuccess;
@@ -46,7 +46,7 @@ int fill_up(OSStatus expected, const std::function<void()> &make_room) {
     CHECK_IN_CHILD([secret(item(@"full", [NSString stringWithFormat:@"%d", at])) isEqual:large]);
   CHECK_IN_CHILD([list(item(@"full", nil)) count] == static_cast<NSUInteger>(added));
   CHECK_IN_CHILD(quarantined_files() == 0);
-  make_room();
+  make_space();
   CHECK_IN_CHILD(add(@"full", @"after", "x") == errSecSuccess);
   CHECK_IN_CHILD([list(item(@"full", nil)) count] == static_cast<NSUInteger>(added) + 1);
   return 0;

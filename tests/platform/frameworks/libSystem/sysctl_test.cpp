@@ -55,7 +55,7 @@ std::string name_of(pid_t identifier) {
   return "(absent)";
 }
 
-TEST(ProcessTable, SizeLeavesRoomToSpare) {
+TEST(ProcessTable, SizeIsMoreThanTheTableTakes) {
   std::size_t size = 0;
   ASSERT_EQ(read_table(nullptr, &size), 0);
   EXPECT_EQ(size % sizeof(kinfo_proc), 0U);

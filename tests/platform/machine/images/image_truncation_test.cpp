@@ -20,11 +20,11 @@ void expect_only_whole(const std::string &file, std::size_t signature) {
     EXPECT_TRUE(truncated(file.substr(0, length))) << length;
 }
 
-TEST(ImageFileEnd, FindsTheLastChunkOfAPNG) {
+TEST(ImageTruncation, FindsTheLastChunkOfAPNG) {
   expect_only_whole(test::png_of(2, 2, 3, std::vector<std::uint8_t>(12)), 8);
 }
 
-TEST(ImageFileEnd, FindsTheEndOfAJPEG) {
+TEST(ImageTruncation, FindsTheEndOfAJPEG) {
   using namespace std::string_literals;
   // Two segments, a scan with FF 00, a restart and filling FFs, another segment, another scan.
   expect_only_whole("\xFF\xD8\xFF\xE0\x00\x04\xFF\xD9\xFF\xFE\x00\x03!"
@@ -34,12 +34,12 @@ TEST(ImageFileEnd, FindsTheEndOfAJPEG) {
                     3);
 }
 
-TEST(ImageFileEnd, BelievesTheLengthInABMP) {
+TEST(ImageTruncation, BelievesTheLengthInABMP) {
   using namespace std::string_literals;
   expect_only_whole("BM\x0A\x00\x00\x00 end"s, 2);
 }
 
-TEST(ImageFileEnd, KnowsNothingOfOtherFiles) {
+TEST(ImageTruncation, KnowsNothingOfOtherFiles) {
   EXPECT_FALSE(truncated(""));
   EXPECT_FALSE(truncated("GIF89a"));
   EXPECT_FALSE(truncated("\x89PN"));
