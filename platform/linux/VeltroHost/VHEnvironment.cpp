@@ -2,9 +2,7 @@
 
 #include "machine/device/environment.hpp"
 #include "machine/device/release.hpp"
-#include "machine/log/early_log_line.hpp"
 #include "machine/log/log_line.hpp"
-#include "machine/log/log_sink.hpp"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // the system log, which has its own, without.
 
 #include "machine/files/file.hpp"
-#include "machine/log/log_sink.hpp"
+#include "machine/log/log_line.hpp"
 
 #import <Foundation/Foundation.h>
 

@@ -2,7 +2,7 @@
 
 #include "machine/device/environment.hpp"
 #include "machine/device/release.hpp"
-#include "machine/log/log_sink.hpp"
+#include "machine/log/log_line.hpp"
 #include "support/captured_log.hpp"
 
 #include <array>
