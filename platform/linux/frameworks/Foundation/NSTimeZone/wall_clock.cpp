@@ -62,10 +62,6 @@ UnixTime first_moment_of_day(const ZoneRules &zone, std::int64_t day) {
   return found.first ? *found.first : found.skipped.value_or(midnight);
 }
 
-UnixTime start_of_day(const ZoneRules &zone, UnixTime time) {
-  return first_moment_of_day(zone, floor_div(local_time(zone, time), kSecondsInDay));
-}
-
 std::int64_t seconds_to_same_time(const ZoneRules &zone, UnixTime time, std::int64_t days) {
   const std::int64_t elapsed = days * kSecondsInDay;
   const std::int64_t shown = floor_mod(local_time(zone, time), kSecondsInDay);

@@ -19,11 +19,8 @@ LocalTime local_time(const ZoneRules &zone, UnixTime time);
 /// The moment at which the clocks show `local`.
 UnixTime moment_of(const ZoneRules &zone, LocalTime local);
 
-/// The first moment of the local day that holds `time`: its midnight, the first of them where there
-/// are two, or the moment to which the clocks skip where there is none.
-UnixTime start_of_day(const ZoneRules &zone, UnixTime time);
-
-/// The first moment of the local day `day` (days since 1970), or of the next one that there is.
+/// The first moment of the local day `day` (days since 1970), or of the next one that there is: its
+/// midnight, the first of them where there are two, or the moment to which the clocks skip.
 UnixTime first_moment_of_day(const ZoneRules &zone, std::int64_t day);
 
 /// How many seconds after `time` the clocks show the same time of day, `days` days on (or back).

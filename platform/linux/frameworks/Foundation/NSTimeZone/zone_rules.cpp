@@ -3,7 +3,8 @@
 #include "frameworks/Foundation/NSCalendar/civil_date.hpp"
 
 #include <algorithm>
-#include <string>
+#include <charconv>
+#include <utility>
 
 namespace veltro::host {
 namespace {
@@ -16,55 +17,63 @@ std::int64_t number_at(std::span<const std::uint8_t> bytes, std::size_t at, std:
   return static_cast<std::int64_t>(value);
 }
 
-/// One block of a time-zone file: its header's counts and where its parts lie.
+std::string_view text_of(std::span<const std::uint8_t> bytes) {
+  return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+}
+
+/// One block of a time-zone file: how much it has and where its parts lie.
 struct Block {
-  static constexpr std::size_t kHeaderSize = 44;
-
-  static std::optional<Block> at(std::span<const std::uint8_t> file, std::size_t start,
-                                 std::size_t time_width) {
-    if (file.size() < start + kHeaderSize || file[start] != 'T' || file[start + 1] != 'Z' ||
-        file[start + 2] != 'i' || file[start + 3] != 'f')
-      return std::nullopt;
-    const auto count = [&](std::size_t index) {
-      return static_cast<std::size_t>(number_at(file, start + 20 + 4 * index, 4) & 0xFFFFFFFF);
-    };
-    Block block;
-    block.transitions = count(3);
-    block.types = count(4);
-    block.times_at = start + kHeaderSize;
-    block.indices_at = block.times_at + block.transitions * time_width;
-    block.types_at = block.indices_at + block.transitions;
-    block.end = block.types_at + 6 * block.types + count(5) + count(2) * (time_width + 4) +
-                count(1) + count(0);
-    if (block.types == 0 || block.end > file.size())
-      return std::nullopt;
-    return block;
-  }
-
-  std::size_t transitions = 0;
-  std::size_t types = 0;
-  std::size_t times_at = 0;
+  std::size_t transitions;
+  std::size_t types;
+  std::size_t times_at;
   std::size_t indices_at = 0;
   std::size_t types_at = 0;
   std::size_t end = 0;
 };
 
-bool is_leap_year(std::int64_t year) {
-  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+std::optional<Block> block_at(std::span<const std::uint8_t> file, std::size_t start,
+                              std::size_t time_width) {
+  constexpr std::size_t kHeaderSize = 44;
+  if (file.size() < start + kHeaderSize || !text_of(file.subspan(start)).starts_with("TZif"))
+    return std::nullopt;
+  const auto count = [&](std::size_t index) {
+    return static_cast<std::size_t>(number_at(file, start + 20 + 4 * index, 4) & 0xFFFFFFFF);
+  };
+  Block block{.transitions = count(3), .types = count(4), .times_at = start + kHeaderSize};
+  block.indices_at = block.times_at + block.transitions * time_width;
+  block.types_at = block.indices_at + block.transitions;
+  block.end = block.types_at + 6 * block.types + count(5) + count(2) * (time_width + 4) + count(1) +
+              count(0);
+  if (block.types == 0 || block.end > file.size())
+    return std::nullopt;
+  return block;
 }
 
-} // namespace
-
-/// Reads a rule's text from left to right; after a mistake nothing more is read.
-class YearlyRule::Reader {
+/// Reads a rule's text from left to right; what it reads after a mistake does not count.
+class RuleReader {
 public:
-  explicit Reader(std::string_view text) : rest_(text) {}
+  explicit RuleReader(std::string_view text) : rest_(text) {}
 
-  [[nodiscard]] bool good() const { return good_; }
-  [[nodiscard]] bool at_end() const { return rest_.empty(); }
+  std::optional<YearlyRule> rule() {
+    YearlyRule rule;
+    name();
+    rule.standard = rule.summer = -time(); // the text counts west of Greenwich
+    if (!rest_.empty()) {
+      name();
+      rule.summer = rest_.empty() || rest_.front() == ',' ? rule.standard + 3600 : -time();
+    }
+    if (!rest_.empty()) {
+      expect(',');
+      rule.to_summer = change();
+      expect(',');
+      rule.to_standard = change();
+    }
+    return good_ && rest_.empty() ? std::optional(rule) : std::nullopt;
+  }
 
+private:
   bool skip(char wanted) {
-    if (rest_.empty() || rest_.front() != wanted)
+    if (!rest_.starts_with(wanted))
       return false;
     rest_.remove_prefix(1);
     return true;
@@ -74,23 +83,24 @@ public:
 
   void name() {
     const bool quoted = skip('<');
-    const std::size_t before = rest_.size();
-    while (!rest_.empty() && (quoted ? rest_.front() != '>' : is_letter(rest_.front())))
-      rest_.remove_prefix(1);
-    good_ = good_ && before - rest_.size() >= 3;
+    const auto *const end = std::ranges::find_if(rest_, [&](char character) {
+      const char letter = static_cast<char>(character | 0x20);
+      return quoted ? character == '>' : letter < 'a' || letter > 'z';
+    });
+    const auto length = static_cast<std::size_t>(end - rest_.begin());
+    good_ = good_ && length >= 3;
+    rest_.remove_prefix(length);
     if (quoted)
       expect('>');
   }
 
   int number(int least, int most) {
-    int value = 0;
-    const std::size_t before = rest_.size();
-    while (!rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9' && value < 10000) {
-      value = value * 10 + (rest_.front() - '0');
-      rest_.remove_prefix(1);
-    }
-    good_ = good_ && before != rest_.size() && value >= least && value <= most;
-    return value;
+    unsigned value = 0;
+    const auto [end, error] = std::from_chars(rest_.begin(), rest_.end(), value);
+    rest_.remove_prefix(static_cast<std::size_t>(end - rest_.begin()));
+    good_ = good_ && error == std::errc() && std::cmp_greater_equal(value, least) &&
+            std::cmp_less_equal(value, most);
+    return good_ ? static_cast<int>(value) : 0;
   }
 
   /// [+|-]hh[:mm[:ss]] in seconds.
@@ -106,18 +116,17 @@ public:
     return negative ? -seconds : seconds;
   }
 
-  Change change() {
-    Change result;
+  YearlyRule::Change change() {
+    YearlyRule::Change result;
     if (skip('M')) {
-      result.kind = Change::Kind::month_week_day;
       result.month = number(1, 12);
       expect('.');
       result.week = number(1, 5);
       expect('.');
       result.day = number(0, 6);
     } else if (skip('J')) {
-      result.kind = Change::Kind::julian_without_leap_day;
-      result.day = number(1, 365);
+      result.skips_leap_day = true;
+      result.day = number(1, 365) - 1;
     } else {
       result.day = number(0, 365);
     }
@@ -126,80 +135,39 @@ public:
     return result;
   }
 
-private:
-  static bool is_letter(char character) {
-    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');
-  }
-
   std::string_view rest_;
   bool good_ = true;
 };
 
-std::optional<YearlyRule> YearlyRule::parsed(std::string_view text) {
-  Reader reader(text);
-  YearlyRule rule;
-  reader.name();
-  rule.standard_ = -reader.time(); // the text counts west of Greenwich
-  if (!reader.at_end()) {
-    rule.has_summer_ = true;
-    rule.summer_ = rule.standard_ + 3600;
-    reader.name();
-    if (!reader.skip(',')) {
-      rule.summer_ = -reader.time();
-      reader.expect(',');
-    }
-    rule.to_summer_ = reader.change();
-    reader.expect(',');
-    rule.to_standard_ = reader.change();
+/// The local time of the change in the year `year`.
+std::int64_t local_seconds(const YearlyRule::Change &change, std::int64_t year) {
+  std::int64_t day = days_from_civil(year, std::max(change.month, 1), 1);
+  if (change.month != 0) {
+    day += floor_mod(change.day - (weekday_of(day) - 1), 7) + std::int64_t{change.week - 1} * 7;
+    if (day >= days_from_civil(year, change.month + 1, 1))
+      day -= 7;
+  } else {
+    const std::int64_t march = days_from_civil(year, 3, 1) - day;
+    day += change.day + (change.skips_leap_day && change.day >= 59 ? march - 59 : 0);
   }
-  if (!reader.good() || !reader.at_end())
-    return std::nullopt;
-  return rule;
+  return day * kSecondsInDay + change.time;
 }
 
-std::int64_t YearlyRule::Change::local_seconds(std::int64_t year) const {
-  std::int64_t days = days_from_civil(year, 1, 1);
-  switch (kind) {
-  case Kind::zero_based:
-    days += day;
-    break;
-  case Kind::julian_without_leap_day:
-    days += day - 1 + (is_leap_year(year) && day >= 60 ? 1 : 0);
-    break;
-  case Kind::month_week_day: {
-    const std::int64_t first = days_from_civil(year, month, 1);
-    const std::int64_t next_month = days_from_civil(year, month + 1, 1);
-    days = first + floor_mod(day - (weekday_of(first) - 1), 7) + std::int64_t{week - 1} * 7;
-    if (days >= next_month)
-      days -= 7;
-    break;
-  }
-  }
-  return days * kSecondsInDay + time;
-}
-
-std::vector<Transition> YearlyRule::transitions_of(std::int64_t year) const {
-  if (!has_summer_)
+/// The transitions of the year `year`, in order of time.
+std::vector<Transition> transitions_of(const YearlyRule &rule, std::int64_t year) {
+  if (rule.summer == rule.standard)
     return {};
-  const Transition summer{to_summer_.local_seconds(year) - standard_, summer_};
-  const Transition standard{to_standard_.local_seconds(year) - summer_, standard_};
+  const Transition summer{local_seconds(rule.to_summer, year) - rule.standard, rule.summer};
+  const Transition standard{local_seconds(rule.to_standard, year) - rule.summer, rule.standard};
   return summer.time < standard.time ? std::vector{summer, standard}
                                      : std::vector{standard, summer};
 }
 
-std::int32_t YearlyRule::offset_at(UnixTime time) const {
-  if (!has_summer_)
-    return standard_;
-  // The year of the local date may be the one before or after that of UTC, and so may a rule's
-  // days.
-  const std::int64_t year = civil_from_days(floor_div(time, kSecondsInDay)).year;
-  std::int32_t offset = standard_;
-  for (const std::int64_t around : {year - 1, year, year + 1})
-    for (const Transition &transition : transitions_of(around))
-      if (transition.time <= time)
-        offset = transition.offset;
-  return offset;
+std::int64_t year_of(UnixTime time) {
+  return civil_from_days(floor_div(time, kSecondsInDay)).year;
 }
+
+} // namespace
 
 ZoneRules ZoneRules::fixed(std::int32_t offset) {
   ZoneRules rules;
@@ -208,23 +176,18 @@ ZoneRules ZoneRules::fixed(std::int32_t offset) {
 }
 
 std::optional<ZoneRules> ZoneRules::parsed(std::span<const std::uint8_t> file) {
-  std::optional<Block> block = Block::at(file, 0, 4);
+  std::optional<Block> block = block_at(file, 0, 4);
+  const bool has_wide_block = block && file[4] >= '2';
+  const std::size_t time_width = has_wide_block ? 8 : 4;
+  if (has_wide_block)
+    block = block_at(file, block->end, time_width);
   if (!block)
     return std::nullopt;
-  std::size_t time_width = 4;
-  const bool has_wide_block = file[4] >= '2';
-  if (has_wide_block) {
-    time_width = 8;
-    block = Block::at(file, block->end, time_width);
-    if (!block)
-      return std::nullopt;
-  }
 
   const auto offset_of = [&](std::size_t type) {
     return static_cast<std::int32_t>(number_at(file, block->types_at + 6 * type, 4));
   };
-  ZoneRules rules;
-  rules.first_offset_ = offset_of(0);
+  ZoneRules rules = fixed(offset_of(0));
   rules.table_.reserve(block->transitions);
   for (std::size_t i = 0; i < block->transitions; ++i) {
     const std::size_t type = file[block->indices_at + i];
@@ -237,28 +200,28 @@ std::optional<ZoneRules> ZoneRules::parsed(std::span<const std::uint8_t> file) {
     return std::nullopt;
 
   if (has_wide_block && file.size() > block->end + 2) {
-    std::string_view footer(reinterpret_cast<const char *>(file.data()) + block->end,
-                            file.size() - block->end);
-    footer.remove_prefix(1);
-    rules.rule_ = YearlyRule::parsed(footer.substr(0, footer.find('\n')));
+    const std::string_view footer = text_of(file.subspan(block->end + 1));
+    rules.rule_ = RuleReader(footer.substr(0, footer.find('\n'))).rule();
   }
   return rules;
 }
 
 std::optional<ZoneRules> ZoneRules::spelled(std::string_view text) {
-  for (const char *const dates : {"", ",M3.2.0,M11.1.0"}) {
-    ZoneRules rules;
-    rules.rule_ = YearlyRule::parsed(std::string(text) + dates);
-    if (rules.rule_)
-      return rules;
-  }
-  return std::nullopt;
+  const std::optional<YearlyRule> rule = RuleReader(text).rule();
+  if (!rule)
+    return std::nullopt;
+  ZoneRules rules = fixed(rule->standard);
+  rules.rule_ = rule;
+  return rules;
 }
 
 std::int32_t ZoneRules::offset_at(UnixTime time) const {
   const auto next = std::ranges::upper_bound(table_, time, {}, &Transition::time);
-  if (next == table_.end() && rule_)
-    return rule_->offset_at(time);
+  if (next == table_.end() && rule_) {
+    constexpr UnixTime kTwoYears = 731 * kSecondsInDay;
+    if (const auto recent = transitions_between(time - kTwoYears, time); !recent.empty())
+      return recent.back().offset;
+  }
   return next == table_.begin() ? first_offset_ : std::prev(next)->offset;
 }
 
@@ -269,10 +232,9 @@ std::vector<Transition> ZoneRules::transitions_between(UnixTime from, UnixTime t
     found.push_back(*next);
   if (next == table_.end() && rule_) {
     const UnixTime table_end = table_.empty() ? from : std::max(from, table_.back().time);
-    const std::int64_t last_year = civil_from_days(floor_div(to, kSecondsInDay)).year + 1;
-    for (std::int64_t year = civil_from_days(floor_div(table_end, kSecondsInDay)).year - 1;
-         year <= last_year; ++year)
-      for (const Transition &transition : rule_->transitions_of(year))
+    // A day of a local year may lie in the year before or after it in UTC.
+    for (std::int64_t year = year_of(table_end) - 1; year <= year_of(to) + 1; ++year)
+      for (const Transition &transition : transitions_of(*rule_, year))
         if (transition.time > table_end && transition.time <= to)
           found.push_back(transition);
   }

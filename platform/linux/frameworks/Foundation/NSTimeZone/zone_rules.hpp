@@ -19,35 +19,21 @@ struct Transition {
   std::int32_t offset = 0; ///< seconds east of Greenwich from then on
 };
 
-/// The part of a time-zone file after its table: "EST5EDT,M3.2.0,M11.1.0".
-class YearlyRule {
-public:
-  /// The rule that `text` spells, or nothing where it spells none.
-  static std::optional<YearlyRule> parsed(std::string_view text);
-
-  [[nodiscard]] std::int32_t offset_at(UnixTime time) const;
-  /// The transitions of year `year`, in order of time; none where the offset never changes.
-  [[nodiscard]] std::vector<Transition> transitions_of(std::int64_t year) const;
-
-private:
+/// What comes again every year.
+struct YearlyRule {
   /// A day of every year and the local time of the change.
   struct Change {
-    enum class Kind { month_week_day, julian_without_leap_day, zero_based };
-    Kind kind = Kind::zero_based;
-    int month = 0;
-    int week = 0;
-    int day = 0;
+    int month = 0; ///< 1 to 12; 0 where `day` counts through the year, from 0
+    int week = 0;  ///< of the month; 5 is the last
+    int day = 0;   ///< of the week; 0 is Sunday
+    bool skips_leap_day = false;
     std::int32_t time = 7200;
-
-    [[nodiscard]] std::int64_t local_seconds(std::int64_t year) const;
   };
-  class Reader;
 
-  std::int32_t standard_ = 0;
-  std::int32_t summer_ = 0;
-  bool has_summer_ = false;
-  Change to_summer_;
-  Change to_standard_;
+  std::int32_t standard = 0;
+  std::int32_t summer = 0; ///< the same as `standard` where the offset never changes
+  Change to_summer{.month = 3, .week = 2};
+  Change to_standard{.month = 11, .week = 1};
 };
 
 class ZoneRules {

@@ -29,6 +29,11 @@ LocalTime shown_after(const ZoneRules &zone, LocalTime from, std::int64_t days) 
   return local_time(zone, time + seconds_to_same_time(zone, time, days));
 }
 
+/// The first moment of the local day that holds `time`.
+UnixTime start_of_day(const ZoneRules &zone, UnixTime time) {
+  return first_moment_of_day(zone, floor_div(local_time(zone, time), kSecondsInDay));
+}
+
 LocalTime day_start_shown(const ZoneRules &zone, LocalTime at) {
   return local_time(zone, start_of_day(zone, moment_of(zone, at)));
 }
