@@ -172,7 +172,7 @@ TEST_F(Days, EqualWeekNumbersOfOtherYearsAreOtherWeeks) {
   EXPECT_FALSE([at(2024, 3, 13) veltro_isSameWeekAsDate:at(2025, 3, 12)]);
 }
 
-TEST_F(Days, AWeekGoesOnOverTheNewYear) {
+TEST_F(Days, AWeekContinuesOverTheNewYear) {
   // Sunday 29 December 2024 to Saturday 4 January 2025 is week 1.
   EXPECT_TRUE([at(2024, 12, 30) veltro_isSameWeekAsDate:at(2025, 1, 3)]);
   EXPECT_FALSE([at(2024, 12, 28) veltro_isSameWeekAsDate:at(2024, 12, 30)]);

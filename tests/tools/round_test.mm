@@ -143,7 +143,7 @@ TEST_F(RoundTool, KeepsEdgesSharpInReducedPhotographs) {
   EXPECT_LE(difference(picture.at(80, 80), {255, 255, 255, 255}), 8);
 }
 
-TEST_F(RoundTool, DoesManyAndGoesOnAfterAFailure) {
+TEST_F(RoundTool, DoesManyAndContinuesAfterAFailure) {
   std::vector<std::string> arguments{"round", "--size", "6x6", "--out-dir", path("made/out")};
   for (int number = 0; number < 20; ++number)
     arguments.push_back(file("in/" + std::to_string(number) + ".png", png_in_one_color(10, 10)));

@@ -217,7 +217,7 @@ TEST(CFStream, StaysFailedAfterAnError) {
   EXPECT_EQ(read_text(pair, 1), "error"); // a socket would now say that the stream has ended
 }
 
-TEST(CFStream, LetsTheOtherStreamGoOnAfterOneIsClosed) {
+TEST(CFStream, LetsTheOtherStreamContinueAfterOneIsClosed) {
   const LoopbackServer server([](Peer &peer) { peer.write(peer.read(1)); });
   const Pair pair(server.port());
   pair.open();

@@ -161,7 +161,7 @@ TEST(CGContext, TakesNull) {
   EXPECT_TRUE(CGContextIsPathEmpty(nullptr));
 }
 
-TEST(CGContext, KeepsAnImageThatWasTakenWhenItGoesOn) {
+TEST(CGContext, KeepsAnImageThatWasTakenWhenItContinues) {
   UIGraphicsBeginImageContextWithOptions(CGSizeMake(1, 1), NO, 1);
   const CGContextRef context = UIGraphicsGetCurrentContext();
   CGContextSetRGBFillColor(context, 1, 0, 0, 1);

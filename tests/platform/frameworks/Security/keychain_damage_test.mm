@@ -56,7 +56,7 @@ std::string corrupted(int kind, std::string file) {
   }
 }
 
-TEST_F(KeychainDamage, EveryCallSaysItOnceAndGoesOn) {
+TEST_F(KeychainDamage, EveryCallSaysItOnceAndContinues) {
   const std::vector<std::function<OSStatus()>> calls{
       [] { return status_of_search(item(@"mail", @"ann")); },
       [] { return status_of_search(with(item(nil, nil), kSecMatchLimit, (id)kSecMatchLimitAll)); },

@@ -250,7 +250,7 @@ TEST_F(KeychainFiles, OfANewerFormatAreLeftAsTheyAre) {
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("one")]);
 }
 
-TEST_F(KeychainFiles, OfAnOlderFormatGoOnInANewOne) {
+TEST_F(KeychainFiles, OfAnOlderFormatContinueInANewOne) {
   ASSERT_EQ(add(@"mail", @"ann", "one"), errSecSuccess);
   tamper("PRAGMA user_version = 1");
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);

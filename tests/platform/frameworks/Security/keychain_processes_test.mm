@@ -61,7 +61,7 @@ TEST_F(KeychainProcesses, SeeEachOthersChanges) {
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecItemNotFound);
 }
 
-TEST_F(KeychainProcesses, BothSidesOfAForkGoOn) {
+TEST_F(KeychainProcesses, BothSidesOfAForkContinue) {
   ASSERT_EQ(add(@"mail", @"before", "x"), errSecSuccess);
   std::vector<pid_t> children;
   for (int process = 0; process < 8; ++process) {

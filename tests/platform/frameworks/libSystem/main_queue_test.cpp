@@ -81,7 +81,7 @@ TEST(MainQueue, IsSerialThroughANestedDrain) {
   EXPECT_EQ(order, (std::vector{1, 2}));
 }
 
-TEST(MainQueue, GoesOnAfterAnException) {
+TEST(MainQueue, ContinuesAfterAnException) {
   MainQueue queue;
   int runs = 0;
   queue.add([] { throw 1; });
