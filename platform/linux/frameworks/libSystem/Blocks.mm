@@ -50,40 +50,39 @@ struct Byref {
   void (*destroy)(Byref *byref);
 };
 
-/// One reference more; an object that was referenced too often stays for ever.
-void retain(int &flags) {
+/// Changes the number of references by `change` and returns what it was. An object that was
+/// referenced too often stays for ever.
+int count_references(int &flags, int change) {
   const std::atomic_ref count(flags);
   int old = count.load();
   while ((old & kReferenceCountMask) != kReferenceCountMask &&
-         !count.compare_exchange_weak(old, old + 1)) {
+         !count.compare_exchange_weak(old, old + change)) {
   }
+  return old & kReferenceCountMask;
 }
 
-/// One reference less; whether that was the last.
-bool release(int &flags) {
-  const std::atomic_ref count(flags);
-  int old = count.load();
-  while ((old & kReferenceCountMask) != kReferenceCountMask && (old & kReferenceCountMask) != 0) {
-    if (count.compare_exchange_weak(old, old - 1))
-      return (old & kReferenceCountMask) == 1;
+/// A copy in the heap with so many references; null where memory ran out.
+template <typename Object>
+Object *copy_to_heap(const Object &from, std::size_t size, int references) {
+  auto *const copy = static_cast<Object *>(std::malloc(size));
+  if (copy != nullptr) {
+    std::memcpy(static_cast<void *>(copy), &from, size);
+    copy->flags = (from.flags & ~kReferenceCountMask) | kNeedsFree | references;
   }
-  return false;
+  return copy;
 }
 
 /// The heap's copy of a __block variable, with one reference more.
 Byref *keep_byref(Byref *on_stack) {
   Byref *const from = on_stack->forwarding;
   if ((from->flags & kNeedsFree) != 0) {
-    retain(from->flags);
+    count_references(from->flags, 1);
     return from;
   }
-  const auto size = static_cast<std::size_t>(from->size);
-  auto *const copy = static_cast<Byref *>(std::malloc(size));
+  // One reference is the caller's, one the scope's in which the variable was declared.
+  Byref *const copy = copy_to_heap(*from, static_cast<std::size_t>(from->size), 2);
   if (copy == nullptr)
     return nullptr;
-  std::memcpy(static_cast<void *>(copy), from, size);
-  // One reference is the caller's, one the scope's in which the variable was declared.
-  copy->flags = (from->flags & ~kReferenceCountMask) | kNeedsFree | 2;
   copy->forwarding = copy;
   from->forwarding = copy;
   if ((copy->flags & kHasCopyDispose) != 0)
@@ -93,7 +92,7 @@ Byref *keep_byref(Byref *on_stack) {
 
 void drop_byref(Byref *byref) {
   Byref *const variable = byref->forwarding;
-  if ((variable->flags & kNeedsFree) == 0 || !release(variable->flags))
+  if ((variable->flags & kNeedsFree) == 0 || count_references(variable->flags, -1) != 1)
     return;
   if ((variable->flags & kHasCopyDispose) != 0)
     variable->destroy(variable);
@@ -120,22 +119,19 @@ void *copy_block(const void *block) {
   if (from == nullptr || (from->flags & kIsGlobal) != 0)
     return from;
   if ((from->flags & kNeedsFree) != 0) {
-    retain(from->flags);
+    count_references(from->flags, 1);
     return from;
   }
-  auto *const copy = static_cast<Block *>(std::malloc(from->descriptor->size));
-  if (copy == nullptr)
-    return nullptr;
-  std::memcpy(static_cast<void *>(copy), from, from->descriptor->size);
-  copy->flags = (from->flags & ~kReferenceCountMask) | kNeedsFree | 1;
-  if ((copy->flags & kHasCopyDispose) != 0)
+  Block *const copy = copy_to_heap(*from, from->descriptor->size, 1);
+  if (copy != nullptr && (copy->flags & kHasCopyDispose) != 0)
     copy->descriptor->copy(copy, from);
   return copy;
 }
 
 void release_block(const void *block) {
   auto *const released = static_cast<Block *>(const_cast<void *>(block));
-  if (released == nullptr || (released->flags & kNeedsFree) == 0 || !release(released->flags))
+  if (released == nullptr || (released->flags & kNeedsFree) == 0 ||
+      count_references(released->flags, -1) != 1)
     return;
   if ((released->flags & kHasCopyDispose) != 0)
     released->descriptor->dispose(released);
