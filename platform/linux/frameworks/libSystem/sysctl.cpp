@@ -42,12 +42,11 @@ int process_table(void *buffer, std::size_t *size) {
     *size = veltro::host::process_record_bound() * sizeof(kinfo_proc);
     return 0;
   }
-  const auto [count, complete, error] = veltro::host::read_process_records(
-      {static_cast<kinfo_proc *>(buffer), *size / sizeof(kinfo_proc)});
-  if (error != 0)
-    return fail(error);
+  std::size_t count = 0;
+  const int error = veltro::host::read_process_records(
+      {static_cast<kinfo_proc *>(buffer), *size / sizeof(kinfo_proc)}, count);
   *size = count * sizeof(kinfo_proc);
-  return complete ? 0 : fail(ENOMEM);
+  return error == 0 ? 0 : fail(error);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <dirent.h>
+#include <memory>
 #include <string_view>
 #include <sys/types.h>
 
@@ -28,20 +29,12 @@ private:
 /// /proc opened once and read process by process; closed at the end of the scope.
 class ProcFolder {
 public:
-  ProcFolder() : stream_(opendir("/proc")), descriptor_(stream_ != nullptr ? dirfd(stream_) : -1) {}
-  ~ProcFolder() {
-    if (stream_ != nullptr)
-      closedir(stream_);
-  }
-  ProcFolder(const ProcFolder &) = delete;
-  ProcFolder &operator=(const ProcFolder &) = delete;
-
-  explicit operator bool() const { return descriptor_ >= 0; }
-  [[nodiscard]] int descriptor() const { return descriptor_; }
+  explicit operator bool() const { return stream_ != nullptr; }
+  [[nodiscard]] int descriptor() const { return dirfd(stream_.get()); }
 
   /// The id of the next process, or 0 after the last one.
   [[nodiscard]] pid_t next() const {
-    while (const dirent *const entry = readdir(stream_)) {
+    while (const dirent *const entry = readdir(stream_.get())) {
       const std::string_view name = entry->d_name;
       pid_t process = 0;
       const auto [end, error] = std::from_chars(name.begin(), name.end(), process);
@@ -52,8 +45,7 @@ public:
   }
 
 private:
-  DIR *stream_;
-  int descriptor_;
+  std::unique_ptr<DIR, decltype(&closedir)> stream_{opendir("/proc"), closedir};
 };
 
 } // namespace veltro::host

@@ -115,24 +115,17 @@ std::size_t process_record_bound() {
   return links + kSpareLinks;
 }
 
-ProcessRecords read_process_records(std::span<kinfo_proc> records) {
+int read_process_records(std::span<kinfo_proc> records, std::size_t &count) {
+  count = 0;
   const ProcFolder proc;
   if (!proc)
-    return {.count = 0, .complete = false, .error = errno};
-
-  std::size_t count = 0;
-  bool complete = true;
-  while (const pid_t process = proc.next()) {
-    if (count == records.size()) {
-      complete = false;
-      break;
-    }
+    return errno;
+  pid_t process = 0;
+  while ((process = proc.next()) != 0 && count < records.size())
     count += fill(records[count], proc.descriptor(), process) ? 1 : 0;
-  }
-
   // The kernel lists the oldest process first, the device the newest.
   std::ranges::reverse(records.first(count));
-  return {.count = count, .complete = complete, .error = 0};
+  return process == 0 ? 0 : ENOMEM;
 }
 
 } // namespace veltro::host

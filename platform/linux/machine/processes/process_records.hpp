@@ -11,14 +11,10 @@ namespace veltro::host {
 /// tenth to a buffer of that many records again and again really makes it larger.
 std::size_t process_record_bound();
 
-struct ProcessRecords {
-  std::size_t count; ///< how many records were filled
-  bool complete;     ///< false where a process was left over when the records were full
-  int error;         ///< the errno of a table that could not be read, else 0
-};
-
-/// Fills `records` from the front, newest process first. A process that ends meanwhile is left out,
-/// and so is one that has ended and still waits for its parent to ask for it.
-ProcessRecords read_process_records(std::span<kinfo_proc> records);
+/// Fills `records` from the front, newest process first, and leaves in `count` how many it filled.
+/// A process that ends meanwhile is left out, and so is one that has ended and still waits for its
+/// parent to ask for it. Returns 0, ENOMEM where a process was left over when the records were
+/// full, or the errno of a table that could not be read.
+int read_process_records(std::span<kinfo_proc> records, std::size_t &count);
 
 } // namespace veltro::host
