@@ -21,17 +21,11 @@ FileLock::FileLock(const std::string &path) {
   // others lock that.
   do {
     file_ = File(path, O_RDONLY);
-    if (!file_) {
-      error_ = errno;
-      return;
-    }
-    while (flock(file_.number(), LOCK_EX) != 0) {
-      if (errno == EINTR)
-        continue;
-      error_ = errno;
-      return;
-    }
-  } while (!is_at(path, file_));
+    error_ = file_ ? 0 : errno;
+    while (error_ == 0 && flock(file_.number(), LOCK_EX) != 0)
+      if (errno != EINTR)
+        error_ = errno;
+  } while (error_ == 0 && !is_at(path, file_));
 }
 
 } // namespace veltro::host

@@ -1,34 +1,21 @@
 #include "machine/files/watched_path.hpp"
 
-#include <ctime>
+#include <chrono>
 #include <utility>
 
 namespace veltro::host {
-namespace {
-
-// More than the longest tick of the kernel's coarse clock (10 ms at 100 Hz).
-constexpr long long kSettlingNanoseconds = 20'000'000;
-
-long long nanoseconds(long long seconds, long long rest) {
-  return seconds * 1'000'000'000 + rest;
-}
-
-long long coarse_time() {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  return nanoseconds(now.tv_sec, now.tv_nsec);
-}
-
-} // namespace
 
 WatchedPath::WatchedPath(std::string path) : path_(std::move(path)) {
+  using std::chrono::system_clock;
+  // More than the longest tick of the kernel's coarse clock (10 ms at 100 Hz).
+  constexpr std::chrono::milliseconds kSettling(20);
   // Two looks at the clock: any time may pass before the one or the other.
-  const long long before = coarse_time();
+  const auto before = system_clock::now().time_since_epoch();
   identity_ = now();
-  const long long after = coarse_time();
-  const long long changed = nanoseconds(identity_.seconds, identity_.nanoseconds);
-  stable_ = !identity_.exists || changed < before - kSettlingNanoseconds ||
-            changed > after + kSettlingNanoseconds;
+  const auto after = system_clock::now().time_since_epoch();
+  const auto changed =
+      std::chrono::seconds(identity_.seconds) + std::chrono::nanoseconds(identity_.nanoseconds);
+  stable_ = changed < before - kSettling || changed > after + kSettling;
 }
 
 bool WatchedPath::unchanged() const {
@@ -41,8 +28,8 @@ WatchedPath::Identity WatchedPath::now() const {
   struct stat status{};
   if (stat(path_.c_str(), &status) != 0)
     return {};
-  return {true,           status.st_dev,         status.st_ino,
-          status.st_size, status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
+  return {status.st_dev, status.st_ino, status.st_size, status.st_ctim.tv_sec,
+          status.st_ctim.tv_nsec};
 }
 
 } // namespace veltro::host

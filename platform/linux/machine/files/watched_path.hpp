@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-
 #include <sys/stat.h>
 
 namespace veltro::host {
@@ -23,8 +22,8 @@ public:
   [[nodiscard]] const std::string &path() const { return path_; }
 
 private:
+  /// All zeros where there is nothing.
   struct Identity {
-    bool exists = false;
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = 0;
