@@ -1,13 +1,35 @@
 #import <VeltroHost/VeltroHost.h>
 
+#include "frameworks/BackBoardServices/assertions.hpp"
 #include "frameworks/UIKit/animation_clock.hpp"
+#include "machine/apps/app_process.hpp"
 #include "machine/root/device_root.hpp"
 #include "machine/text/utf8.hpp"
 
-extern "C" NSString *VHDeviceRoot(void) {
+extern "C" {
+
+NSString *VHDeviceRoot(void) {
   return veltro::host::string_of(veltro::host::device_root());
 }
 
-extern "C" void VHSetAnimationTime(double seconds) {
+NSArray *VHProcessesOfApp(NSString *identifier) {
+  NSMutableArray *const processes = [NSMutableArray array];
+  for (const pid_t process : veltro::host::app_processes(veltro::host::utf8_of(identifier)))
+    [processes addObject:[NSNumber numberWithInt:process]];
+  return processes;
+}
+
+NSString *VHLaunchObstacle(NSString *identifier) {
+  const std::string obstacle = veltro::host::launch_obstacle(veltro::host::utf8_of(identifier));
+  return obstacle.empty() ? nil : veltro::host::string_of(obstacle);
+}
+
+BOOL VHIsKeptAlive(NSString *identifier) {
+  return veltro::host::is_kept_alive(veltro::host::utf8_of(identifier)) ? YES : NO;
+}
+
+void VHSetAnimationTime(double seconds) {
   veltro::host::set_animation_time(seconds);
 }
+
+} // extern "C"
