@@ -5,6 +5,7 @@
 #include "machine/processes/launch.hpp"
 
 #include "machine/files/file.hpp"
+#include "machine/processes/running.hpp"
 
 #include <algorithm>
 #include <array>
@@ -15,6 +16,7 @@
 #include <memory>
 #include <sched.h>
 #include <string_view>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,10 +25,12 @@ extern "C" char **environ;
 namespace veltro::host {
 namespace {
 
-constexpr std::size_t kStackSize = std::size_t{64} * 1024;
+constexpr std::size_t kStackSize = std::size_t{32} * 1024;
 constexpr int kNoSignalAtTheEnd = 0;
 constexpr int kClonedChildren = static_cast<int>(__WCLONE);
 constexpr int kLikeVfork = CLONE_VM | CLONE_VFORK | kNoSignalAtTheEnd;
+// The middle process changes nothing of what it shares, and ends.
+constexpr int kMiddle = kLikeVfork | CLONE_FILES | CLONE_FS | CLONE_SIGHAND;
 
 /// A stack for each of the two processes; they run in this one's memory.
 struct Stacks {
@@ -36,6 +40,7 @@ struct Stacks {
 
 struct Request {
   const char *executable;
+  const char *name;
   char *const *arguments;
   char *const *environment;
   Stacks *stacks;
@@ -56,6 +61,8 @@ struct Request {
   for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     dup2(null, standard);
   closefrom(STDERR_FILENO + 1);
+  // The kernel lets the starter continue a moment before it gives the process the program's name.
+  prctl(PR_SET_NAME, request->name);
   sigset_t none;
   sigemptyset(&none);
   if (chdir("/") == 0 && sigprocmask(SIG_SETMASK, &none, nullptr) == 0)
@@ -89,14 +96,10 @@ bool has_program(pid_t process) {
 /// The kernel lets this process continue a little before it has noted the program's command line,
 /// by which the process of a script is known.
 void await_command_line(pid_t process) {
-  // It is a matter of microseconds, but for a machine that has no processor to spare.
-  constexpr int kLooksAtOnce = 100;
-  constexpr int kLooks = kLooksAtOnce + 1000;
+  constexpr int kLooks = 10'000;
+  constexpr useconds_t kPause = 100;
   for (int look = 0; look < kLooks && !has_command_line(process) && has_program(process); ++look)
-    if (look < kLooksAtOnce)
-      sched_yield();
-    else
-      usleep(1000);
+    usleep(kPause);
 }
 
 std::vector<char *> pointers_to(const std::vector<std::string> &texts) {
@@ -118,7 +121,9 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   const std::vector<char *> variables = pointers_to(environment);
   const std::array<char *, 2> arguments{const_cast<char *>(executable.c_str()), nullptr};
   const auto stacks = std::make_unique_for_overwrite<Stacks>();
-  Request request{executable.c_str(), arguments.data(), variables.data(), stacks.get(), {}};
+  const std::string name = executable.substr(executable.rfind('/') + 1);
+  Request request{executable.c_str(), name.c_str(), arguments.data(),
+                  variables.data(),   stacks.get(), {}};
 
   // A handler of this process must not run in the children, which share its memory.
   sigset_t all;
@@ -126,7 +131,7 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, &before);
   const pid_t middle =
-      clone(start_the_program, stacks->middle.data() + kStackSize, kLikeVfork, &request);
+      clone(start_the_program, stacks->middle.data() + kStackSize, kMiddle, &request);
   if (middle < 0)
     request.result.error = errno;
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
@@ -135,7 +140,7 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   }
   if (request.result.error != 0)
     request.result.process = 0;
-  else
+  else if (is_script(executable))
     await_command_line(request.result.process);
   return request.result;
 }

@@ -1,12 +1,15 @@
-// Reads /proc as proc(5) documents it.
+// Reads /proc as proc(5) documents it; leases as fcntl(2) does.
 
 #include "machine/processes/running.hpp"
 
+#include "machine/files/file.hpp"
 #include "machine/processes/proc_folder.hpp"
 
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -45,11 +48,9 @@ std::optional<Program> program_at(const std::string &executable) {
   std::string real_path = fs::canonical(executable, error).string();
   if (error)
     return std::nullopt;
-  std::array<char, 2> start{};
-  std::ifstream(executable, std::ios::binary).read(start.data(), start.size());
   return Program{executable, std::move(real_path),
                  executable.substr(executable.rfind('/') + 1, kKernelNameLength),
-                 start == std::array{'#', '!'}};
+                 is_script(executable)};
 }
 
 /// Whether the process's command line reads as the kernel writes it for a script: the interpreter,
@@ -68,6 +69,23 @@ bool runs_script(pid_t process, const Program &program) {
   return false;
 }
 
+bool is_script(const File &executable) {
+  std::array<char, 2> start{};
+  return pread(executable.number(), start.data(), start.size(), 0) == 2 &&
+         start == std::array{'#', '!'};
+}
+
+/// Whether nobody has the program open, and so nobody runs it: only then does the kernel grant a
+/// lease for writing. False where it grants none at all, and for a script, which its interpreter
+/// need not keep open.
+bool is_open_nowhere(const std::string &executable) {
+  const File file(executable, O_RDONLY);
+  // Who opens the file meanwhile waits for the lease's end, of which this process would be told.
+  return !is_script(file) && fcntl(file.number(), F_SETSIG, SIGURG) == 0 &&
+         fcntl(file.number(), F_SETLEASE, F_WRLCK) == 0 &&
+         fcntl(file.number(), F_SETLEASE, F_UNLCK) == 0;
+}
+
 bool runs(int proc, pid_t process, const Program &program) {
   std::array<char, PATH_MAX> target;
   const ssize_t length =
@@ -80,8 +98,14 @@ bool runs(int proc, pid_t process, const Program &program) {
 
 } // namespace
 
+bool is_script(const std::string &executable) {
+  return is_script(File(executable, O_RDONLY));
+}
+
 std::vector<pid_t> processes_running(const std::string &executable) {
   std::vector<pid_t> found;
+  if (is_open_nowhere(executable))
+    return found;
   const std::optional<Program> program = program_at(executable);
   const ProcFolder proc;
   if (!program || !proc)

@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/wait.h>
@@ -47,6 +50,25 @@ TEST(Running, FindsAProgramByItsFile) {
   EXPECT_EQ(processes_running(executable), std::vector{launched.process});
   EXPECT_TRUE(runs(launched.process, executable));
   EXPECT_FALSE(runs(getpid(), executable));
+}
+
+TEST(Running, TellsAProgramThatIsReadFromOneThatRuns) {
+  const IdleApp app("org.example.idle", "Idle");
+  const std::string executable = app.executable().string();
+  const int reader = open(executable.c_str(), O_RDONLY | O_CLOEXEC);
+  EXPECT_TRUE(processes_running(executable).empty());
+  const Launch launched = launch(executable, environment_with({"HOME=" + app.home().string()}));
+  EXPECT_EQ(processes_running(executable), std::vector{launched.process});
+  close(reader);
+}
+
+TEST(Running, LeavesTheProgramToWhoeverOpensItNext) {
+  const IdleApp app("org.example.idle", "Idle");
+  const std::string executable = app.executable().string();
+  EXPECT_TRUE(processes_running(executable).empty());
+  const int writer = open(executable.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
+  EXPECT_GE(writer, 0) << std::strerror(errno);
+  close(writer);
 }
 
 TEST(Running, FindsAScriptAsSoonAsItWasLaunched) {
