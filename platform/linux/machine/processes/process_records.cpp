@@ -29,7 +29,10 @@ std::size_t restore_last_byte(int proc, pid_t process, std::span<char> name) {
       readlinkat(proc, ProcPath(process, "exe").text(), target.data(), target.size());
   if (length <= 0)
     return kKernelNameLength;
-  const std::string_view path(target.data(), static_cast<std::size_t>(length));
+  std::string_view path(target.data(), static_cast<std::size_t>(length));
+  constexpr std::string_view kRemoved = " (deleted)"; // where the file has lost its name
+  if (path.ends_with(kRemoved))
+    path.remove_suffix(kRemoved.size());
   const std::string_view executable = path.substr(path.rfind('/') + 1);
   if (executable.size() <= kKernelNameLength ||
       !executable.starts_with(std::string_view(name.data(), kKernelNameLength)))

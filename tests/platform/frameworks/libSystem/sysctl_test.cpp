@@ -194,6 +194,14 @@ TEST(ProcessTable, ExecutablesNameIsCutAtSixteenCharacters) {
   EXPECT_EQ(name_of(RunningCopy("much-more-than-sixteen").pid()), "much-more-than-s");
 }
 
+TEST(ProcessTable, NameStaysWhereTheExecutableIsRemoved) {
+  for (const char *name : {"fifteen-letters", "sixteen-letters."}) {
+    const RunningCopy copy(name);
+    std::filesystem::remove(veltro::test::scratch() / name);
+    EXPECT_EQ(name_of(copy.pid()), name);
+  }
+}
+
 TEST(ProcessTable, VanishingProcessesAreLeftOutAndNeverHalfFilled) {
   std::atomic<bool> done = false;
   std::thread forks([&] {
