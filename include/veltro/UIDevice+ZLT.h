@@ -27,7 +27,7 @@
 - (NSMutableArray *)__zltRunningProcesses;
 
 /// The id of a process whose short command name contains `name`, in this very case. The search goes
-/// from the end of the kernel's table and takes the first one found whose id is not 0.
+/// from the end of the kernel's table and takes the first one found whose id is 1 or more.
 /// @param name What to look for; no command name contains nil or the empty text.
 /// @return The process id, 1 or more; 0 where there is none or the table cannot be read.
 - (NSInteger)__zltGetPIDForProcess:(NSString *)name;
