@@ -104,7 +104,8 @@ PlainSQLite &plain(std::int64_t items) {
       @autoreleasepool {
         database->add(service, account(number), @"secret of item");
       }
-    database->run("COMMIT");
+    // As our keychain is left: its log is as short, and grows with the first saves.
+    database->run("COMMIT; PRAGMA wal_checkpoint(TRUNCATE)");
   }
   return *database;
 }
@@ -278,8 +279,12 @@ void small_sizes(benchmark::internal::Benchmark *benchmark) {
   benchmark->Arg(1)->Arg(100)->UseRealTime()->Unit(benchmark::kMicrosecond);
 }
 
-BENCHMARK(save_veltro)->Name("save/veltro")->Apply(sizes);
-BENCHMARK(save_sqlite)->Name("save/sqlite")->Apply(sizes);
+// Seconds. A save waits for the disk twice, and a disk may serve its callers in steps of
+// milliseconds: two saves would tell which step they met.
+constexpr double kSaves = 0.2;
+
+BENCHMARK(save_veltro)->Name("save/veltro")->Apply(sizes)->MinTime(kSaves);
+BENCHMARK(save_sqlite)->Name("save/sqlite")->Apply(sizes)->MinTime(kSaves);
 BENCHMARK(save_secret_service)->Name("save/secret service")->Apply(small_sizes);
 BENCHMARK(fetch_veltro)->Name("fetch/veltro")->Apply(sizes);
 BENCHMARK(fetch_sqlite)->Name("fetch/sqlite")->Apply(sizes);
