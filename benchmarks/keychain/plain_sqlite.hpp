@@ -1,5 +1,7 @@
 // What a program would write that keeps its secrets in SQLite without a keychain: one connection,
-// prepared statements, the same durability and the same cipher, and results as objects.
+// prepared statements, the same durability and sealing, and results as objects. The same sealing
+// means that all attributes are the associated data, so that a fetch reads the whole row. A listing
+// verifies nothing here.
 #pragma once
 
 #import <Foundation/Foundation.h>
@@ -28,7 +30,8 @@ public:
     remove_ = prepare("DELETE FROM item WHERE service = ?1 AND account = ?2");
     insert_ = prepare("INSERT INTO item (service, account, access_group, sync, created, modified,"
                       " accessible, secret) VALUES (?1, ?2, 'default', 0, ?3, ?3, 'ak', ?4)");
-    select_ = prepare("SELECT secret FROM item WHERE service = ?1 AND account = ?2 LIMIT 1");
+    select_ = prepare("SELECT service, account, access_group, sync, created, modified, accessible,"
+                      " secret FROM item WHERE service = ?1 AND account = ?2 LIMIT 1");
     list_ = prepare("SELECT service, account, access_group, sync, created, modified, accessible"
                     " FROM item");
   }
@@ -48,30 +51,37 @@ public:
   }
 
   void add(NSString *service, NSString *account, NSString *secret) {
-    const std::string names = bound(service, account);
+    const double now = [NSDate timeIntervalSinceReferenceDate];
+    const std::string attributes =
+        associated_data([service UTF8String], [account UTF8String], "default", 0, now, now, "ak");
     NSData *const plain = [secret dataUsingEncoding:NSUTF8StringEncoding];
     std::vector<unsigned char> sealed(kNonce + [plain length] + kTag);
     randombytes_buf(sealed.data(), kNonce);
     crypto_aead_xchacha20poly1305_ietf_encrypt(
         sealed.data() + kNonce, nullptr, static_cast<const unsigned char *>([plain bytes]),
-        [plain length], reinterpret_cast<const unsigned char *>(names.data()), names.size(),
-        nullptr, sealed.data(), key_.data());
+        [plain length], reinterpret_cast<const unsigned char *>(attributes.data()),
+        attributes.size(), nullptr, sealed.data(), key_.data());
     bind(insert_, service, account);
-    sqlite3_bind_double(insert_, 3, [NSDate timeIntervalSinceReferenceDate]);
+    sqlite3_bind_double(insert_, 3, now);
     sqlite3_bind_blob64(insert_, 4, sealed.data(), sealed.size(), SQLITE_STATIC);
     finish(insert_);
   }
 
   NSString *fetch(NSString *service, NSString *account) {
-    const std::string names = bound(service, account);
     bind(select_, service, account);
     check(sqlite3_step(select_) == SQLITE_ROW);
-    const auto *const sealed = static_cast<const unsigned char *>(sqlite3_column_blob(select_, 0));
-    const auto length = static_cast<std::size_t>(sqlite3_column_bytes(select_, 0));
+    const auto text = [&](int column) {
+      return reinterpret_cast<const char *>(sqlite3_column_text(select_, column));
+    };
+    const std::string attributes = associated_data(
+        text(0), text(1), text(2), sqlite3_column_int(select_, 3),
+        sqlite3_column_double(select_, 4), sqlite3_column_double(select_, 5), text(6));
+    const auto *const sealed = static_cast<const unsigned char *>(sqlite3_column_blob(select_, 7));
+    const auto length = static_cast<std::size_t>(sqlite3_column_bytes(select_, 7));
     std::vector<unsigned char> plain(length - kNonce - kTag);
     check(crypto_aead_xchacha20poly1305_ietf_decrypt(
               plain.data(), nullptr, nullptr, sealed + kNonce, length - kNonce,
-              reinterpret_cast<const unsigned char *>(names.data()), names.size(), sealed,
+              reinterpret_cast<const unsigned char *>(attributes.data()), attributes.size(), sealed,
               key_.data()) == 0);
     sqlite3_reset(select_);
     return [[[NSString alloc] initWithBytes:plain.data()
@@ -103,8 +113,15 @@ private:
       std::abort();
   }
 
-  static std::string bound(NSString *service, NSString *account) {
-    return std::string([service UTF8String]) + '\0' + [account UTF8String];
+  static std::string associated_data(const char *service, const char *account, const char *group,
+                                     int sync, double created, double modified,
+                                     const char *accessible) {
+    std::string bytes;
+    for (const char *text : {service, account, group, accessible})
+      bytes.append(text).push_back('\0');
+    for (const double number : {static_cast<double>(sync), created, modified})
+      bytes.append(reinterpret_cast<const char *>(&number), sizeof number);
+    return bytes;
   }
 
   sqlite3_stmt *prepare(const char *sql) {
