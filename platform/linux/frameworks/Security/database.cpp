@@ -4,9 +4,8 @@
 
 #include <Security/SecBase.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
+#include <glib.h>
 
 namespace veltro::host::keychain {
 namespace {
@@ -41,16 +40,9 @@ constexpr const char *kTable = R"(CREATE TABLE genp (
 
 /// `path` as a URI that says that nobody writes the file.
 std::string immutable_uri(const std::string &path) {
-  std::string uri = "file:";
-  for (const char character : path) {
-    if (character == '%' || character == '?' || character == '#') {
-      std::array<char, 4> escape{};
-      std::snprintf(escape.data(), escape.size(), "%%%02X", static_cast<unsigned>(character));
-      uri += escape.data();
-    } else
-      uri += character;
-  }
-  return uri + "?immutable=1";
+  const std::unique_ptr<char, decltype(&g_free)> escaped(
+      g_uri_escape_string(path.c_str(), "/", FALSE), g_free);
+  return "file:" + std::string(escaped.get()) + "?immutable=1";
 }
 
 } // namespace
