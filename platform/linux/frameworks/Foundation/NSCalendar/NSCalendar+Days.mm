@@ -84,47 +84,52 @@ WeekRules week_rules_of(NSCalendar *calendar) {
           static_cast<int>([calendar minimumDaysInFirstWeek])};
 }
 
-void fill_date(NSDateComponents *components, NSUInteger units, std::int64_t day) {
+struct Field {
+  NSUInteger unit;
+  SEL setter;
+  std::int64_t value;
+};
+
+/// Sets those of the fields that `units` asks for.
+void fill(NSDateComponents *components, NSUInteger units, std::initializer_list<Field> fields) {
+  for (const Field &field : fields)
+    if ((units & field.unit) != 0) {
+      using Setter = void (*)(id, SEL, NSInteger);
+      using Untyped = void (*)();
+      const IMP method = [components methodForSelector:field.setter];
+      reinterpret_cast<Setter>(reinterpret_cast<Untyped>(method))(
+          components, field.setter, static_cast<NSInteger>(field.value));
+    }
+}
+
+NSDateComponents *gregorian_components(NSCalendar *calendar, NSUInteger units, LocalTime local,
+                                       double fraction) {
+  NSDateComponents *components = [[[NSDateComponents alloc] init] autorelease];
+  const std::int64_t day = floor_div(local, kSecondsInDay);
+  const std::int64_t second = local - day * kSecondsInDay;
   const CivilDate date = civil_from_days(day);
-  const bool before_christ = date.year < 1;
-  if ((units & NSCalendarUnitEra) != 0)
-    [components setEra:before_christ ? 0 : 1];
-  if ((units & NSCalendarUnitYear) != 0)
-    [components setYear:before_christ ? 1 - date.year : date.year];
-  if ((units & NSCalendarUnitQuarter) != 0)
-    [components setQuarter:(date.month + 2) / 3];
-  if ((units & NSCalendarUnitMonth) != 0)
-    [components setMonth:date.month];
-  if ((units & NSCalendarUnitDay) != 0)
-    [components setDay:date.day];
-  if ((units & NSCalendarUnitWeekday) != 0)
-    [components setWeekday:weekday_of(day)];
-  if ((units & NSCalendarUnitWeekdayOrdinal) != 0)
-    [components setWeekdayOrdinal:(date.day - 1) / 7 + 1];
-}
-
-void fill_weeks(NSDateComponents *components, NSUInteger units, std::int64_t day, WeekRules rules) {
-  const WeekNumbers weeks = week_numbers(day, rules);
-  if ((units & NSWeekCalendarUnit) != 0)
-    [components setWeek:weeks.of_year];
-  if ((units & NSCalendarUnitWeekOfYear) != 0)
-    [components setWeekOfYear:weeks.of_year];
-  if ((units & NSCalendarUnitWeekOfMonth) != 0)
-    [components setWeekOfMonth:weeks.of_month];
-  if ((units & NSCalendarUnitYearForWeekOfYear) != 0)
-    [components setYearForWeekOfYear:static_cast<NSInteger>(weeks.year)];
-}
-
-void fill_time(NSDateComponents *components, NSUInteger units, std::int64_t second_of_day,
-               double fraction) {
-  if ((units & NSCalendarUnitHour) != 0)
-    [components setHour:second_of_day / 3600];
-  if ((units & NSCalendarUnitMinute) != 0)
-    [components setMinute:second_of_day / 60 % 60];
-  if ((units & NSCalendarUnitSecond) != 0)
-    [components setSecond:second_of_day % 60];
-  if ((units & NSCalendarUnitNanosecond) != 0)
-    [components setNanosecond:static_cast<NSInteger>(fraction * 1e9)];
+  fill(components, units,
+       {{NSCalendarUnitEra, @selector(setEra:), date.year < 1 ? 0 : 1},
+        {NSCalendarUnitYear, @selector(setYear:), date.year < 1 ? 1 - date.year : date.year},
+        {NSCalendarUnitQuarter, @selector(setQuarter:), (date.month + 2) / 3},
+        {NSCalendarUnitMonth, @selector(setMonth:), date.month},
+        {NSCalendarUnitDay, @selector(setDay:), date.day},
+        {NSCalendarUnitWeekday, @selector(setWeekday:), weekday_of(day)},
+        {NSCalendarUnitWeekdayOrdinal, @selector(setWeekdayOrdinal:), (date.day - 1) / 7 + 1},
+        {NSCalendarUnitHour, @selector(setHour:), second / 3600},
+        {NSCalendarUnitMinute, @selector(setMinute:), second / 60 % 60},
+        {NSCalendarUnitSecond, @selector(setSecond:), second % 60},
+        {NSCalendarUnitNanosecond, @selector(setNanosecond:),
+         static_cast<std::int64_t>(fraction * 1e9)}});
+  if ((units & kWeekUnits) != 0) {
+    const WeekNumbers weeks = week_numbers(day, week_rules_of(calendar));
+    fill(components, units,
+         {{NSWeekCalendarUnit, @selector(setWeek:), weeks.of_year},
+          {NSCalendarUnitWeekOfYear, @selector(setWeekOfYear:), weeks.of_year},
+          {NSCalendarUnitWeekOfMonth, @selector(setWeekOfMonth:), weeks.of_month},
+          {NSCalendarUnitYearForWeekOfYear, @selector(setYearForWeekOfYear:), weeks.year}});
+  }
+  return components;
 }
 
 NSDateComponents *components_from_date(NSCalendar *self, SEL selector, NSUInteger units,
@@ -134,18 +139,11 @@ NSDateComponents *components_from_date(NSCalendar *self, SEL selector, NSUIntege
   NSCalendar *calendar = snapshot_of(self);
   const Moment moment = moment_of_date(date);
   const LocalTime local = local_time(*rules_of([calendar timeZone], date), moment.seconds);
-  NSDateComponents *components = nil;
-  if (is_gregorian(calendar)) {
-    const std::int64_t day = floor_div(local, kSecondsInDay);
-    components = [[[NSDateComponents alloc] init] autorelease];
-    fill_date(components, units, day);
-    if ((units & kWeekUnits) != 0)
-      fill_weeks(components, units, day, week_rules_of(calendar));
-    fill_time(components, units, local - day * kSecondsInDay, moment.fraction);
-  } else {
-    components = gnustep_methods.components(gnustep_calendar(calendar, greenwich()), selector,
-                                            units, date_at(local, moment.fraction));
-  }
+  NSDateComponents *components =
+      is_gregorian(calendar)
+          ? gregorian_components(calendar, units, local, moment.fraction)
+          : gnustep_methods.components(gnustep_calendar(calendar, greenwich()), selector, units,
+                                       date_at(local, moment.fraction));
   if ((units & NSCalendarUnitCalendar) != 0)
     [components setCalendar:self];
   if ((units & NSCalendarUnitTimeZone) != 0)
@@ -242,50 +240,43 @@ struct Extent {
   UnixTime end = 0;
 };
 
-std::optional<Extent> extent_of_time(const ZoneRules &zone, UnixTime time, std::int64_t length) {
-  const UnixTime start = time - floor_mod(local_time(zone, time), length);
-  return Extent{start, start + length};
-}
-
-std::optional<Extent> extent_of_days(const ZoneRules &zone, std::int64_t first, std::int64_t next) {
-  const UnixTime start = first_moment_of_day(zone, first);
-  UnixTime end = first_moment_of_day(zone, next);
-  return Extent{start, end};
-}
-
 std::optional<Extent> extent_of(NSCalendar *calendar, NSCalendarUnit unit, const ZoneRules &zone,
                                 UnixTime time) {
-  const std::int64_t day = floor_div(local_time(zone, time), kSecondsInDay);
+  const LocalTime local = local_time(zone, time);
+  const std::int64_t day = floor_div(local, kSecondsInDay);
+  const auto of_time = [&](std::int64_t length) {
+    const UnixTime start = time - floor_mod(local, length);
+    return Extent{start, start + length};
+  };
+  const auto of_days = [&](std::int64_t first, std::int64_t next) {
+    return Extent{first_moment_of_day(zone, first), first_moment_of_day(zone, next)};
+  };
   switch (unit) {
   case NSCalendarUnitSecond:
-    return extent_of_time(zone, time, 1);
+    return of_time(1);
   case NSCalendarUnitMinute:
-    return extent_of_time(zone, time, 60);
+    return of_time(60);
   case NSCalendarUnitHour:
-    return extent_of_time(zone, time, 3600);
+    return of_time(3600);
   case NSCalendarUnitDay:
   case NSCalendarUnitWeekday:
-    return extent_of_days(zone, day, day + 1);
+    return of_days(day, day + 1);
   case NSWeekCalendarUnit:
   case NSCalendarUnitWeekOfYear:
   case NSCalendarUnitWeekOfMonth: {
     const std::int64_t first =
         day - floor_mod(weekday_of(day) - week_rules_of(calendar).first_weekday, 7);
-    return extent_of_days(zone, first, first + 7);
+    return of_days(first, first + 7);
   }
-  default:
-    break;
-  }
-  if (!is_gregorian(calendar))
-    return std::nullopt;
-  const CivilDate date = civil_from_days(day);
-  switch (unit) {
   case NSCalendarUnitMonth:
-    return extent_of_days(zone, days_from_civil(date.year, date.month, 1),
-                          days_from_civil(date.year, date.month + 1, 1));
-  case NSCalendarUnitYear:
-    return extent_of_days(zone, days_from_civil(date.year, 1, 1),
-                          days_from_civil(date.year + 1, 1, 1));
+  case NSCalendarUnitYear: {
+    if (!is_gregorian(calendar))
+      return std::nullopt;
+    const auto [year, month, _] = civil_from_days(day);
+    return unit == NSCalendarUnitYear
+               ? of_days(days_from_civil(year, 1, 1), days_from_civil(year + 1, 1, 1))
+               : of_days(days_from_civil(year, month, 1), days_from_civil(year, month + 1, 1));
+  }
   default:
     return std::nullopt;
   }
