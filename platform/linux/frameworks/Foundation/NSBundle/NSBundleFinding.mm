@@ -3,8 +3,7 @@
 //    resolves there); any other path is this machine's, such as one that lies under the root
 //    already;
 //  - every call looks at the disk, where GNUstep remembers that a folder was missing and continues
-//  to
-//    find a bundle whose folder is gone;
+//    to find a bundle whose folder is gone;
 //  - a path gives the bundle at that path, where GNUstep gives an older one with the same
 //    identifier;
 //  - an identifier finds the system's frameworks too. It does not find apps that no bundle object
@@ -15,37 +14,54 @@
 
 #import <Foundation/Foundation.h>
 
-#include "frameworks/Foundation/NSBundle/bundle_registry.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/root/device_root.hpp"
 #include "machine/root/system_files.hpp"
 #include "machine/text/utf8.hpp"
 
-#include <sys/stat.h>
+#include <algorithm>
+#include <filesystem>
+#include <mutex>
+#include <vector>
 
 namespace {
 
 using veltro::host::replace_class_method;
 using veltro::host::replace_method;
+using veltro::host::string_of;
 
 id (*gnustep_init)(NSBundle *, SEL, NSString *);
 id (*gnustep_main_bundle)(Class, SEL);
 NSArray *(*gnustep_all_bundles)(Class, SEL);
 id (*gnustep_bundle_with_identifier)(Class, SEL, NSString *);
 
+// GNUstep's mark of a plain bundle in _bundleType.
+constexpr unsigned kPlainBundle = 1;
+
 // The main bundle's folder is allowed to be missing: a tool's seldom exists.
 thread_local bool making_main_bundle = false;
 
+struct Known {
+  std::string path;
+  NSData *info; // Info.plist as it was
+  NSBundle *bundle;
+};
+
+// The bundle objects of this process, the oldest first. GNUstep's own registry hands out objects
+// that it does not retain, so that another thread's last release frees them meanwhile; these stay.
+// Never destroyed: other threads may ask while the process ends.
+std::mutex &mutex = *new std::mutex;
+std::vector<Known> &registry = *new std::vector<Known>;
+
 bool is_folder(NSString *path) {
-  struct stat status{};
-  return [path length] != 0 && stat([path fileSystemRepresentation], &status) == 0 &&
-         S_ISDIR(status.st_mode);
+  BOOL folder = NO;
+  return [[NSFileManager defaultManager] fileExistsAtPath:path isDirectory:&folder] && folder;
 }
 
 NSString *on_this_machine(NSString *path) {
   if (![path isAbsolutePath])
     return path;
-  NSString *in_root = veltro::host::string_of(veltro::host::on_this_machine([path UTF8String]));
+  NSString *in_root = string_of(veltro::host::on_this_machine([path UTF8String]));
   return is_folder(in_root) ? in_root : path;
 }
 
@@ -58,12 +74,33 @@ NSString *shared_folder(NSString *path) {
   return !is_folder(path) && is_folder(shared) ? shared : path;
 }
 
+/// The object for the folder at `path`, retained: `fresh` becomes that object where there is none
+/// yet, or one that was not loaded and whose Info.plist changed.
+NSBundle *bundle_at(NSString *path, NSBundle *fresh) {
+  const std::string folder =
+      std::filesystem::path([path fileSystemRepresentation]).lexically_normal();
+  NSData *info =
+      [NSData dataWithContentsOfFile:[path stringByAppendingPathComponent:@"Info.plist"]];
+  const std::lock_guard lock(mutex);
+  const auto newest = std::find_if(registry.rbegin(), registry.rend(),
+                                   [&](const Known &known) { return known.path == folder; });
+  if (newest != registry.rend() &&
+      (newest->info == info || [newest->info isEqual:info] || [newest->bundle isLoaded])) {
+    [fresh release];
+    return [newest->bundle retain];
+  }
+  fresh->_path = [path copy];
+  fresh->_bundleType = kPlainBundle;
+  registry.push_back({folder, [info retain], [fresh retain]});
+  return fresh;
+}
+
 id init_with_path(NSBundle *self, SEL command, NSString *path) {
   if (making_main_bundle)
     return gnustep_init(self, command, shared_folder(path));
   NSString *place = on_this_machine(path);
   if (is_folder(place))
-    return veltro::host::bundle_at(place, self);
+    return bundle_at(place, self);
   [self release];
   return nil;
 }
@@ -77,11 +114,20 @@ id main_bundle(Class self, SEL command) {
   return bundle;
 }
 
+NSMutableArray *known_bundles() {
+  NSMutableArray *const all = [NSMutableArray array];
+  const std::lock_guard lock(mutex);
+  for (const Known &known : registry)
+    if (std::filesystem::is_directory(known.path))
+      [all addObject:known.bundle];
+  return all;
+}
+
 NSArray *all_bundles(Class self, SEL command) {
   NSMutableArray *const all = [[gnustep_all_bundles(self, command) mutableCopy] autorelease];
-  for (NSBundle *bundle in veltro::host::all_bundles())
-    if ([all indexOfObjectIdenticalTo:bundle] == NSNotFound)
-      [all addObject:bundle];
+  NSArray *const known = known_bundles();
+  [all removeObjectsInArray:known];
+  [all addObjectsFromArray:known];
   return all;
 }
 
@@ -92,9 +138,11 @@ id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
     return nil;
   const std::string framework = veltro::host::system_framework(wanted);
   if (!framework.empty())
-    return [NSBundle bundleWithPath:veltro::host::string_of(framework)];
-  if (NSBundle *known = veltro::host::bundle_identified(identifier); known != nil)
-    return known;
+    return [NSBundle bundleWithPath:string_of(framework)];
+  // Not under the lock: a bundle that is asked may ask for another one.
+  for (NSBundle *bundle in [known_bundles() reverseObjectEnumerator])
+    if ([[bundle bundleIdentifier] isEqual:identifier])
+      return bundle;
   return gnustep_bundle_with_identifier(self, command, identifier);
 }
 
@@ -104,7 +152,7 @@ VH_AT_LOAD(VHBundleFinding) {
   Class bundle = objc_getClass("NSBundle");
   gnustep_init = replace_method(bundle, "initWithPath:", init_with_path);
   gnustep_main_bundle = replace_class_method(bundle, "mainBundle", main_bundle);
-  gnustep_all_bundles = replace_class_method(bundle, "allBundles", ::all_bundles);
+  gnustep_all_bundles = replace_class_method(bundle, "allBundles", all_bundles);
   gnustep_bundle_with_identifier =
       replace_class_method(bundle, "bundleWithIdentifier:", bundle_with_identifier);
 }

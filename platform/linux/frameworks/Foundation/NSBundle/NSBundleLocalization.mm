@@ -2,22 +2,19 @@
 // bundles: a table of the bundle's folder itself comes first, then that of the localization that
 // suits the user best, then that of the development region; a key that the first table found does
 // not have gives the default value, or the key itself where that is nil or empty.
-// Tables are read again when their file changed, as the languages are when the environment changed.
+// Tables and languages are those of the moment.
 // GNUstep's default NSShowNonLocalizedStrings and tables of plural rules are left out.
 
 #import <Foundation/Foundation.h>
 
 #include "frameworks/Foundation/NSBundle/languages.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
-#include "machine/files/watched_path.hpp"
 #include "machine/property_lists/corrupt_file.hpp"
 #include "machine/property_lists/property_list.hpp"
 #include "machine/text/utf8.hpp"
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
-#include <mutex>
 #include <string_view>
 
 namespace {
@@ -25,7 +22,6 @@ namespace {
 using veltro::host::replace_method;
 using veltro::host::string_of;
 using veltro::host::utf8_of;
-using veltro::host::WatchedPath;
 
 namespace fs = std::filesystem;
 
@@ -78,31 +74,12 @@ NSDictionary *parse_table(NSData *data) {
   }
 }
 
-struct Table {
-  WatchedPath file;
-  NSDictionary *strings;
-};
-
 /// The strings in the file at `path`, or nil where there is no such table.
 NSDictionary *table_at(const std::string &path) {
-  static std::mutex mutex;
-  static auto &known = *new std::map<std::string, Table>;
-  struct stat status{};
-  if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
-    return nil;
-  const std::lock_guard lock(mutex);
-  const auto found = known.find(path);
-  if (found != known.end()) {
-    if (found->second.file.unchanged())
-      return [[found->second.strings retain] autorelease];
-    [found->second.strings release];
-    known.erase(found);
-  }
-  WatchedPath file(path);
-  NSDictionary *strings = parse_table([NSData dataWithContentsOfFile:string_of(path)]);
-  if (strings == nil && status.st_size != 0)
+  NSData *data = [NSData dataWithContentsOfFile:string_of(path)];
+  NSDictionary *strings = data != nil ? parse_table(data) : nil;
+  if (strings == nil && (data == nil || [data length] != 0))
     veltro::host::log_corrupt_file(path);
-  known.emplace(path, Table{std::move(file), [strings retain]});
   return strings;
 }
 

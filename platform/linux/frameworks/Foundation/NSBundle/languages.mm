@@ -1,8 +1,11 @@
 #include "frameworks/Foundation/NSBundle/languages.hpp"
 
+#include "machine/device/environment.hpp"
+#include "machine/text/utf8.hpp"
+
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <sstream>
 #include <utility>
 
 namespace veltro::host {
@@ -16,25 +19,6 @@ constexpr std::array kOldNames{
     std::pair{"Arabic"sv, "ar"sv},  std::pair{"Japanese"sv, "ja"sv},
 };
 
-std::vector<std::string_view> parts(std::string_view text, std::string_view separators) {
-  std::vector<std::string_view> found;
-  while (true) {
-    const std::size_t end = text.find_first_of(separators);
-    found.push_back(text.substr(0, end));
-    if (end == std::string_view::npos)
-      return found;
-    text.remove_prefix(end + 1);
-  }
-}
-
-std::string in_case(std::string_view text, bool upper) {
-  std::string result(text);
-  for (char &letter : result)
-    if (upper ? letter >= 'a' && letter <= 'z' : letter >= 'A' && letter <= 'Z')
-      letter = static_cast<char>(letter ^ 0x20);
-  return result;
-}
-
 /// How well `offered` suits `wanted`; 0 where it does not.
 int suitability(const Language &offered, const Language &wanted) {
   const bool other_script =
@@ -46,46 +30,41 @@ int suitability(const Language &offered, const Language &wanted) {
   return offered.region.empty() ? 2 : 1;
 }
 
-bool is_language(std::string_view locale) {
-  const std::string_view name = locale.substr(0, locale.find_first_of(".@"));
-  return !name.empty() && name != "C" && name != "POSIX";
+std::string_view without_encoding(std::string_view locale) {
+  return locale.substr(0, locale.find_first_of(".@"));
 }
 
 } // namespace
 
 Language Language::named(std::string_view name) {
-  name = name.substr(0, name.find_first_of(".@"));
+  name = without_encoding(name);
   const auto *old = std::ranges::find(kOldNames, name, &decltype(kOldNames)::value_type::first);
   if (old != kOldNames.end())
     name = old->second;
-  Language result;
-  for (const std::string_view part : parts(name, "_-")) {
-    if (result.language.empty())
-      result.language = in_case(part, false);
-    else if (part.size() == 4)
-      result.script = in_case(part.substr(0, 1), true) + in_case(part.substr(1), false);
-    else
-      result.region = in_case(part, true);
+  @autoreleasepool {
+    NSDictionary *parts = [NSLocale componentsFromLocaleIdentifier:string_of(std::string(name))];
+    const std::string region = utf8_of([parts objectForKey:NSLocaleCountryCode]);
+    Language result{utf8_of([parts objectForKey:NSLocaleLanguageCode]),
+                    utf8_of([parts objectForKey:NSLocaleScriptCode]), region};
+    if (result.language == "zh" && result.script.empty())
+      result.script = region == "TW" || region == "HK" || region == "MO" ? "Hant" : "Hans";
+    return result;
   }
-  if (result.language == "zh" && result.script.empty()) {
-    const std::string_view region = result.region;
-    result.script = region == "TW" || region == "HK" || region == "MO" ? "Hant" : "Hans";
-  }
-  return result;
 }
 
 std::vector<std::string> user_languages() {
-  for (const char *variable : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
-    const char *value = std::getenv(variable);
-    if (value == nullptr || *value == '\0')
+  std::vector<std::string> languages;
+  for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+    std::istringstream list{std::string(variable(name))};
+    if (list.view().empty())
       continue;
-    std::vector<std::string> languages;
-    for (const std::string_view name : parts(value, variable == "LANGUAGE"sv ? ":" : ""))
-      if (is_language(name))
-        languages.emplace_back(name);
-    return languages;
+    for (std::string locale; std::getline(list, locale, name == "LANGUAGE"sv ? ':' : '\0');)
+      if (const std::string_view plain = without_encoding(locale);
+          !plain.empty() && plain != "C" && plain != "POSIX")
+        languages.push_back(locale);
+    break;
   }
-  return {};
+  return languages;
 }
 
 std::vector<std::string> matching_localizations(std::span<const std::string> available,
