@@ -21,47 +21,41 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *kInProgress = ".installing-";
-
-std::runtime_error cannot_write(const fs::path &folder) {
-  return std::runtime_error("cannot write to " + folder.string() + ": " + std::strerror(errno));
+std::runtime_error cannot_write(const std::string &folder) {
+  return std::runtime_error("cannot write to " + folder + ": " + std::strerror(errno));
 }
 
-void move(const fs::path &from, const fs::path &to) {
+/// Moves from or to `folder`.
+void move(const std::string &folder, const std::string &from, const std::string &to) {
   if (rename(from.c_str(), to.c_str()) != 0)
-    throw cannot_write(from.parent_path());
+    throw cannot_write(folder);
 }
 
-/// A hidden folder in `parent` that goes away with the object, unless it has been moved.
+/// A hidden folder in `parent` that goes away with the object. Only under the lock: whoever holds
+/// it knows that what is there already has been given up.
 class Staging {
 public:
-  explicit Staging(const std::string &parent) : path_(parent + '/' + kInProgress + "XXXXXX") {
-    if (mkdtemp(path_.data()) == nullptr)
+  explicit Staging(const std::string &parent) : path_(parent + "/.installing") {
+    clear();
+    if (mkdir(path_.c_str(), 0700) != 0 || mkdir(container().c_str(), 0700) != 0)
       throw cannot_write(parent);
   }
-  ~Staging() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
+  ~Staging() { clear(); }
   Staging(const Staging &) = delete;
   Staging &operator=(const Staging &) = delete;
 
-  [[nodiscard]] const std::string &path() const { return path_; }
+  /// A new container, and where an old one is put.
+  [[nodiscard]] std::string container() const { return path_ + "/new"; }
+  [[nodiscard]] std::string old_container() const { return path_ + "/old"; }
 
 private:
-  std::string path_;
-};
-
-/// Only under the lock: whoever holds it knows that what is in progress has been given up.
-void clear_leftovers(const std::string &folder) {
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
+  void clear() const {
     std::error_code ignored;
-    if (entry->path().filename().string().starts_with(kInProgress))
-      fs::remove_all(entry->path(), ignored);
+    fs::remove_all(path_, ignored);
   }
-}
+
+  const std::string path_;
+};
 
 /// A folder for a new container in `folder`.
 std::string new_container(const std::string &folder) {
@@ -105,37 +99,18 @@ InstalledApp read_installable(const fs::path &bundle) {
 void provide_data_container(const std::string &identifier) {
   const std::string folder = data_containers_folder();
   create_folders(folder);
-  clear_leftovers(folder);
+  const Staging staging(folder);
   if (!find_data_container(identifier).empty())
     return;
-  const Staging staging(folder);
   for (const char *part : {"/Documents", "/Library/Caches", "/Library/Preferences", "/tmp"})
-    create_folders(staging.path() + part);
-  name_container(staging.path(), identifier);
-  move(staging.path(), new_container(folder));
+    create_folders(staging.container() + part);
+  name_container(staging.container(), identifier);
+  move(folder, staging.container(), new_container(folder));
 }
 
-/// Exchanges the staged container with the one that it replaces.
-void exchange(const std::string &staged, const std::string &container) {
-  if (renameat2(AT_FDCWD, staged.c_str(), AT_FDCWD, container.c_str(), RENAME_EXCHANGE) == 0)
-    return;
-  if (errno != EINVAL)
-    throw cannot_write(bundle_containers_folder());
-  // Not every file system can exchange; then there is a moment without the app.
-  const std::string aside = staged + "-old";
-  move(container, aside);
-  if (rename(staged.c_str(), container.c_str()) != 0) {
-    const std::runtime_error problem = cannot_write(bundle_containers_folder());
-    rename(aside.c_str(), container.c_str());
-    throw problem;
-  }
-  // The old one is hidden by now: where it cannot be moved, the next installer clears it away.
-  rename(aside.c_str(), staged.c_str());
-}
-
-void stage_bundle(const fs::path &bundle, const std::string &staging,
+void stage_bundle(const fs::path &bundle, const std::string &container,
                   const std::string &identifier) {
-  const fs::path copy = fs::path(staging) / bundle.filename();
+  const fs::path copy = fs::path(container) / bundle.filename();
   std::error_code error;
   fs::copy(bundle, copy, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
   if (error)
@@ -143,26 +118,41 @@ void stage_bundle(const fs::path &bundle, const std::string &staging,
   // What was copied counts, not what was looked at before.
   if (read_installable(copy).identifier != identifier)
     throw std::runtime_error("Info.plist: changed meanwhile");
-  name_container(staging, identifier);
-  if (chmod(staging.c_str(), 0755) != 0)
-    throw cannot_write(staging);
+  name_container(container, identifier);
+  if (chmod(container.c_str(), 0755) != 0)
+    throw cannot_write(container);
+}
+
+/// Puts the staged container in the place of an installed one.
+void replace(const std::string &folder, const std::string &container, const Staging &staging) {
+  const std::string fresh = staging.container();
+  if (renameat2(AT_FDCWD, fresh.c_str(), AT_FDCWD, container.c_str(), RENAME_EXCHANGE) == 0)
+    return;
+  if (errno != EINVAL)
+    throw cannot_write(folder);
+  // Not every file system can exchange; then there is a moment without the app.
+  move(folder, container, staging.old_container());
+  if (rename(fresh.c_str(), container.c_str()) != 0) {
+    const std::runtime_error problem = cannot_write(folder);
+    rename(staging.old_container().c_str(), container.c_str());
+    throw problem;
+  }
 }
 
 void install(const fs::path &bundle, const std::string &identifier) {
   const std::string containers = bundle_containers_folder();
   create_folders(containers);
   const FileLock lock(containers);
-  clear_leftovers(containers);
   const AppRecord installed = installed_app(identifier);
   if (installed != nullptr && installed->type == AppType::system)
     throw std::runtime_error(identifier + " is a system app");
   const Staging staging(containers);
-  stage_bundle(bundle, staging.path(), identifier);
+  stage_bundle(bundle, staging.container(), identifier);
   provide_data_container(identifier);
   if (installed != nullptr)
-    exchange(staging.path(), installed->container_path);
+    replace(containers, installed->container_path, staging);
   else
-    move(staging.path(), new_container(containers));
+    move(containers, staging.container(), new_container(containers));
 }
 
 void remove(const std::string &identifier) {
@@ -173,13 +163,11 @@ void remove(const std::string &identifier) {
     throw std::runtime_error("no app is installed with the identifier " + identifier);
   if (app->type == AppType::system)
     throw std::runtime_error(identifier + " is a system app");
-  clear_leftovers(containers);
-  const Staging bundles(containers);
-  move(app->container_path, bundles.path() + "/bundle");
-  if (!app->data_path.empty()) {
-    const Staging data(data_containers_folder());
-    move(app->data_path, data.path() + "/data");
-  }
+  // Each staging folder takes with it what was moved there.
+  move(containers, app->container_path, Staging(containers).old_container());
+  const std::string data = data_containers_folder();
+  if (!app->data_path.empty())
+    move(data, app->data_path, Staging(data).old_container());
 }
 
 template <typename Action> std::string problem_of(Action action) {

@@ -94,16 +94,6 @@ TEST_F(AppInstallerFaults, KeepsTheOldAppWhereNoRenameWorks) {
   }
 }
 
-TEST_F(AppInstallerFaults, CountsAsDoneWhereOnlyTheOldAppCannotBeClearedAway) {
-  ASSERT_EQ(install_app(bundle_), "");
-  can_exchange = false;
-  renames_until_failure = 2;
-  EXPECT_EQ(install_second(), "");
-  EXPECT_EQ(installed_name(), "Talk.app");
-  EXPECT_EQ(install_second(), "");
-  EXPECT_EQ(folders_in(bundle_containers_folder()), 1);
-}
-
 TEST_F(AppInstallerFaults, LeavesNothingWhereTheLastStepFails) {
   for (const int renames : {0, 1}) {
     renames_until_failure = renames;

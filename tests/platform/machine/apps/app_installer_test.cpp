@@ -303,8 +303,8 @@ TEST_F(AppInstaller, NeverShowsHalfAnApp) {
 }
 
 TEST_F(AppInstaller, ClearsAwayWhatAKilledInstallerLeft) {
-  const fs::path left = fs::path(bundle_containers_folder()) / ".installing-abcdef";
-  const fs::path data_left = fs::path(data_containers_folder()) / ".installing-abcdef";
+  const fs::path left = fs::path(bundle_containers_folder()) / ".installing";
+  const fs::path data_left = fs::path(data_containers_folder()) / ".installing";
   lay_bundle(left / "Chat.app", "chat");
   fs::create_directories(data_left / "Documents");
   EXPECT_EQ(installed_app("chat"), nullptr) << "half installed is not installed";
