@@ -9,7 +9,6 @@
 @interface UIFont : NSObject <NSCopying> {
   NSString *_fontName;
   CGFloat _pointSize;
-  BOOL _bold;
 }
 + (UIFont *)systemFontOfSize:(CGFloat)size;
 + (UIFont *)boldSystemFontOfSize:(CGFloat)size;

@@ -1,8 +1,6 @@
 #import <VeltroHost/VHImageReading.h>
 
-#include "frameworks/CoreGraphics/image.hpp"
-#include "frameworks/UIKit/image_orientation.hpp"
-#include "machine/images/image_reading.hpp"
+#include "frameworks/UIKit/image_file.h"
 #include "machine/text/utf8.hpp"
 
 namespace {
@@ -34,15 +32,7 @@ UIImage *VHReadImage(NSData *data, NSUInteger max_pixels, NSUInteger least_side,
   const veltro::host::ImageFile file = veltro::host::read_image(
       bytes_of(data), {.max_pixels = max_pixels, .least_side = least_side});
   tell(problem, file.problem);
-  if (file.pixels == nullptr)
-    return nil;
-  const CGImageRef image = veltro::host::create_image(file.pixels);
-  UIImage *const result =
-      [UIImage imageWithCGImage:image
-                          scale:1
-                    orientation:veltro::host::image_orientation(file.orientation)];
-  CGImageRelease(image);
-  return result;
+  return [[[UIImage alloc] initWithFile:file scale:1] autorelease];
 }
 
 } // extern "C"

@@ -1,7 +1,6 @@
 #import <VeltroHost/VeltroHost.h>
 
 #include "frameworks/BackBoardServices/assertions.hpp"
-#include "frameworks/UIKit/animation_clock.hpp"
 #include "machine/apps/app_process.hpp"
 #include "machine/root/device_root.hpp"
 #include "machine/text/utf8.hpp"
@@ -26,10 +25,6 @@ NSString *VHLaunchObstacle(NSString *identifier) {
 
 BOOL VHIsKeptAlive(NSString *identifier) {
   return veltro::host::is_kept_alive(veltro::host::utf8_of(identifier)) ? YES : NO;
-}
-
-void VHSetAnimationTime(double seconds) {
-  veltro::host::set_animation_time(seconds);
 }
 
 } // extern "C"

@@ -3,7 +3,11 @@
 
 #import <QuartzCore/CALayer.h>
 
-#include "frameworks/QuartzCore/layer_drawing.h"
+/// What a view has its layer draw it by.
+@interface NSObject (VHLayerDrawing)
+/// Draws the delegate and all it holds, its bounds' origin at the context's.
+- (void)vh_drawInContext:(CGContextRef)context;
+@end
 
 @implementation CALayer
 
@@ -14,7 +18,7 @@
 - (void)renderInContext:(CGContextRef)context {
   // A layer that somebody kept draws nothing once its view is gone.
   if (context != nullptr && [_delegate respondsToSelector:@selector(vh_drawInContext:)])
-    [static_cast<id<VHLayerDrawing>>(_delegate) vh_drawInContext:context];
+    [_delegate vh_drawInContext:context];
 }
 
 @end

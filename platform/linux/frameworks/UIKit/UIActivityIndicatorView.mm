@@ -3,9 +3,10 @@
 
 #import <UIKit/UIActivityIndicatorView.h>
 #import <UIKit/UIGraphics.h>
+#import <VeltroHost/VeltroHost.h>
 
-#include "frameworks/UIKit/animation_clock.hpp"
-
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <numbers>
 
@@ -18,11 +19,20 @@ CGFloat side_of(UIActivityIndicatorViewStyle style) {
   return style == UIActivityIndicatorViewStyleWhiteLarge ? 37 : 20;
 }
 
+/// The age of all animations, where they are stopped; negative where they run.
+std::atomic<double> stopped_at{-1};
+
+/// In seconds, which only grow.
+double now() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
 } // namespace
 
 @implementation UIActivityIndicatorView
 
 @synthesize activityIndicatorViewStyle = _style;
+@synthesize hidesWhenStopped = _hidesWhenStopped;
 
 - (instancetype)initWithActivityIndicatorStyle:(UIActivityIndicatorViewStyle)style {
   if ((self = [self initWithFrame:CGRectMake(0, 0, side_of(style), side_of(style))]) != nil)
@@ -39,10 +49,6 @@ CGFloat side_of(UIActivityIndicatorViewStyle style) {
   return self;
 }
 
-- (BOOL)hidesWhenStopped {
-  return _hidesWhenStopped;
-}
-
 - (void)setHidesWhenStopped:(BOOL)hides {
   _hidesWhenStopped = hides;
   if (!_animating)
@@ -51,7 +57,7 @@ CGFloat side_of(UIActivityIndicatorViewStyle style) {
 
 - (void)startAnimating {
   if (!_animating)
-    _started = veltro::host::animation_time();
+    _started = now();
   _animating = YES;
   [self setHidden:NO];
 }
@@ -70,7 +76,8 @@ CGFloat side_of(UIActivityIndicatorViewStyle style) {
   CGContextRef context = UIGraphicsGetCurrentContext();
   const CGFloat radius = side_of(_style) / 2;
   const CGFloat gray = _style == UIActivityIndicatorViewStyleGray ? 0.5 : 1;
-  const double age = _animating ? veltro::host::animation_age(_started) : 0;
+  const double stopped = stopped_at;
+  const double age = !_animating ? 0 : stopped >= 0 ? stopped : now() - _started;
   // The brightest spoke goes round once a second.
   const int first = static_cast<int>(std::fmod(std::floor(age * kSpokes), kSpokes));
   CGContextSaveGState(context);
@@ -92,3 +99,7 @@ CGFloat side_of(UIActivityIndicatorViewStyle style) {
 }
 
 @end
+
+extern "C" void VHSetAnimationTime(double seconds) {
+  stopped_at = seconds;
+}

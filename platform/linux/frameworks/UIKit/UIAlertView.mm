@@ -4,6 +4,7 @@
 #import <VeltroHost/VHTouches.h>
 
 #include "frameworks/UIKit/alert_layout.h"
+#include "frameworks/UIKit/alert_style.hpp"
 
 #include <cstdarg>
 
@@ -54,7 +55,7 @@
 }
 
 - (BOOL)respondsToSelector:(SEL)selector {
-  if (sel_isEqual(selector, @selector(_setAccessoryView:)) && ![UIAlertView isLight])
+  if (sel_isEqual(selector, @selector(_setAccessoryView:)) && !veltro::host::alert_style().light)
     return NO;
   return [super respondsToSelector:selector];
 }

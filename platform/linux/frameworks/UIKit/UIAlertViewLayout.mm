@@ -3,31 +3,21 @@
 #import <QuartzCore/CALayer.h>
 #import <UIKit/UIColor.h>
 #import <UIKit/UIFont.h>
-#import <UIKit/UIGraphics.h>
 #import <UIKit/UILabel.h>
 #import <UIKit/UIScreen.h>
 
-#include "frameworks/CoreGraphics/context.hpp"
-#include "frameworks/UIKit/alert_drawing.hpp"
 #include "frameworks/UIKit/alert_style.hpp"
-#include "machine/device/release.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
-#include <vector>
 
 namespace {
 
+using veltro::host::alert_style;
 using veltro::host::AlertStyle;
 
 /// Above and below an accessory view.
 constexpr CGFloat kAccessoryGap = 12;
-
-const AlertStyle &current_style() {
-  return veltro::host::alert_style(
-      veltro::host::foundation_version_number(veltro::host::system_version()));
-}
 
 /// Text in the middle of its lines, on nothing.
 UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
@@ -44,10 +34,6 @@ UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
 
 @implementation UIAlertView (Layout)
 
-+ (BOOL)isLight {
-  return current_style().light;
-}
-
 - (void)addLabel:(UILabel *)label {
   [_labels addObject:label];
   [self addSubview:label];
@@ -57,7 +43,7 @@ UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
 - (CGFloat)addText:(NSString *)text font:(UIFont *)font top:(CGFloat)top {
   if ([text length] == 0)
     return top;
-  const AlertStyle &style = current_style();
+  const AlertStyle style = alert_style();
   UILabel *const label =
       centered_label(text, font, style.light ? [UIColor blackColor] : [UIColor whiteColor]);
   [label setNumberOfLines:0];
@@ -70,7 +56,7 @@ UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
 
 /// Adds the buttons below `top`. Returns where the last of them ends.
 - (CGFloat)addButtonsBelow:(CGFloat)top {
-  const AlertStyle &style = current_style();
+  const AlertStyle style = alert_style();
   UIColor *const color =
       style.light ? [UIColor colorWithRed:0 green:0.478 blue:1 alpha:1] : [UIColor whiteColor];
   CGFloat bottom = top;
@@ -91,7 +77,7 @@ UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
 }
 
 - (void)build {
-  const AlertStyle &style = current_style();
+  const AlertStyle style = alert_style();
   // An alert may be shown again, with other contents.
   for (UILabel *label in _labels)
     [label removeFromSuperview];
@@ -129,25 +115,6 @@ UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
     if ([label tag] > 0 && CGRectContainsPoint([label frame], point))
       return [label tag] - 1;
   return -1;
-}
-
-- (void)drawRect:(CGRect)rect {
-  cairo_t *const cairo = veltro::host::cairo_of(UIGraphicsGetCurrentContext());
-  if (!_visible || cairo == nullptr)
-    return;
-  const AlertStyle &style = current_style();
-  std::vector<CGRect> buttons;
-  for (UILabel *label in _labels)
-    if ([label tag] > 0)
-      buttons.push_back([label frame]);
-  if (style.light) {
-    veltro::host::draw_hairlines(cairo, buttons, [[UIScreen mainScreen] scale]);
-    return;
-  }
-  veltro::host::draw_panel(cairo, rect, style.corner_radius);
-  const long darker = veltro::host::darker_button(buttons.size(), _cancelButtonIndex);
-  for (std::size_t index = 0; index < buttons.size(); ++index)
-    veltro::host::draw_raised_button(cairo, buttons[index], std::cmp_equal(index, darker));
 }
 
 @end

@@ -17,7 +17,6 @@
   if ((self = [super init]) != nil) {
     _fontName = [(bold ? @"Liberation Sans Bold" : @"Liberation Sans") retain];
     _pointSize = size;
-    _bold = bold;
   }
   return self;
 }
@@ -41,7 +40,7 @@
 }
 
 - (CGFloat)lineHeight {
-  return veltro::host::line_height(self);
+  return veltro::host::size_of(veltro::host::lay_out(@"x", self, CGSizeZero, 0)).height;
 }
 
 - (BOOL)isEqual:(id)other {

@@ -1,15 +1,15 @@
-// UIImage over a CGImage. Follows Apple's UIImage class reference; named, animated, stretchable and
-// Core Image images, rendering modes and trait collections are left out.
+// UIImage over a CGImage, and its files. Follows Apple's UIImage class reference; named, animated,
+// stretchable and Core Image images, rendering modes and trait collections are left out.
 
 #import <UIKit/UIGraphics.h>
-#import <UIKit/UIImage.h>
 
 #include "frameworks/CoreGraphics/context.hpp"
 #include "frameworks/CoreGraphics/image.hpp"
-#include "frameworks/UIKit/image_orientation.hpp"
-#include "machine/images/image_reading.hpp"
+#include "frameworks/UIKit/image_file.h"
+#include "machine/images/image_writing.hpp"
 
-#include <iterator>
+#include <algorithm>
+#include <array>
 
 using veltro::host::Pixels;
 using veltro::host::pixels_of;
@@ -18,18 +18,30 @@ namespace {
 
 /// Where the unit square of the stored pixels lies in the unit square of the upright image, by the
 /// values of UIImageOrientation.
-constexpr cairo_matrix_t kUpright[] = {
+constexpr std::array<cairo_matrix_t, 8> kUpright{{
     {1, 0, 0, 1, 0, 0},   // up
     {-1, 0, 0, -1, 1, 1}, // down
     {0, -1, 1, 0, 0, 1},  // left
     {0, 1, -1, 0, 1, 0},  // right
     {-1, 0, 0, 1, 1, 0},  // the same, mirrored
-    {1, 0, 0, -1, 0, 1},  {0, 1, 1, 0, 0, 0}, {0, -1, -1, 0, 1, 1},
-};
+    {1, 0, 0, -1, 0, 1},
+    {0, 1, 1, 0, 0, 0},
+    {0, -1, -1, 0, 1, 1},
+}};
+
+/// The eight orientations in the order in which image files number them, from 1.
+constexpr std::array kInFiles{UIImageOrientationUp,
+                              UIImageOrientationUpMirrored,
+                              UIImageOrientationDown,
+                              UIImageOrientationDownMirrored,
+                              UIImageOrientationLeftMirrored,
+                              UIImageOrientationRight,
+                              UIImageOrientationRightMirrored,
+                              UIImageOrientationLeft};
 
 const cairo_matrix_t &upright(UIImageOrientation orientation) {
   const auto at = static_cast<std::size_t>(orientation);
-  return kUpright[at < std::size(kUpright) ? at : 0];
+  return kUpright[at < kUpright.size() ? at : 0];
 }
 
 /// 2 and 3 for a name that ends in @2x and @3x before its extension.
@@ -38,6 +50,10 @@ CGFloat scale_in_name(NSString *path) {
   if ([name hasSuffix:@"@2x"])
     return 2;
   return [name hasSuffix:@"@3x"] ? 3 : 1;
+}
+
+NSData *data_of(const std::vector<std::uint8_t> &file) {
+  return file.empty() ? nil : [NSData dataWithBytes:file.data() length:file.size()];
 }
 
 } // namespace
@@ -75,8 +91,11 @@ CGFloat scale_in_name(NSString *path) {
 }
 
 - (instancetype)initWithData:(NSData *)data scale:(CGFloat)scale {
-  const veltro::host::ImageFile file = veltro::host::read_image(
-      {static_cast<const std::uint8_t *>([data bytes]), [data length]}, {});
+  const auto *const bytes = static_cast<const std::uint8_t *>([data bytes]);
+  return [self initWithFile:veltro::host::read_image({bytes, [data length]}, {}) scale:scale];
+}
+
+- (instancetype)initWithFile:(const veltro::host::ImageFile &)file scale:(CGFloat)scale {
   if (file.pixels == nullptr) {
     [self release];
     return nil;
@@ -84,7 +103,7 @@ CGFloat scale_in_name(NSString *path) {
   const CGImageRef image = veltro::host::create_image(file.pixels);
   self = [self initWithCGImage:image
                          scale:scale
-                   orientation:veltro::host::image_orientation(file.orientation)];
+                   orientation:kInFiles.at(static_cast<std::size_t>(file.orientation - 1))];
   CGImageRelease(image);
   return self;
 }
@@ -141,3 +160,20 @@ CGFloat scale_in_name(NSString *path) {
 }
 
 @end
+
+extern "C" {
+
+NSData *UIImagePNGRepresentation(UIImage *image) {
+  const Pixels *const pixels = pixels_of([image CGImage]);
+  return pixels != nullptr ? data_of(veltro::host::write_png(*pixels)) : nil;
+}
+
+NSData *UIImageJPEGRepresentation(UIImage *image, CGFloat quality) {
+  const Pixels *const pixels = pixels_of([image CGImage]);
+  if (pixels == nullptr)
+    return nil;
+  const auto index = std::ranges::find(kInFiles, [image imageOrientation]) - kInFiles.begin();
+  return data_of(veltro::host::write_jpeg(*pixels, quality, static_cast<int>(index) + 1));
+}
+
+} // extern "C"

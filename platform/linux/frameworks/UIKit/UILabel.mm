@@ -27,6 +27,23 @@ double share_before(NSTextAlignment alignment) {
   }
 }
 
+/// Draws with the source of `cairo` into `column`, from its top down; `share` of what a line leaves
+/// free is before it, on the left whichever way it runs.
+void draw(PangoLayout *layout, cairo_t *cairo, CGRect column, double share) {
+  pango_cairo_update_layout(cairo, layout);
+  // Line by line, since pango changes the sides of text that runs from right to left.
+  PangoLayoutIter *const line = pango_layout_get_iter(layout);
+  do {
+    PangoRectangle extents;
+    pango_layout_iter_get_line_extents(line, nullptr, &extents);
+    const double free = column.size.width - static_cast<double>(extents.width) / PANGO_SCALE;
+    const double baseline = static_cast<double>(pango_layout_iter_get_baseline(line)) / PANGO_SCALE;
+    cairo_move_to(cairo, column.origin.x + free * share, column.origin.y + baseline);
+    pango_cairo_show_layout_line(cairo, pango_layout_iter_get_line_readonly(line));
+  } while (pango_layout_iter_next_line(line) != FALSE);
+  pango_layout_iter_free(line);
+}
+
 /// Labels were white until iOS 7 made them see-through.
 bool labels_are_white() {
   return veltro::host::foundation_version_number(veltro::host::system_version()) < 1047.0;
@@ -73,28 +90,25 @@ bool labels_are_white() {
 - (CGSize)sizeThatFits:(CGSize)size {
   if ([_text length] == 0)
     return CGSizeZero;
-  veltro::host::TextLayout layout(_text, _font);
-  layout.fit(_numberOfLines == 1 ? 0 : size.width, size.height, _numberOfLines);
-  return CGSizeMake(std::ceil(layout.width()), std::ceil(layout.height()));
+  const CGSize least = veltro::host::size_of(veltro::host::lay_out(
+      _text, _font, {_numberOfLines == 1 ? 0 : size.width, size.height}, _numberOfLines));
+  return CGSizeMake(std::ceil(least.width), std::ceil(least.height));
 }
 
 - (void)drawRect:(CGRect)rect {
-  if ([_text length] == 0)
+  const CGContextRef context = UIGraphicsGetCurrentContext();
+  if (context == nullptr || [_text length] == 0)
     return;
-  veltro::host::TextLayout layout(_text, _font);
-  layout.fit(rect.size.width, rect.size.height, _numberOfLines);
-  CGFloat red = 0;
-  CGFloat green = 0;
-  CGFloat blue = 0;
-  CGFloat alpha = 0;
-  [_textColor getRed:&red green:&green blue:&blue alpha:&alpha];
-  cairo_t *const cairo = veltro::host::cairo_of(UIGraphicsGetCurrentContext());
-  cairo_set_source_rgba(cairo, red, green, blue, alpha);
+  const auto layout = veltro::host::lay_out(_text, _font, rect.size, _numberOfLines);
+  veltro::host::Context &to = *veltro::host::context_of(context);
+  [_textColor setFill];
+  veltro::host::use_color(to, to.state().fill);
   // In the middle of its height, as labels are; text that is too high begins at the top.
-  const double free = std::max(0.0, (rect.size.height - layout.height()) / 2);
-  layout.draw(cairo, rect.origin.x, rect.origin.y + free, rect.size.width,
-              share_before(_textAlignment));
-  cairo_new_path(cairo);
+  const CGFloat free =
+      std::max<CGFloat>(0, rect.size.height - veltro::host::size_of(layout).height);
+  rect.origin.y += free / 2;
+  draw(layout.get(), to.cairo(), rect, share_before(_textAlignment));
+  CGContextBeginPath(context);
 }
 
 @end

@@ -1,12 +1,9 @@
-// How an alert looks on the release that this machine plays.
+// Where the parts of an alert stand.
 #pragma once
 
 #import <UIKit/UIAlertView.h>
 
 @interface UIAlertView (Layout)
-/// Whether the release's alerts are light and have a slot for a view, as from iOS 7 on; before,
-/// they are dark blue.
-+ (BOOL)isLight;
 /// Places title, message, accessory view and buttons from the top, and the alert in the middle of
 /// the screen.
 - (void)build;

@@ -1,5 +1,9 @@
 #include "frameworks/UIKit/alert_style.hpp"
 
+#include "machine/device/release.hpp"
+
+#include <utility>
+
 namespace veltro::host {
 namespace {
 
@@ -33,58 +37,35 @@ constexpr AlertStyle kFlat{.light = true,
                            .button_gap = 0,
                            .below_buttons = 0};
 
-constexpr AlertStyle with_smaller_message(AlertStyle style) {
-  style.message_size = 13;
-  return style;
-}
-
-constexpr AlertStyle with_rounder_corners(AlertStyle style) {
-  style.corner_radius = 13;
-  return style;
-}
-
-constexpr AlertStyle kFlatFromIOS8 = with_smaller_message(kFlat);
-constexpr AlertStyle kFlatFromIOS9 = with_rounder_corners(kFlatFromIOS8);
-
 } // namespace
 
-const AlertStyle &alert_style(double foundation_version) {
-  if (foundation_version >= 1240.1)
-    return kFlatFromIOS9;
-  if (foundation_version >= 1140.11)
-    return kFlatFromIOS8;
-  return foundation_version >= 1047.2 ? kFlat : kGlossy;
+AlertStyle alert_style() {
+  const double foundation = foundation_version_number(system_version());
+  AlertStyle style = foundation >= 1047.2 ? kFlat : kGlossy;
+  if (foundation >= 1140.11)
+    style.message_size = 13;
+  if (foundation >= 1240.1)
+    style.corner_radius = 13;
+  return style;
 }
 
 std::vector<CGRect> button_frames(const AlertStyle &style, std::size_t count, long cancel,
                                   CGFloat top) {
-  std::vector<CGRect> frames(count);
+  const bool beside = count == 2;
   const CGFloat inner = style.width - 2 * style.button_margin;
-  if (count == 2) {
-    const CGFloat width = (inner - style.button_gap) / 2;
-    for (std::size_t index = 0; index < count; ++index)
-      frames[index] =
-          CGRectMake(style.button_margin + static_cast<CGFloat>(index) * (width + style.button_gap),
-                     top, width, style.button_height);
-    return frames;
+  const CGFloat width = beside ? (inner - style.button_gap) / 2 : inner;
+  std::vector<CGRect> frames;
+  for (long index = 0; std::cmp_less(index, count); ++index) {
+    long row = cancel >= 0 && index > cancel ? index - 1 : index;
+    if (index == cancel)
+      row = static_cast<long>(count) - 1;
+    const auto column_step = static_cast<CGFloat>(beside ? index : 0);
+    const auto row_step = static_cast<CGFloat>(beside ? 0 : row);
+    frames.push_back({{style.button_margin + column_step * (width + style.button_gap),
+                       top + row_step * (style.button_height + style.button_gap)},
+                      {width, style.button_height}});
   }
-  auto place = [&, row = top](std::size_t index) mutable {
-    frames[index] = CGRectMake(style.button_margin, row, inner, style.button_height);
-    row += style.button_height + style.button_gap;
-  };
-  const auto last = static_cast<std::size_t>(cancel);
-  for (std::size_t index = 0; index < count; ++index)
-    if (index != last)
-      place(index);
-  if (last < count)
-    place(last);
   return frames;
-}
-
-long darker_button(std::size_t count, long cancel) {
-  if (count == 2)
-    return 0;
-  return count > 2 ? cancel : -1;
 }
 
 } // namespace veltro::host

@@ -31,16 +31,12 @@ struct AlertStyle {
   CGFloat below_buttons;
 };
 
-/// The style of the release with this Foundation version number.
-const AlertStyle &alert_style(double foundation_version);
+/// The style of the release that this machine plays.
+AlertStyle alert_style();
 
 /// The frames of `count` buttons by their index, below `top`: two beside each other, any other
 /// number below one another, the one at index `cancel` (-1 for none) last.
 std::vector<CGRect> button_frames(const AlertStyle &style, std::size_t count, long cancel,
                                   CGFloat top);
-
-/// Which of `count` buttons has the darker shape in the style that is not light: the left one of
-/// two, else the cancel button, which is never the only one; -1 for none.
-long darker_button(std::size_t count, long cancel);
 
 } // namespace veltro::host

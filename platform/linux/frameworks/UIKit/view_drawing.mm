@@ -6,7 +6,6 @@
 #import <UIKit/UIView.h>
 
 #include "frameworks/CoreGraphics/context.hpp"
-#include "frameworks/QuartzCore/layer_drawing.h"
 
 namespace veltro::host {
 namespace {
@@ -14,13 +13,12 @@ namespace {
 /// As on the device: what is as pale as this is not drawn.
 constexpr CGFloat kVisibleAlpha = 0.01;
 
-void draw_view(UIView *view, CGContextRef context);
+void draw_view(UIView *view, CGPoint at, CGContextRef context);
 
 /// Makes the view's shape the context's path.
 void add_shape(UIView *view, CGContextRef context) {
   CGContextBeginPath(context);
-  if (cairo_t *const cairo = cairo_of(context))
-    add_rounded_rect(cairo, [view bounds], [[view layer] cornerRadius]);
+  add_rounded_rect(cairo_of(context), [view bounds], [[view layer] cornerRadius]);
 }
 
 void draw_content(UIView *view, CGContextRef context) {
@@ -40,22 +38,18 @@ void draw_content(UIView *view, CGContextRef context) {
   [view drawRect:bounds];
   UIGraphicsPopContext();
   CGContextRestoreGState(context);
-  for (UIView *subview in [view subviews]) {
-    const CGPoint at = [subview frame].origin;
-    const CGPoint origin = [subview bounds].origin;
-    CGContextSaveGState(context);
-    CGContextTranslateCTM(context, at.x - origin.x, at.y - origin.y);
-    draw_view(subview, context);
-    CGContextRestoreGState(context);
-  }
+  for (UIView *subview in [view subviews])
+    draw_view(subview, [subview frame].origin, context);
 }
 
-/// Draws `view` and all it holds, in the view's own coordinates.
-void draw_view(UIView *view, CGContextRef context) {
-  if (view == nil || [view isHidden] || [view alpha] < kVisibleAlpha)
+/// Draws `view` and all it holds, its bounds' origin at `at`.
+void draw_view(UIView *view, CGPoint at, CGContextRef context) {
+  if ([view isHidden] || [view alpha] < kVisibleAlpha)
     return;
   [view layoutIfNeeded];
+  const CGPoint origin = [view bounds].origin;
   CGContextSaveGState(context);
+  CGContextTranslateCTM(context, at.x - origin.x, at.y - origin.y);
   if ([view alpha] < 1) {
     // The view and all it holds fade as one picture.
     cairo_push_group(cairo_of(context));
@@ -72,17 +66,10 @@ void draw_view(UIView *view, CGContextRef context) {
 } // namespace
 } // namespace veltro::host
 
-@interface UIView (VHLayerDrawing) <VHLayerDrawing>
-@end
-
 @implementation UIView (VHLayerDrawing)
 
 - (void)vh_drawInContext:(CGContextRef)context {
-  const CGPoint origin = [self bounds].origin;
-  CGContextSaveGState(context);
-  CGContextTranslateCTM(context, -origin.x, -origin.y);
-  veltro::host::draw_view(self, context);
-  CGContextRestoreGState(context);
+  veltro::host::draw_view(self, CGPointZero, context);
 }
 
 @end

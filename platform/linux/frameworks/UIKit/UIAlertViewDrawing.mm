@@ -1,12 +1,19 @@
-#include "frameworks/UIKit/alert_drawing.hpp"
+// What an alert draws behind its text, in the style of each release.
+
+#import <UIKit/UIAlertView.h>
+#import <UIKit/UIGraphics.h>
+#import <UIKit/UIScreen.h>
 
 #include "frameworks/CoreGraphics/context.hpp"
+#include "frameworks/UIKit/alert_style.hpp"
 
 #include <initializer_list>
 #include <numbers>
+#include <utility>
 
-namespace veltro::host {
 namespace {
+
+using veltro::host::add_rounded_rect;
 
 constexpr double kHairlineShade = 0.2;
 
@@ -53,10 +60,9 @@ void stroke_inside(cairo_t *cairo, CGRect rect, double radius, double width, dou
   cairo_stroke(cairo);
 }
 
-} // namespace
-
-void draw_hairlines(cairo_t *cairo, std::span<const CGRect> buttons, CGFloat pixels_per_point) {
-  const double thickness = 1 / pixels_per_point;
+/// One pixel thick: above each button, and between two that stand beside each other.
+void draw_hairlines(cairo_t *cairo, const std::vector<CGRect> &buttons) {
+  const double thickness = 1 / [[UIScreen mainScreen] scale];
   // One path, so that nothing is darker where the lines meet.
   cairo_new_path(cairo);
   for (const CGRect &button : buttons) {
@@ -70,6 +76,7 @@ void draw_hairlines(cairo_t *cairo, std::span<const CGRect> buttons, CGFloat pix
   cairo_fill(cairo);
 }
 
+/// The dark panel within `bounds`, which its shadow needs some of, with its rim and its gloss.
 void draw_panel(cairo_t *cairo, CGRect bounds, CGFloat corner_radius) {
   CGRect panel = inset(bounds, kShadowReach);
   panel.size.height -= kShadowDrop;
@@ -100,6 +107,7 @@ void draw_panel(cairo_t *cairo, CGRect bounds, CGFloat corner_radius) {
   stroke_inside(cairo, panel, corner_radius, kRimWidth, 1, 0.8);
 }
 
+/// A raised button, on the panel.
 void draw_raised_button(cairo_t *cairo, CGRect frame, bool darker) {
   // Light falls on the edge below the outline, and again below the button.
   stroke_inside(cairo, CGRectOffset(frame, 0, 1), kButtonRadius, 1, 1, 0.18);
@@ -113,4 +121,28 @@ void draw_raised_button(cairo_t *cairo, CGRect frame, bool darker) {
   stroke_inside(cairo, frame, kButtonRadius, 1, 0, 0.5);
 }
 
-} // namespace veltro::host
+} // namespace
+
+@implementation UIAlertView (Drawing)
+
+- (void)drawRect:(CGRect)rect {
+  cairo_t *const cairo = veltro::host::cairo_of(UIGraphicsGetCurrentContext());
+  if (!_visible || cairo == nullptr)
+    return;
+  std::vector<CGRect> buttons;
+  for (UIView *label in _labels)
+    if ([label tag] > 0)
+      buttons.push_back([label frame]);
+  const veltro::host::AlertStyle style = veltro::host::alert_style();
+  if (style.light) {
+    draw_hairlines(cairo, buttons);
+    return;
+  }
+  draw_panel(cairo, rect, style.corner_radius);
+  // The left one of two, else the cancel button, unless it is the only one.
+  const NSInteger darker = buttons.size() == 2 ? 0 : buttons.size() > 2 ? _cancelButtonIndex : -1;
+  for (std::size_t index = 0; index < buttons.size(); ++index)
+    draw_raised_button(cairo, buttons[index], std::cmp_equal(index, darker));
+}
+
+@end
