@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <linux/input.h>
+#include <set>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <utility>
@@ -28,51 +29,39 @@ std::uint16_t in_range(std::chrono::milliseconds time) {
   return static_cast<std::uint16_t>(std::clamp<std::int64_t>(time.count(), 0, kLongest));
 }
 
-} // namespace
-
-EvdevMotor::EvdevMotor(std::string folder) : folder_(std::move(folder)) {}
-
-bool EvdevMotor::vibrate(const Vibration &vibration) {
-  const bool had_device = static_cast<bool>(device_);
-  if (!had_device && !find_device())
-    return false;
-  if (play(vibration))
-    return true;
-  if (errno != ENODEV)
-    return false;
-  // Unplugged. Plugged in again it is another device, with none of the effects.
-  close_device();
-  return had_device && find_device() && play(vibration);
-}
-
-void EvdevMotor::close_device() {
-  device_ = File();
-  effects_.clear();
-}
-
-/// Whether all pulses were started; errno says why not.
-bool EvdevMotor::play(const Vibration &vibration) {
-  drop_effects();
-  return std::ranges::all_of(vibration.pulses,
-                             [&](const Pulse &pulse) { return start(pulse, vibration.intensity); });
-}
-
-bool EvdevMotor::find_device() {
-  std::vector<std::string> names;
+File find_device(const std::string &folder) {
   std::error_code error;
-  for (fs::directory_iterator entry(folder_, error), end; !error && entry != end;
+  std::set<std::string> names;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error))
     if (entry->path().filename().string().starts_with("event"))
-      names.push_back(entry->path().string());
-  std::ranges::sort(names);
-  for (const std::string &name : names) {
-    File device(name, O_RDWR | O_NONBLOCK);
-    if (device && can_rumble(device.number())) {
-      device_ = std::move(device);
+      names.insert(entry->path().string());
+  for (const std::string &name : names)
+    if (File device(name, O_RDWR | O_NONBLOCK); device && can_rumble(device.number()))
+      return device;
+  return {};
+}
+
+} // namespace
+
+bool EvdevMotor::vibrate(const Vibration &vibration) {
+  if (device_) {
+    if (play(vibration))
       return true;
-    }
+    if (errno != ENODEV)
+      return false;
+    // Unplugged. Plugged in again it is another device, with none of the effects.
+    effects_.clear();
   }
-  return false;
+  device_ = find_device(folder_);
+  return device_ && play(vibration);
+}
+
+bool EvdevMotor::play(const Vibration &vibration) {
+  for (const int effect : std::exchange(effects_, {}))
+    ioctl(device_.number(), EVIOCRMFF, effect);
+  return std::ranges::all_of(vibration.pulses,
+                             [&](const Pulse &pulse) { return start(pulse, vibration.intensity); });
 }
 
 bool EvdevMotor::start(const Pulse &pulse, double intensity) {
@@ -91,11 +80,6 @@ bool EvdevMotor::start(const Pulse &pulse, double intensity) {
   play.code = static_cast<std::uint16_t>(effect.id);
   play.value = 1;
   return write(device_.number(), &play, sizeof play) == sizeof play;
-}
-
-void EvdevMotor::drop_effects() {
-  for (const int effect : std::exchange(effects_, {}))
-    ioctl(device_.number(), EVIOCRMFF, effect);
 }
 
 } // namespace veltro::host

@@ -11,16 +11,14 @@ public:
   /// Takes the first device in `folder` that can rumble and that this process may write to, when it
   /// is first asked to vibrate; looks again each time until there is one, and when it was
   /// unplugged.
-  explicit EvdevMotor(std::string folder);
+  explicit EvdevMotor(std::string folder) : folder_(std::move(folder)) {}
 
   bool vibrate(const Vibration &vibration) override;
 
 private:
-  bool find_device();
-  void close_device();
+  /// Whether all pulses were started; errno says why not.
   bool play(const Vibration &vibration);
   bool start(const Pulse &pulse, double intensity);
-  void drop_effects();
 
   std::string folder_;
   File device_;

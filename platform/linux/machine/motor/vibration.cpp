@@ -19,23 +19,7 @@ EvdevMotor &machine_motor() {
   return motor;
 }
 
-} // namespace
-
-void use_motor(Motor *motor) {
-  const std::lock_guard lock(mutex);
-  chosen_motor = motor;
-}
-
-void request_vibration(const Vibration &vibration) {
-  bool started = false;
-  {
-    const std::lock_guard lock(mutex);
-    Motor &motor = chosen_motor != nullptr ? *chosen_motor : machine_motor();
-    started = motor.vibrate(vibration);
-  }
-  log_line("Vibration: " + description(vibration) + (started ? "" : " (no motor)"));
-}
-
+/// Such as "300 ms, intensity 1.00", or "100 ms, after 200 ms 100 ms, intensity 0.50".
 std::string description(const Vibration &vibration) {
   std::string text;
   for (const Pulse &pulse : vibration.pulses) {
@@ -45,6 +29,20 @@ std::string description(const Vibration &vibration) {
   std::array<char, 32> intensity{};
   std::snprintf(intensity.data(), intensity.size(), ", intensity %.2f", vibration.intensity);
   return (text.empty() ? "none" : text) + intensity.data();
+}
+
+} // namespace
+
+void use_motor(Motor *motor) {
+  const std::lock_guard lock(mutex);
+  chosen_motor = motor;
+}
+
+void request_vibration(const Vibration &vibration) {
+  const std::lock_guard lock(mutex);
+  Motor &motor = chosen_motor != nullptr ? *chosen_motor : machine_motor();
+  const bool started = motor.vibrate(vibration);
+  log_line("Vibration: " + description(vibration) + (started ? "" : " (no motor)"));
 }
 
 } // namespace veltro::host

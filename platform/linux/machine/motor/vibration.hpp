@@ -36,7 +36,4 @@ void use_motor(Motor *motor);
 /// Logs the request and starts it on the motor, if there is one.
 void request_vibration(const Vibration &vibration);
 
-/// Such as "300 ms, intensity 1.00", or "100 ms, after 200 ms 100 ms, intensity 0.50".
-std::string description(const Vibration &vibration);
-
 } // namespace veltro::host
