@@ -5,8 +5,8 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <string_view>
 
 namespace veltro::host {
 namespace {
@@ -14,16 +14,9 @@ namespace {
 /// What the loader's signal is to do, and what it tells.
 struct Reading {
   ReadOptions options;
+  bool is_jpeg;
   ImageFile image;
 };
-
-bool is_jpeg(GdkPixbufLoader *loader) {
-  GdkPixbufFormat *const format = gdk_pixbuf_loader_get_format(loader);
-  gchar *const name = format != nullptr ? gdk_pixbuf_format_get_name(format) : nullptr;
-  const bool jpeg = name != nullptr && std::string_view(name) == "jpeg";
-  g_free(name);
-  return jpeg;
-}
 
 void size_is_known(GdkPixbufLoader *loader, int width, int height, Reading *reading) {
   const ReadOptions &options = reading->options;
@@ -39,7 +32,7 @@ void size_is_known(GdkPixbufLoader *loader, int width, int height, Reading *read
     gdk_pixbuf_loader_set_size(loader, 0, 0);
     return;
   }
-  if (options.least_side == 0 || !is_jpeg(loader))
+  if (options.least_side == 0 || !reading->is_jpeg)
     return;
   for (const int divisor : {8, 4, 2}) {
     const int less_wide = (width + divisor - 1) / divisor;
@@ -68,7 +61,8 @@ std::shared_ptr<Pixels> pixels_of(GdkPixbuf *pixbuf) {
 } // namespace
 
 ImageFile read_image(std::span<const std::uint8_t> file, const ReadOptions &options) {
-  Reading reading{options, {}};
+  const bool is_jpeg = file.size() >= 2 && file[0] == 0xFF && file[1] == 0xD8;
+  Reading reading{options, is_jpeg, {}};
   ImageFile &image = reading.image;
   if (file.empty()) {
     image.problem = "it is empty";
