@@ -10,22 +10,13 @@ using veltro::host::context_of;
 
 namespace {
 
-constexpr CGBitmapInfo big(CGImageAlphaInfo alpha) {
-  return kCGBitmapByteOrder32Big | CGBitmapInfo{alpha};
-}
-
-constexpr CGBitmapInfo little(CGImageAlphaInfo alpha) {
-  return kCGBitmapByteOrder32Little | CGBitmapInfo{alpha};
-}
-
-/// Whether a context can draw in this format. With alpha last and the big byte first, red and blue
-/// have changed places and nothing else.
-bool is_drawable(CGBitmapInfo info, bool &opaque, bool &swapped) {
-  if ((info & kCGBitmapByteOrderMask) == kCGBitmapByteOrderDefault)
-    info |= kCGBitmapByteOrder32Big;
-  opaque = info == big(kCGImageAlphaNoneSkipLast) || info == little(kCGImageAlphaNoneSkipFirst);
-  swapped = info == big(kCGImageAlphaNoneSkipLast) || info == big(kCGImageAlphaPremultipliedLast);
-  return opaque || swapped || info == little(kCGImageAlphaPremultipliedFirst);
+/// With alpha last and the big byte first, red and blue have changed places and nothing else.
+constexpr CGBitmapInfo info_of(bool opaque, bool swapped) {
+  if (swapped)
+    return kCGBitmapByteOrder32Big |
+           CGBitmapInfo{opaque ? kCGImageAlphaNoneSkipLast : kCGImageAlphaPremultipliedLast};
+  return kCGBitmapByteOrder32Little |
+         CGBitmapInfo{opaque ? kCGImageAlphaNoneSkipFirst : kCGImageAlphaPremultipliedFirst};
 }
 
 } // namespace
@@ -35,10 +26,12 @@ extern "C" {
 CGContextRef CGBitmapContextCreate(void *data, size_t width, size_t height,
                                    size_t bits_per_component, size_t bytes_per_row,
                                    CGColorSpaceRef space, CGBitmapInfo bitmap_info) {
-  bool opaque = false;
-  bool swapped = false;
+  if ((bitmap_info & kCGBitmapByteOrderMask) == kCGBitmapByteOrderDefault)
+    bitmap_info |= kCGBitmapByteOrder32Big;
+  const bool swapped = (bitmap_info & kCGBitmapByteOrder32Big) != 0;
+  const bool opaque = (bitmap_info & kCGBitmapAlphaInfoMask) >= kCGImageAlphaNoneSkipLast;
   if (bits_per_component != 8 || CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB ||
-      !is_drawable(bitmap_info, opaque, swapped))
+      bitmap_info != info_of(opaque, swapped))
     return nullptr;
   const cairo_matrix_t upwards{1, 0, 0, -1, 0, static_cast<double>(height)};
   return veltro::host::create_context(
@@ -66,10 +59,7 @@ size_t CGBitmapContextGetBytesPerRow(CGContextRef context) {
 CGBitmapInfo CGBitmapContextGetBitmapInfo(CGContextRef context) {
   if (context == nullptr)
     return 0;
-  const bool opaque = context_of(context)->bitmap().opaque;
-  return context_of(context)->swapped()
-             ? big(opaque ? kCGImageAlphaNoneSkipLast : kCGImageAlphaPremultipliedLast)
-             : little(opaque ? kCGImageAlphaNoneSkipFirst : kCGImageAlphaPremultipliedFirst);
+  return info_of(context_of(context)->bitmap().opaque, context_of(context)->swapped());
 }
 
 CGImageRef CGBitmapContextCreateImage(CGContextRef context) {

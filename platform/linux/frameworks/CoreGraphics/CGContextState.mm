@@ -21,15 +21,11 @@ double in_unit(CGFloat value) {
 }
 
 Color color_of(CGColorRef color) {
-  const CGFloat *const part = CGColorGetComponents(color);
-  switch (CGColorGetNumberOfComponents(color)) {
-  case 2:
-    return {part[0], part[0], part[0], part[1]};
-  case 4:
-    return {part[0], part[1], part[2], part[3]};
-  default:
+  if (color == nullptr)
     return {0, 0, 0, 0};
-  }
+  const CGFloat *const part = CGColorGetComponents(color);
+  const bool gray = CGColorGetNumberOfComponents(color) == 2;
+  return {part[0], part[gray ? 0 : 1], part[gray ? 0 : 2], CGColorGetAlpha(color)};
 }
 
 cairo_operator_t operator_of(CGBlendMode mode) {
@@ -46,11 +42,9 @@ cairo_filter_t filter_of(CGInterpolationQuality quality) {
     return CAIRO_FILTER_BILINEAR;
   case kCGInterpolationHigh:
     return CAIRO_FILTER_BEST;
-  case kCGInterpolationDefault:
-  case kCGInterpolationMedium:
-    break;
+  default:
+    return CAIRO_FILTER_GOOD;
   }
-  return CAIRO_FILTER_GOOD;
 }
 
 } // namespace

@@ -74,21 +74,13 @@ bool CGRectIsEmpty(CGRect rect) {
 }
 
 CGRect CGRectInset(CGRect rect, CGFloat dx, CGFloat dy) {
-  rect = CGRectStandardize(rect);
-  if (CGRectIsNull(rect))
-    return CGRectNull;
-  const CGRect inset = {{rect.origin.x + dx, rect.origin.y + dy},
-                        {rect.size.width - 2 * dx, rect.size.height - 2 * dy}};
-  return inset.size.width < 0 || inset.size.height < 0 ? CGRectNull : inset;
+  const CGRect inset = {{CGRectGetMinX(rect) + dx, CGRectGetMinY(rect) + dy},
+                        {CGRectGetWidth(rect) - 2 * dx, CGRectGetHeight(rect) - 2 * dy}};
+  return inset.size.width < 0 || inset.size.height < 0 ? CGRectNull : CGRectStandardize(inset);
 }
 
 CGRect CGRectOffset(CGRect rect, CGFloat dx, CGFloat dy) {
-  rect = CGRectStandardize(rect);
-  if (CGRectIsNull(rect))
-    return CGRectNull;
-  rect.origin.x += dx;
-  rect.origin.y += dy;
-  return rect;
+  return CGRectStandardize({{rect.origin.x + dx, rect.origin.y + dy}, rect.size});
 }
 
 CGRect CGRectIntegral(CGRect rect) {
@@ -100,13 +92,12 @@ CGRect CGRectIntegral(CGRect rect) {
 }
 
 CGRect CGRectIntersection(CGRect one, CGRect other) {
-  if (CGRectIsNull(one) || CGRectIsNull(other))
-    return CGRectNull;
   const CGFloat x = std::max(CGRectGetMinX(one), CGRectGetMinX(other));
   const CGFloat y = std::max(CGRectGetMinY(one), CGRectGetMinY(other));
   const CGFloat width = std::min(CGRectGetMaxX(one), CGRectGetMaxX(other)) - x;
   const CGFloat height = std::min(CGRectGetMaxY(one), CGRectGetMaxY(other)) - y;
-  return width < 0 || height < 0 ? CGRectNull : CGRectMake(x, y, width, height);
+  // Not so where one is null, which is at infinity.
+  return width >= 0 && height >= 0 ? CGRectMake(x, y, width, height) : CGRectNull;
 }
 
 CGRect CGRectUnion(CGRect one, CGRect other) {

@@ -153,15 +153,12 @@ void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
                     CGRectGetHeight(rect));
     return;
   }
-  const double left = CGRectGetMinX(rect) + r;
-  const double right = CGRectGetMaxX(rect) - r;
-  const double top = CGRectGetMinY(rect) + r;
-  const double bottom = CGRectGetMaxY(rect) - r;
+  const CGRect inner = CGRectInset(rect, r, r);
   cairo_new_sub_path(cairo);
-  cairo_arc(cairo, right, top, r, -kRightAngle, 0);
-  cairo_arc(cairo, right, bottom, r, 0, kRightAngle);
-  cairo_arc(cairo, left, bottom, r, kRightAngle, 2 * kRightAngle);
-  cairo_arc(cairo, left, top, r, 2 * kRightAngle, 3 * kRightAngle);
+  cairo_arc(cairo, CGRectGetMaxX(inner), CGRectGetMinY(inner), r, -kRightAngle, 0);
+  cairo_arc(cairo, CGRectGetMaxX(inner), CGRectGetMaxY(inner), r, 0, kRightAngle);
+  cairo_arc(cairo, CGRectGetMinX(inner), CGRectGetMaxY(inner), r, kRightAngle, 2 * kRightAngle);
+  cairo_arc(cairo, CGRectGetMinX(inner), CGRectGetMinY(inner), r, 2 * kRightAngle, 3 * kRightAngle);
   cairo_close_path(cairo);
 }
 

@@ -100,7 +100,6 @@
 }
 
 - (void)dismissWithClickedButtonIndex:(NSInteger)index animated:(BOOL)animated {
-  (void)animated;
   if (!_visible)
     return;
   if ([_delegate respondsToSelector:@selector(alertView:willDismissWithButtonIndex:)])

@@ -67,7 +67,6 @@ CGColorRef create(std::initializer_list<CGFloat> components) {
 }
 
 - (id)copyWithZone:(NSZone *)zone {
-  (void)zone;
   return [self retain];
 }
 

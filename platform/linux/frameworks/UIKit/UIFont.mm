@@ -35,7 +35,6 @@
 }
 
 - (id)copyWithZone:(NSZone *)zone {
-  (void)zone;
   return [self retain];
 }
 

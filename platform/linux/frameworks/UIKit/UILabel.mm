@@ -17,14 +17,9 @@ namespace {
 
 /// The share of a line's free width that is before the line.
 double share_before(NSTextAlignment alignment) {
-  switch (alignment) {
-  case NSTextAlignmentCenter:
+  if (alignment == NSTextAlignmentCenter)
     return 0.5;
-  case NSTextAlignmentRight:
-    return 1;
-  default:
-    return 0;
-  }
+  return alignment == NSTextAlignmentRight ? 1 : 0;
 }
 
 /// Draws with the source of `cairo` into `column`, from its top down; `share` of what a line leaves

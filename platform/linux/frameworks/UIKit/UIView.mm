@@ -11,6 +11,8 @@
 
 @implementation UIView
 
+@synthesize frame = _frame;
+@synthesize superview = _superview;
 @synthesize layer = _layer;
 @synthesize backgroundColor = _backgroundColor;
 @synthesize alpha = _alpha;
@@ -43,10 +45,6 @@
   [super dealloc];
 }
 
-- (CGRect)frame {
-  return _frame;
-}
-
 - (void)setFrame:(CGRect)frame {
   _frame = CGRectStandardize(frame);
   [self setNeedsLayout];
@@ -70,10 +68,6 @@
 
 - (void)setCenter:(CGPoint)center {
   _frame.origin = CGPointMake(center.x - _frame.size.width / 2, center.y - _frame.size.height / 2);
-}
-
-- (UIView *)superview {
-  return _superview;
 }
 
 - (NSArray *)subviews {
@@ -140,7 +134,6 @@
 }
 
 - (void)drawRect:(CGRect)rect {
-  (void)rect;
 }
 
 // Every rendering lays out and draws anew, so that nothing has to be remembered here.
@@ -158,7 +151,6 @@
 }
 
 - (BOOL)drawViewHierarchyInRect:(CGRect)rect afterScreenUpdates:(BOOL)afterUpdates {
-  (void)afterUpdates;
   CGContextRef context = UIGraphicsGetCurrentContext();
   if (context == nullptr)
     return NO;

@@ -9,10 +9,6 @@ namespace {
 /// cairo's fonts fail beyond some size, and all text of the process with them.
 constexpr double kMaxFontSize = 4096;
 
-double usable_font_size(double points) {
-  return points > 0 ? std::min(points, kMaxFontSize) : 0;
-}
-
 /// Points as pango counts them; -1, "as much as it takes", for what is not greater than 0 and for
 /// what pango cannot count.
 int pango_units(double points) {
@@ -36,8 +32,8 @@ TextLayout lay_out(NSString *text, UIFont *font, CGSize space, long lines) {
 
   PangoFontDescription *const description =
       pango_font_description_from_string([[font fontName] UTF8String]);
-  pango_font_description_set_absolute_size(description,
-                                           usable_font_size([font pointSize]) * PANGO_SCALE);
+  const double size = [font pointSize] > 0 ? std::min<double>([font pointSize], kMaxFontSize) : 0;
+  pango_font_description_set_absolute_size(description, size * PANGO_SCALE);
   pango_layout_set_font_description(layout, description);
   pango_font_description_free(description);
   const char *const bytes = [text UTF8String];
