@@ -4,21 +4,16 @@
 
 #import <Foundation/Foundation.h>
 
+#include "frameworks/Foundation/replace_method.hpp"
+
 CFBooleanRef kCFBooleanTrue;
 CFBooleanRef kCFBooleanFalse;
 
-/// Fills in the booleans. A message needs the runtime to know this file's selectors, which it does
-/// in +load and not yet in a C++ initialiser.
-@interface VHBooleans : NSObject
-@end
-
-@implementation VHBooleans
-
-+ (void)load {
+// A message needs the runtime to know this file's selectors, which it does not yet in a C++
+// initialiser.
+VH_AT_LOAD(VHBooleans) {
   @autoreleasepool {
     kCFBooleanTrue = reinterpret_cast<CFBooleanRef>([[NSNumber numberWithBool:YES] retain]);
     kCFBooleanFalse = reinterpret_cast<CFBooleanRef>([[NSNumber numberWithBool:NO] retain]);
   }
 }
-
-@end

@@ -9,11 +9,9 @@
 #include <chrono>
 #include <cmath>
 
-namespace veltro::host {
 namespace {
 
-using Method = NSString *(*)(NSDate *, SEL);
-constinit Method gnustep_method = nullptr;
+NSString *(*gnustep_method)(NSDate *, SEL);
 
 constexpr NSTimeInterval kYear1 = -63'113'904'000;
 constexpr NSTimeInterval kFarthest = -1e15; // in the year -31,686,738
@@ -39,9 +37,8 @@ NSString *description(NSDate *self, SEL selector) {
 }
 
 } // namespace
-} // namespace veltro::host
 
 VH_AT_LOAD(VHDateDescriptionPatch) {
-  using namespace veltro::host;
-  gnustep_method = replace_method(NSClassFromString(@"NSGDate"), "description", &description);
+  gnustep_method =
+      veltro::host::replace_method(objc_getClass("NSGDate"), "description", description);
 }

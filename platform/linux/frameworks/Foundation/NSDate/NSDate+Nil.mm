@@ -5,21 +5,17 @@
 
 #import <Foundation/Foundation.h>
 
-namespace veltro::host {
 namespace {
 
-using Method = NSTimeInterval (*)(NSDate *, SEL, NSDate *);
-constinit Method gnustep_method = nullptr;
+NSTimeInterval (*gnustep_method)(NSDate *, SEL, NSDate *);
 
 NSTimeInterval time_interval_since_date(NSDate *self, SEL selector, NSDate *date) {
   return date != nil ? gnustep_method(self, selector, date) : [self timeIntervalSinceReferenceDate];
 }
 
 } // namespace
-} // namespace veltro::host
 
 VH_AT_LOAD(VHNilDatePatches) {
-  using namespace veltro::host;
-  gnustep_method = replace_method(NSClassFromString(@"NSGDate"),
-                                  "timeIntervalSinceDate:", &time_interval_since_date);
+  gnustep_method = veltro::host::replace_method(objc_getClass("NSGDate"),
+                                                "timeIntervalSinceDate:", time_interval_since_date);
 }

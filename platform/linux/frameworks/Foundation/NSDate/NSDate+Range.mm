@@ -8,36 +8,24 @@
 #import <Foundation/Foundation.h>
 #import <objc/runtime.h>
 
-namespace veltro::host {
 namespace {
 
-using Method = NSDate *(*)(NSDate *, SEL, NSTimeInterval);
-constinit Method gnustep_method = nullptr;
-constinit std::ptrdiff_t seconds_offset = 0;
+NSDate *(*gnustep_method)(NSDate *, SEL, NSTimeInterval);
 
 NSDate *init_with_time_interval(NSDate *self, SEL selector, NSTimeInterval seconds) {
+  static const std::ptrdiff_t offset =
+      ivar_getOffset(class_getInstanceVariable(objc_getClass("NSGDate"), "_seconds_since_ref"));
   NSDate *const made = gnustep_method(self, selector, seconds);
   if (made != nil)
-    *reinterpret_cast<NSTimeInterval *>(reinterpret_cast<char *>(made) + seconds_offset) = seconds;
+    *reinterpret_cast<NSTimeInterval *>(reinterpret_cast<char *>(made) + offset) = seconds;
   return made;
 }
 
 } // namespace
-} // namespace veltro::host
 
-@interface VHDateRangePatch : NSObject
-@end
-
-@implementation VHDateRangePatch
-
-+ (void)load {
-  using namespace veltro::host;
-  const Class concrete = NSClassFromString(@"NSGDate");
-  seconds_offset = ivar_getOffset(class_getInstanceVariable(concrete, "_seconds_since_ref"));
-  gnustep_method =
-      replace_method(concrete, "initWithTimeIntervalSinceReferenceDate:", &init_with_time_interval);
+VH_AT_LOAD(VHDateRangePatch) {
+  gnustep_method = veltro::host::replace_method(
+      objc_getClass("NSGDate"), "initWithTimeIntervalSinceReferenceDate:", init_with_time_interval);
 }
-
-@end
 
 #endif

@@ -2,40 +2,10 @@
 // NSSecureCoding reference.
 
 #import "frameworks/Foundation/NSKeyedArchiver/secure_coding.hpp"
+#include "frameworks/Foundation/replace_method.hpp"
 
 #include <dlfcn.h>
 #include <objc/runtime.h>
-
-// A class has no parentheses around its name. NOLINTBEGIN(bugprone-macro-parentheses)
-#define VH_SECURE_CODING(name)                                                                     \
-  @implementation name (VHSecureCoding)                                                            \
-  +(BOOL)supportsSecureCoding {                                                                    \
-    return YES;                                                                                    \
-  }                                                                                                \
-  @end
-// NOLINTEND(bugprone-macro-parentheses)
-
-VH_SECURE_CODING(NSArray)
-VH_SECURE_CODING(NSAttributedString)
-VH_SECURE_CODING(NSCalendar)
-VH_SECURE_CODING(NSCharacterSet)
-VH_SECURE_CODING(NSData)
-VH_SECURE_CODING(NSDate)
-VH_SECURE_CODING(NSDateComponents)
-VH_SECURE_CODING(NSDictionary)
-VH_SECURE_CODING(NSError)
-VH_SECURE_CODING(NSIndexPath)
-VH_SECURE_CODING(NSIndexSet)
-VH_SECURE_CODING(NSLocale)
-VH_SECURE_CODING(NSNull)
-VH_SECURE_CODING(NSOrderedSet)
-VH_SECURE_CODING(NSSet)
-VH_SECURE_CODING(NSString)
-VH_SECURE_CODING(NSTimeZone)
-VH_SECURE_CODING(NSURL)
-VH_SECURE_CODING(NSURLRequest)
-VH_SECURE_CODING(NSUUID)
-VH_SECURE_CODING(NSValue)
 
 namespace veltro::host {
 namespace {
@@ -73,3 +43,15 @@ bool foundation_decodes(Class candidate) {
 }
 
 } // namespace veltro::host
+
+VH_AT_LOAD(VHSecureCoding) {
+  const auto yes = +[](Class, SEL) -> BOOL { return YES; };
+  for (const char *name :
+       {"NSArray",    "NSAttributedString", "NSCalendar",   "NSCharacterSet", "NSData",
+        "NSDate",     "NSDateComponents",   "NSDictionary", "NSError",        "NSIndexPath",
+        "NSIndexSet", "NSLocale",           "NSNull",       "NSOrderedSet",   "NSSet",
+        "NSString",   "NSTimeZone",         "NSURL",        "NSURLRequest",   "NSUUID",
+        "NSValue"})
+    class_addMethod(object_getClass(objc_getClass(name)), sel_registerName("supportsSecureCoding"),
+                    reinterpret_cast<IMP>(reinterpret_cast<void (*)()>(yes)), "C@:");
+}

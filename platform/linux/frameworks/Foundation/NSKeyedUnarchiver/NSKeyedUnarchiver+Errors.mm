@@ -14,6 +14,16 @@ void report(NSError **error, NSInteger code, NSString *reason) {
                                                              forKey:NSLocalizedDescriptionKey]];
 }
 
+/// What `decode` returns; nil and an error where it raises.
+template <typename Decode> id decoded(NSError **error, Decode decode) {
+  @try {
+    return decode();
+  } @catch (NSException *exception) {
+    report(error, NSCoderReadCorruptError, [exception reason]);
+    return nil;
+  }
+}
+
 /// The root object of `data`, of the classes given where secure coding is required.
 id root_object(NSData *data, BOOL secure, NSSet *expected, NSError **error) {
   NSKeyedUnarchiver *unarchiver = [NSKeyedUnarchiver alloc];
@@ -51,12 +61,7 @@ id root_object(NSData *data, BOOL secure, NSSet *expected, NSError **error) {
 }
 
 - (id)decodeTopLevelObjectForKey:(NSString *)key error:(NSError **)error {
-  @try {
-    return [self decodeObjectForKey:key];
-  } @catch (NSException *exception) {
-    report(error, NSCoderReadCorruptError, [exception reason]);
-    return nil;
-  }
+  return decoded(error, [&] { return [self decodeObjectForKey:key]; });
 }
 
 - (id)decodeTopLevelObjectOfClass:(Class)expected forKey:(NSString *)key error:(NSError **)error {
@@ -66,12 +71,7 @@ id root_object(NSData *data, BOOL secure, NSSet *expected, NSError **error) {
 - (id)decodeTopLevelObjectOfClasses:(NSSet *)expected
                              forKey:(NSString *)key
                               error:(NSError **)error {
-  @try {
-    return [self decodeObjectOfClasses:expected forKey:key];
-  } @catch (NSException *exception) {
-    report(error, NSCoderReadCorruptError, [exception reason]);
-    return nil;
-  }
+  return decoded(error, [&] { return [self decodeObjectOfClasses:expected forKey:key]; });
 }
 
 @end

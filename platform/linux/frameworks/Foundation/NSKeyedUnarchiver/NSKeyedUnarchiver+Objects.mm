@@ -22,8 +22,7 @@ using veltro::host::replace_method;
 struct Expectation {
   NSKeyedUnarchiver *coder;
   NSString *key = nil;         ///< the key, where classes were named for it
-  NSSet *classes = nil;        ///< the classes asked for
-  bool any_class = true;       ///< nothing was asked for
+  NSSet *classes = nil;        ///< the classes asked for; nil where any will do
   bool elements = false;       ///< the key holds a collection's elements
   bool parts = false;          ///< the key holds a part of an object of Foundation's
   NSUInteger class_record = 0; ///< the archive's record of the class of the object being made
@@ -95,7 +94,8 @@ Class class_of(NSKeyedUnarchiver *coder, id record) {
 }
 
 bool is_expected(Class found, const Expectation &expectation) {
-  if (expectation.any_class || (expectation.elements && property_list_class(found, true) != Nil) ||
+  if (expectation.classes == nil ||
+      (expectation.elements && property_list_class(found, true) != Nil) ||
       (expectation.parts && veltro::host::foundation_decodes(found)))
     return true;
   for (const Class expected in expectation.classes)
@@ -104,20 +104,16 @@ bool is_expected(Class found, const Expectation &expectation) {
   return false;
 }
 
-void refuse(Class found, const Expectation &expectation) {
-  [NSException raise:NSInvalidUnarchiveOperationException
-              format:@"The value%@%@ is of class '%@' and not of the classes asked for, %@.",
-                     expectation.key != nil ? @" for key " : @"",
-                     expectation.key != nil ? expectation.key : @"", found,
-                     [expectation.classes allObjects]];
-}
-
 void check(Class found, const Expectation &expectation) {
   // A class that is not known here is the unarchiver's own matter.
   if (found == Nil)
     return;
   if (!is_expected(found, expectation))
-    refuse(found, expectation);
+    [NSException raise:NSInvalidUnarchiveOperationException
+                format:@"The value%@%@ is of class '%@' and not of the classes asked for, %@.",
+                       expectation.key != nil ? @" for key " : @"",
+                       expectation.key != nil ? expectation.key : @"", found,
+                       [expectation.classes allObjects]];
   if (!veltro::host::supports_secure_coding(found))
     [NSException raise:NSInvalidUnarchiveOperationException
                 format:@"Secure coding is required and class '%@' does not support it.", found];
@@ -200,7 +196,8 @@ VH_AT_LOAD(VHObjectDecoding) {
 - (id)decodeObjectOfClasses:(NSSet *)expected forKey:(NSString *)key {
   if (![self requiresSecureCoding])
     return [self decodeObjectForKey:key];
-  const Expecting inside({.coder = self, .key = key, .classes = expected, .any_class = false});
+  NSSet *const classes = expected != nil ? expected : [NSSet set];
+  const Expecting inside({.coder = self, .key = key, .classes = classes});
   return [self decodeObjectForKey:key];
 }
 

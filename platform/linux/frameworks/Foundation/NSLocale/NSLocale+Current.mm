@@ -8,11 +8,9 @@
 
 #include <mutex>
 
-namespace veltro::host {
 namespace {
 
-using Method = NSLocale *(*)(Class, SEL);
-constinit Method gnustep_method = nullptr;
+NSLocale *(*gnustep_method)(Class, SEL);
 
 std::mutex mutex;
 NSLocale *chosen = nil;
@@ -30,10 +28,8 @@ NSLocale *current_locale(Class self, SEL selector) {
 }
 
 } // namespace
-} // namespace veltro::host
 
 VH_AT_LOAD(VHCurrentLocalePatches) {
-  using namespace veltro::host;
-  gnustep_method =
-      replace_class_method(objc_getClass("NSLocale"), "currentLocale", &current_locale);
+  gnustep_method = veltro::host::replace_class_method(objc_getClass("NSLocale"), "currentLocale",
+                                                      current_locale);
 }

@@ -72,9 +72,16 @@ id strings_of_text(NSString *self, SEL selector) {
 }
 
 bool is_binary(NSData *data) {
-  constexpr std::string_view kMagic = "bplist";
-  return [data length] >= kMagic.size() &&
-         std::string_view(static_cast<const char *>([data bytes]), kMagic.size()) == kMagic;
+  const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
+  return bytes.starts_with("bplist");
+}
+
+id filled(NSDictionary *self, id list) {
+  return [self initWithDictionary:list];
+}
+
+id filled(NSArray *self, id list) {
+  return [self initWithArray:list];
 }
 
 /// Fills a collection from a binary list; what is none, GNUstep reads. A file that does not hold
@@ -83,29 +90,24 @@ template <typename Collection> struct Reading {
   using Init = id (*)(Collection *, SEL, id);
   static inline Init gnustep_from_file;
   static inline Init gnustep_from_url;
-  static inline id (*fill)(Collection *, id);
 
-  static id from(Collection *self, SEL selector, NSData *data, id source, Init original) {
+  static id from_file(Collection *self, SEL selector, id path) {
+    NSData *const data = [NSData dataWithContentsOfFile:path];
     if (!is_binary(data))
-      return original(self, selector, source);
+      return gnustep_from_file(self, selector, path);
     id const list = [NSPropertyListSerialization propertyListWithData:data
                                                               options:NSPropertyListImmutable
                                                                format:nullptr
                                                                 error:nullptr];
     if ([list isKindOfClass:[Collection class]])
-      return fill(self, list);
+      return filled(self, list);
     [self release];
     return nil;
   }
 
-  static id from_file(Collection *self, SEL selector, id path) {
-    return from(self, selector, [NSData dataWithContentsOfFile:path], path, gnustep_from_file);
-  }
-
   static id from_url(Collection *self, SEL selector, id url) {
-    NSData *const data =
-        [url isFileURL] ? [NSData dataWithContentsOfFile:[static_cast<NSURL *>(url) path]] : nil;
-    return from(self, selector, data, url, gnustep_from_url);
+    return [url isFileURL] ? [self initWithContentsOfFile:[static_cast<NSURL *>(url) path]]
+                           : gnustep_from_url(self, selector, url);
   }
 
   static void patch(const char *collection) {
@@ -125,9 +127,5 @@ VH_AT_LOAD(VHReadingPropertyLists) {
   gnustep_strings_of_text =
       replace_method(string, "propertyListFromStringsFileFormat", strings_of_text);
   Reading<NSDictionary>::patch("NSDictionary");
-  Reading<NSDictionary>::fill = [](NSDictionary *self, id list) -> id {
-    return [self initWithDictionary:list];
-  };
   Reading<NSArray>::patch("NSArray");
-  Reading<NSArray>::fill = [](NSArray *self, id list) -> id { return [self initWithArray:list]; };
 }
