@@ -138,8 +138,8 @@ bool Database::is_corrupt(int code) {
 
 bool Database::is_full_disk(int code) const {
   const int kind = code & 0xFF;
-  return kind == SQLITE_FULL ||
-         (kind == SQLITE_IOERR && sqlite3_system_errno(connection_.get()) == ENOSPC);
+  const int error = sqlite3_system_errno(connection_.get());
+  return kind == SQLITE_FULL || (kind == SQLITE_IOERR && (error == ENOSPC || error == EDQUOT));
 }
 
 OSStatus Database::status_of(int code) const {

@@ -57,7 +57,8 @@ public:
   /// The keychain's status for a result code that this connection just returned.
   [[nodiscard]] OSStatus status_of(int code) const;
 
-  /// Whether `code`, which this connection just returned, says that the disk is full.
+  /// Whether `code`, which this connection just returned, says that the disk is full or the user's
+  /// quota used up.
   [[nodiscard]] bool is_full_disk(int code) const;
 
   /// Whether `code` says that the file is corrupt.

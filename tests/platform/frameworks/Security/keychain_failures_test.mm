@@ -20,6 +20,7 @@ int failures = 0;
 
 int statements = 0; ///< that are prepared now
 bool reading_fails = false;
+bool quota_is_used_up = false;
 std::function<void()> before_begin; ///< what happens once while a writer waits for its turn
 int busy_timeout = -1;
 
@@ -82,6 +83,15 @@ ssize_t pread64(int file, void *bytes, size_t length, off64_t at) {
     return -1;
   }
   return read(file, bytes, length, at);
+}
+
+ssize_t pwrite64(int file, const void *bytes, size_t length, off64_t at) {
+  static const auto write = real<decltype(&pwrite64)>("pwrite64");
+  if (quota_is_used_up) {
+    errno = EDQUOT;
+    return -1;
+  }
+  return write(file, bytes, length, at);
 }
 
 } // extern "C"
@@ -193,6 +203,16 @@ TEST_F(KeychainFailures, WhereTheDiskDoesNotRead) {
   const OSStatus status = status_of_search(item(@"mail", @"ann"));
   reading_fails = false;
   EXPECT_EQ(status, errSecIO);
+  expect_all_is_well();
+}
+
+TEST_F(KeychainFailures, WhatIsThereIsReadWhereTheQuotaIsUsedUp) {
+  close_keychain();
+  files::remove(paths().database + "-shm"); // which takes disk space to make
+  quota_is_used_up = true;
+  const OSStatus status = status_of_search(item(@"mail", @"ann"));
+  quota_is_used_up = false;
+  EXPECT_EQ(status, errSecSuccess);
   expect_all_is_well();
 }
 
