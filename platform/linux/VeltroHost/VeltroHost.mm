@@ -1,6 +1,8 @@
+#import <VeltroHost/VHTouches.h>
 #import <VeltroHost/VeltroHost.h>
 
 #include "frameworks/BackBoardServices/assertions.hpp"
+#include "frameworks/UIKit/alert_layout.h"
 #include "machine/apps/app_process.hpp"
 #include "machine/root/device_root.hpp"
 #include "machine/text/utf8.hpp"
@@ -25,6 +27,19 @@ NSString *VHLaunchObstacle(NSString *identifier) {
 
 BOOL VHIsKeptAlive(NSString *identifier) {
   return veltro::host::is_kept_alive(veltro::host::utf8_of(identifier)) ? YES : NO;
+}
+
+BOOL VHTap(UIView *view, CGPoint point) {
+  if (![view isKindOfClass:[UIAlertView class]])
+    return NO;
+  UIAlertView *const alert = (UIAlertView *)view;
+  const NSInteger index = [alert isVisible] ? [alert buttonIndexAtPoint:point] : -1;
+  if (index < 0)
+    return NO;
+  if ([[alert delegate] respondsToSelector:@selector(alertView:clickedButtonAtIndex:)])
+    [[alert delegate] alertView:alert clickedButtonAtIndex:index];
+  [alert dismissWithClickedButtonIndex:index animated:YES];
+  return YES;
 }
 
 } // extern "C"

@@ -1,8 +1,6 @@
 // UIAlertView: contents, showing and dismissing. Follows Apple's class reference; text fields,
 // alert styles and the animations are left out.
 
-#import <VeltroHost/VHTouches.h>
-
 #include "frameworks/UIKit/alert_layout.h"
 #include "frameworks/UIKit/alert_style.hpp"
 
@@ -112,16 +110,3 @@
 }
 
 @end
-
-extern "C" BOOL VHTap(UIView *view, CGPoint point) {
-  if (![view isKindOfClass:[UIAlertView class]])
-    return NO;
-  UIAlertView *const alert = (UIAlertView *)view;
-  const NSInteger index = [alert isVisible] ? [alert buttonIndexAtPoint:point] : -1;
-  if (index < 0)
-    return NO;
-  if ([[alert delegate] respondsToSelector:@selector(alertView:clickedButtonAtIndex:)])
-    [[alert delegate] alertView:alert clickedButtonAtIndex:index];
-  [alert dismissWithClickedButtonIndex:index animated:YES];
-  return YES;
-}

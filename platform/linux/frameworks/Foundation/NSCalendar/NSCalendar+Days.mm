@@ -4,10 +4,10 @@
 // do, is in docs/calendar.md. Left to GNUstep: the fields of calendars other than the Gregorian,
 // dates from weeks and weekdays, and steps by other units than days.
 
-#include "frameworks/Foundation/NSCalendar/civil_date.hpp"
 #include "frameworks/Foundation/NSCalendar/current_calendar.hpp"
 #include "frameworks/Foundation/NSTimeZone/time_zone_rules.hpp"
 #include "frameworks/Foundation/NSTimeZone/wall_clock.hpp"
+#include "frameworks/Foundation/civil_date.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
 
 #import <Foundation/Foundation.h>

@@ -1,6 +1,6 @@
 #include "frameworks/Foundation/NSTimeZone/zone_rules.hpp"
 
-#include "frameworks/Foundation/NSCalendar/civil_date.hpp"
+#include "frameworks/Foundation/civil_date.hpp"
 
 #include <algorithm>
 #include <charconv>

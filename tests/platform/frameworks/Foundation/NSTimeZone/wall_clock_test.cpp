@@ -1,6 +1,6 @@
 #include "frameworks/Foundation/NSTimeZone/wall_clock.hpp"
 
-#include "frameworks/Foundation/NSCalendar/civil_date.hpp"
+#include "frameworks/Foundation/civil_date.hpp"
 
 #include <fstream>
 #include <gtest/gtest.h>

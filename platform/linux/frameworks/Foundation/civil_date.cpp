@@ -1,4 +1,4 @@
-#include "frameworks/Foundation/NSCalendar/civil_date.hpp"
+#include "frameworks/Foundation/civil_date.hpp"
 
 namespace veltro::host {
 namespace {
