@@ -12,7 +12,7 @@ constinit bool started = false;
 /// a mistake is told where nothing asks for it again.
 [[maybe_unused]] const bool checked = [] {
   using namespace veltro::host;
-  set_variable_reporter(VHReportEnvironment);
+  variable_reporter = VHReportEnvironment;
   log_sink();
   system_version();
   screen_scale();

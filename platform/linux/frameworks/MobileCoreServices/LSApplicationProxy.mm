@@ -28,8 +28,7 @@ NSURL *folder(const std::string &path) {
 @implementation LSApplicationProxy
 
 + (LSApplicationProxy *)applicationProxyForIdentifier:(NSString *)identifier {
-  const char *wanted = [identifier UTF8String];
-  veltro::host::AppRecord app = wanted != nullptr ? veltro::host::installed_app(wanted) : nullptr;
+  veltro::host::AppRecord app = veltro::host::installed_app(veltro::host::utf8_of(identifier));
   if (app == nullptr)
     return nil;
   LSApplicationProxy *proxy = [[[self alloc] init] autorelease];

@@ -1,18 +1,14 @@
 #include "machine/device/environment.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <mutex>
 #include <set>
 #include <string>
 
 namespace veltro::host {
-namespace {
 
-constinit std::atomic<void (*)(const char *)> reporter_of_variables = nullptr;
-
-} // namespace
+void (*variable_reporter)(const char *problem) = nullptr;
 
 std::string_view variable(const char *name) {
   const char *const value = std::getenv(name);
@@ -20,8 +16,7 @@ std::string_view variable(const char *name) {
 }
 
 void report_variable(const char *name, const char *must_be) {
-  const auto report = reporter_of_variables.load();
-  if (report == nullptr)
+  if (variable_reporter == nullptr)
     return;
   static std::mutex mutex;
   static std::set<std::string> reported;
@@ -34,11 +29,7 @@ void report_variable(const char *name, const char *must_be) {
     if (!reported.insert(problem).second)
       return;
   }
-  report(problem.c_str());
-}
-
-void set_variable_reporter(void (*reporter)(const char *problem)) {
-  reporter_of_variables = reporter;
+  variable_reporter(problem.c_str());
 }
 
 int screen_scale() {

@@ -27,9 +27,7 @@ std::size_t restore_last_byte(int proc, pid_t process, std::span<char> name) {
   std::array<char, 4096> target;
   const ssize_t length =
       readlinkat(proc, ProcPath(process, "exe").text(), target.data(), target.size());
-  if (length <= 0)
-    return kKernelNameLength;
-  std::string_view path(target.data(), static_cast<std::size_t>(length));
+  std::string_view path(target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
   constexpr std::string_view kRemoved = " (deleted)"; // where the file has lost its name
   if (path.ends_with(kRemoved))
     path.remove_suffix(kRemoved.size());
