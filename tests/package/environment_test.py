@@ -32,7 +32,7 @@ for path in files(*modules, 'platform', 'tools', 'examples', 'scripts', 'tests',
     if not path.startswith('tests/'):
         for name in re.findall(r"""["'](VELTRO_[A-Z0-9_]+)["']""", text):
             read.setdefault(name, path)
-    # languages.cpp reads the variables of a list.
+    # languages.mm reads the variables of a list.
     for found in re.finditer(r'for \(const char \*variable : \{(.*?)\}', text):
         for name in re.findall(r'"(\w+)"', found[1]):
             read.setdefault(name, path)

@@ -25,19 +25,11 @@ using SharedConnection = std::shared_ptr<TcpConnection>;
   BOOL _opened;
   BOOL _failed;
 }
-- (instancetype)initWithConnection:(const SharedConnection &)connection;
 - (BOOL)open;
 - (void)close;
 @end
 
 @implementation VHSocketStream
-
-- (instancetype)initWithConnection:(const SharedConnection &)connection {
-  self = [super init];
-  if (self != nil)
-    _connection = new SharedConnection(connection);
-  return self;
-}
 
 - (void)dealloc {
   [self close];
@@ -63,25 +55,31 @@ using SharedConnection = std::shared_ptr<TcpConnection>;
 
 namespace {
 
+VHSocketStream *object(const void *stream) {
+  return static_cast<VHSocketStream *>(const_cast<void *>(stream));
+}
+
 /// One call of `move` on the connection of an open stream that has not failed yet. A failure is
 /// final, as on the device, also where the socket would say next that the stream has ended.
-template <typename Move> CFIndex transfer(VHSocketStream *stream, CFIndex length, Move move) {
+template <typename Buffer>
+CFIndex transfer(const void *reference, ssize_t (TcpConnection::*move)(Buffer *, std::size_t),
+                 Buffer *buffer, CFIndex length) {
+  VHSocketStream *const stream = object(reference);
   if (!stream->_opened || stream->_connection == nullptr || stream->_failed || length < 0)
     return -1;
-  const CFIndex moved = move(**stream->_connection, static_cast<std::size_t>(length));
+  const CFIndex moved = ((**stream->_connection).*move)(buffer, static_cast<std::size_t>(length));
   if (moved < 0)
     stream->_failed = YES;
   return moved;
 }
 
-VHSocketStream *object(const void *stream) {
-  return static_cast<VHSocketStream *>(const_cast<void *>(stream));
-}
-
 template <typename Reference>
 void make_stream(const SharedConnection &connection, Reference *place) {
-  if (place != nullptr)
-    *place = reinterpret_cast<Reference>([[VHSocketStream alloc] initWithConnection:connection]);
+  if (place == nullptr)
+    return;
+  VHSocketStream *const stream = [[VHSocketStream alloc] init];
+  stream->_connection = new SharedConnection(connection);
+  *place = reinterpret_cast<Reference>(stream);
 }
 
 } // namespace
@@ -109,17 +107,11 @@ Boolean CFWriteStreamOpen(CFWriteStreamRef stream) {
 }
 
 CFIndex CFReadStreamRead(CFReadStreamRef stream, UInt8 *buffer, CFIndex bufferLength) {
-  return transfer(object(stream), bufferLength,
-                  [buffer](TcpConnection &connection, std::size_t length) {
-                    return connection.read(buffer, length);
-                  });
+  return transfer<void>(stream, &TcpConnection::read, buffer, bufferLength);
 }
 
 CFIndex CFWriteStreamWrite(CFWriteStreamRef stream, const UInt8 *buffer, CFIndex bufferLength) {
-  return transfer(object(stream), bufferLength,
-                  [buffer](TcpConnection &connection, std::size_t length) {
-                    return connection.write(buffer, length);
-                  });
+  return transfer<const void>(stream, &TcpConnection::write, buffer, bufferLength);
 }
 
 void CFReadStreamClose(CFReadStreamRef stream) {

@@ -11,48 +11,35 @@ constexpr std::int64_t kFirstGregorianDay = -141427;
 constexpr std::int64_t kGregorianStart = -719468;
 constexpr std::int64_t kJulianStart = kGregorianStart - 2;
 
-constexpr std::int64_t kDaysIn400Years = 146097;
-constexpr std::int64_t kDaysIn4Years = 1461;
-
-/// `day` counts from 0 in a year that starts in March.
-CivilDate civil_in_year(std::int64_t year, std::int64_t day) {
-  const std::int64_t month = (5 * day + 2) / 153;
-  const auto of_month = static_cast<int>(day - (153 * month + 2) / 5 + 1);
-  const auto civil_month = static_cast<int>(month < 10 ? month + 3 : month - 9);
-  return {year + (civil_month <= 2 ? 1 : 0), civil_month, of_month};
+/// The first day of the first week of a year or month that begins with the day `start`.
+std::int64_t first_week(std::int64_t start, WeekRules rules) {
+  const std::int64_t missing = floor_mod(weekday_of(start) - rules.first_weekday, 7);
+  return start - missing + (7 - missing >= rules.minimum_days ? 0 : 7);
 }
 
-CivilDate gregorian_from_days(std::int64_t days) {
-  const std::int64_t since = days - kGregorianStart;
-  const std::int64_t cycle = floor_div(since, kDaysIn400Years);
-  const std::int64_t day = since - cycle * kDaysIn400Years;
-  const std::int64_t year = (day - day / 1460 + day / 36524 - day / 146096) / 365;
-  return civil_in_year(cycle * 400 + year, day - (365 * year + year / 4 - year / 100));
+std::int64_t first_week_of_year(std::int64_t year, WeekRules rules) {
+  return first_week(days_from_civil(year, 1, 1), rules);
 }
 
-CivilDate julian_from_days(std::int64_t days) {
-  const std::int64_t since = days - kJulianStart;
-  const std::int64_t cycle = floor_div(since, kDaysIn4Years);
-  const std::int64_t day = since - cycle * kDaysIn4Years;
-  const std::int64_t year = (day - day / 1460) / 365;
-  return civil_in_year(cycle * 4 + year, day - 365 * year);
-}
-
-std::int64_t year_length(std::int64_t year) {
-  return days_from_civil(year + 1, 1, 1) - days_from_civil(year, 1, 1);
-}
-
-/// The week of `day` (from 1) of a period, where that day or `weekday_day` has the weekday that is
-/// `weekday` (from 0) days after the first of a week.
-std::int64_t week_in_period(std::int64_t day, int weekday, int minimum_days) {
-  const std::int64_t start = floor_mod(weekday - day + 1, 7);
-  return (day + start - 1) / 7 + (7 - start >= minimum_days ? 1 : 0);
+int week_since(std::int64_t first, std::int64_t day) {
+  return static_cast<int>(floor_div(day - first, 7)) + 1;
 }
 
 } // namespace
 
 CivilDate civil_from_days(std::int64_t days) {
-  return days < kFirstGregorianDay ? julian_from_days(days) : gregorian_from_days(days);
+  const bool julian = days < kFirstGregorianDay;
+  const std::int64_t years_in_cycle = julian ? 4 : 400;
+  const std::int64_t days_in_cycle = julian ? 1461 : 146097;
+  const std::int64_t since = days - (julian ? kJulianStart : kGregorianStart);
+  const std::int64_t cycle = floor_div(since, days_in_cycle);
+  const std::int64_t day = since - cycle * days_in_cycle;
+  const std::int64_t year = (day - day / 1460 + day / 36524 - day / 146096) / 365;
+  const std::int64_t of_year = day - (365 * year + year / 4 - year / 100);
+  const std::int64_t month = (5 * of_year + 2) / 153; // from March
+  return {cycle * years_in_cycle + year + (month < 10 ? 0 : 1),
+          static_cast<int>(month < 10 ? month + 3 : month - 9),
+          static_cast<int>(of_year - (153 * month + 2) / 5 + 1)};
 }
 
 std::int64_t days_from_civil(std::int64_t year, std::int64_t month, std::int64_t day) {
@@ -71,25 +58,13 @@ int weekday_of(std::int64_t days) {
 
 WeekNumbers week_numbers(std::int64_t days, WeekRules rules) {
   const CivilDate date = civil_from_days(days);
-  const auto weekday = static_cast<int>(floor_mod(weekday_of(days) - rules.first_weekday, 7));
-  const std::int64_t day_of_year = days - days_from_civil(date.year, 1, 1) + 1;
-
   std::int64_t year = date.year;
-  std::int64_t week = week_in_period(day_of_year, weekday, rules.minimum_days);
-  const std::int64_t length = year_length(year);
-  if (week == 0) {
+  if (days < first_week_of_year(year, rules))
     --year;
-    week = week_in_period(day_of_year + year_length(year), weekday, rules.minimum_days);
-  } else if (day_of_year - weekday + 7 > length) {
-    // The next year begins in this week, or right after it.
-    const std::int64_t days_in_next_year = day_of_year - weekday + 6 - length;
-    if (days_in_next_year >= rules.minimum_days) {
-      week = 1;
-      ++year;
-    }
-  }
-  return {static_cast<int>(week),
-          static_cast<int>(week_in_period(date.day, weekday, rules.minimum_days)), year};
+  else if (days >= first_week_of_year(year + 1, rules))
+    ++year;
+  return {week_since(first_week_of_year(year, rules), days),
+          week_since(first_week(days - date.day + 1, rules), days), year};
 }
 
 } // namespace veltro::host

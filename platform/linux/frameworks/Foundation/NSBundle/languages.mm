@@ -54,11 +54,11 @@ Language Language::named(std::string_view name) {
 
 std::vector<std::string> user_languages() {
   std::vector<std::string> languages;
-  for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
-    std::istringstream list{std::string(variable(name))};
+  for (const char *variable : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+    std::istringstream list{std::string(host::variable(variable))};
     if (list.view().empty())
       continue;
-    for (std::string locale; std::getline(list, locale, name == "LANGUAGE"sv ? ':' : '\0');)
+    for (std::string locale; std::getline(list, locale, variable == "LANGUAGE"sv ? ':' : '\0');)
       if (const std::string_view plain = without_encoding(locale);
           !plain.empty() && plain != "C" && plain != "POSIX")
         languages.push_back(locale);

@@ -1,36 +1,35 @@
 // Dates and the text "$null" in keyed archives, in the device's form.
 //
 // - A date is an object of class NSDate with the key NS.time, the seconds since 2001 in UTC.
-// GNUstep
-//   writes a property list's date instead, whose readers elsewhere do not expect one. Both forms
-//   are read, by GNUstep itself.
+//   GNUstep writes a property list's date instead, whose readers elsewhere do not expect one. Both
+//   forms are read, by GNUstep itself.
 // - The text "$null", which GNUstep cannot tell from the null reference, is an object of class
 //   NSString with the key NS.string; NSKeyedUnarchiver+Objects.mm reads that form.
 
 #import <Foundation/Foundation.h>
 
-// GNUstep writes an object of its own property list types as it stands, and knows them by their
-// class: each of these stands for one while it is archived, and is archived under its name.
-// A class has no parentheses around its name. NOLINTBEGIN(bugprone-macro-parentheses)
-#define VH_ARCHIVED_AS(name, archived)                                                             \
-  @interface name : NSObject                                                                       \
-  @end                                                                                             \
-  @implementation name                                                                             \
-  +(void)initialize {                                                                              \
-    if (self == [name class])                                                                      \
-      [NSKeyedArchiver setClassName:archived forClass:self];                                       \
-  }                                                                                                \
-  @end
-// NOLINTEND(bugprone-macro-parentheses)
+#include <objc/runtime.h>
 
-VH_ARCHIVED_AS(VHArchivedDate, @"NSDate")
-VH_ARCHIVED_AS(VHArchivedString, @"NSString")
+namespace {
+
+/// A class that stands for one of Foundation's while an object is archived, under the name of that:
+/// GNUstep writes an object of its own property list types, which it knows by their class, as it
+/// stands.
+Class archived_as(NSString *name, const char *stand_in) {
+  const Class made = objc_allocateClassPair([NSObject class], stand_in, 0);
+  objc_registerClassPair(made);
+  [NSKeyedArchiver setClassName:name forClass:made];
+  return made;
+}
+
+} // namespace
 
 @implementation NSDate (VHKeyedArchive)
 
 - (Class)classForKeyedArchiver {
+  static const Class archived = archived_as(@"NSDate", "VHArchivedDate");
   const Class coded = [self classForCoder];
-  return coded == [NSDate class] ? [VHArchivedDate class] : coded;
+  return coded == [NSDate class] ? archived : coded;
 }
 
 @end
@@ -38,9 +37,9 @@ VH_ARCHIVED_AS(VHArchivedString, @"NSString")
 @implementation NSString (VHKeyedArchive)
 
 - (Class)classForKeyedArchiver {
+  static const Class archived = archived_as(@"NSString", "VHArchivedString");
   const Class coded = [self classForCoder];
-  return coded == [NSString class] && [self isEqualToString:@"$null"] ? [VHArchivedString class]
-                                                                      : coded;
+  return coded == [NSString class] && [self isEqualToString:@"$null"] ? archived : coded;
 }
 
 @end
