@@ -2,7 +2,8 @@
 #import <VeltroHost/VeltroHost.h>
 
 #include "frameworks/BackBoardServices/assertions.hpp"
-#include "frameworks/UIKit/alert_layout.h"
+#include "frameworks/UIKit/alert_buttons.h"
+#include "frameworks/UIKit/animation_time.hpp"
 #include "machine/apps/app_process.hpp"
 #include "machine/root/device_root.hpp"
 #include "machine/text/utf8.hpp"
@@ -27,6 +28,10 @@ NSString *VHLaunchObstacle(NSString *identifier) {
 
 BOOL VHIsKeptAlive(NSString *identifier) {
   return veltro::host::is_kept_alive(veltro::host::utf8_of(identifier)) ? YES : NO;
+}
+
+void VHSetAnimationTime(double seconds) {
+  veltro::host::animations_stopped_at = seconds;
 }
 
 BOOL VHTap(UIView *view, CGPoint point) {

@@ -2,7 +2,6 @@
 // bitmaps are left out.
 
 #include "frameworks/CoreGraphics/context.hpp"
-#include "frameworks/CoreGraphics/image.hpp"
 
 #include <CoreGraphics/CGBitmapContext.h>
 

@@ -12,7 +12,7 @@
 @interface VHColor : NSObject {
 @public
   CGColorSpaceRef space_;
-  CGFloat components_[4];
+  std::array<CGFloat, 4> components_;
 }
 @end
 
@@ -77,7 +77,7 @@ CGColorRef CGColorCreate(CGColorSpaceRef space, const CGFloat *components) {
   VHColor *const color = [[VHColor alloc] init];
   color->space_ = CGColorSpaceRetain(space);
   std::transform(components, components + CGColorSpaceGetNumberOfComponents(space) + 1,
-                 color->components_,
+                 color->components_.begin(),
                  [](CGFloat value) { return value > 0 ? std::min<CGFloat>(value, 1) : 0; });
   return reinterpret_cast<CGColorRef>(color);
 }
@@ -85,8 +85,7 @@ CGColorRef CGColorCreate(CGColorSpaceRef space, const CGFloat *components) {
 CGColorRef CGColorCreateCopyWithAlpha(CGColorRef color, CGFloat alpha) {
   if (color == nullptr)
     return nullptr;
-  std::array<CGFloat, 4> components{};
-  std::ranges::copy(color_of(color)->components_, components.begin());
+  std::array<CGFloat, 4> components = color_of(color)->components_;
   components[CGColorGetNumberOfComponents(color) - 1] = alpha;
   return CGColorCreate(CGColorGetColorSpace(color), components.data());
 }
@@ -103,7 +102,7 @@ bool CGColorEqualToColor(CGColorRef one, CGColorRef other) {
   if (one == nullptr || other == nullptr)
     return one == other;
   return CGColorGetNumberOfComponents(one) == CGColorGetNumberOfComponents(other) &&
-         std::ranges::equal(color_of(one)->components_, color_of(other)->components_);
+         color_of(one)->components_ == color_of(other)->components_;
 }
 
 size_t CGColorGetNumberOfComponents(CGColorRef color) {
@@ -111,7 +110,7 @@ size_t CGColorGetNumberOfComponents(CGColorRef color) {
 }
 
 const CGFloat *CGColorGetComponents(CGColorRef color) {
-  return color != nullptr ? color_of(color)->components_ : nullptr;
+  return color != nullptr ? color_of(color)->components_.data() : nullptr;
 }
 
 CGFloat CGColorGetAlpha(CGColorRef color) {

@@ -2,7 +2,6 @@
 // than 8 bits a component are left out.
 
 #include "frameworks/CoreGraphics/context.hpp"
-#include "frameworks/CoreGraphics/image.hpp"
 #include "machine/images/pixel_format.hpp"
 
 #import <Foundation/Foundation.h>
@@ -167,15 +166,10 @@ CGDataProviderRef CGImageGetDataProvider(CGImageRef image) {
 void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
   if (context == nullptr || image == nullptr || CGRectIsEmpty(rect))
     return;
-  const Pixels &pixels = *pixels_of(image);
   // The rows of an image count downwards, y counts upwards.
-  const cairo_matrix_t placement{CGRectGetWidth(rect) / static_cast<CGFloat>(pixels.width),
-                                 0,
-                                 0,
-                                 -CGRectGetHeight(rect) / static_cast<CGFloat>(pixels.height),
-                                 CGRectGetMinX(rect),
-                                 CGRectGetMaxY(rect)};
-  veltro::host::draw_pixels(*veltro::host::context_of(context), pixels, placement);
+  veltro::host::draw_pixels(*veltro::host::context_of(context), *pixels_of(image),
+                            {CGRectGetWidth(rect), 0, 0, -CGRectGetHeight(rect),
+                             CGRectGetMinX(rect), CGRectGetMaxY(rect)});
 }
 
 } // extern "C"

@@ -1,5 +1,6 @@
-// A drawing context: a bitmap, the cairo context that draws into it, and the graphics state that
-// cairo has no place for. UIKit's stand-in draws through these too.
+// What stands behind a CGImageRef and a CGContextRef: pixels; a bitmap, the cairo context that
+// draws into it, and the graphics state that cairo has no place for. UIKit's stand-in draws through
+// these.
 #pragma once
 
 #include "machine/images/bitmap.hpp"
@@ -62,6 +63,12 @@ private:
   std::shared_ptr<Pixels> shared_;
 };
 
+/// An image of `pixels`, which the caller owns; null for null.
+CGImageRef create_image(std::shared_ptr<Pixels> pixels);
+
+/// Lives as long as the image; null for null.
+const Pixels *pixels_of(CGImageRef image);
+
 /// The object around a context, which the caller owns; null where `bitmap` is none.
 CGContextRef create_context(Bitmap bitmap, const cairo_matrix_t &base, bool swapped = false,
                             bool exposed = false);
@@ -90,7 +97,7 @@ void transform(cairo_t *cairo, const cairo_matrix_t &step);
 /// Adds a rounded rectangle to the path; `radius` is cut to half the shorter side.
 void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius);
 
-/// Draws `pixels`, whose own coordinates run from their top left corner and y downwards, through
+/// Draws `pixels`, which fill the unit square from its top left corner and y downwards, through
 /// `placement` into the drawing's coordinates. Keeps the current path.
 ///
 /// The filter of the state's interpolation quality: by default cairo's GOOD, which averages over

@@ -3,9 +3,9 @@
 
 #import <UIKit/UIActivityIndicatorView.h>
 #import <UIKit/UIGraphics.h>
-#import <VeltroHost/VeltroHost.h>
 
-#include <atomic>
+#include "frameworks/UIKit/animation_time.hpp"
+
 #include <chrono>
 #include <cmath>
 #include <numbers>
@@ -19,15 +19,14 @@ CGFloat side_of(UIActivityIndicatorViewStyle style) {
   return style == UIActivityIndicatorViewStyleWhiteLarge ? 37 : 20;
 }
 
-/// The age of all animations, where they are stopped; negative where they run.
-std::atomic<double> stopped_at{-1};
-
 /// In seconds, which only grow.
 double now() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 } // namespace
+
+std::atomic<double> veltro::host::animations_stopped_at{-1};
 
 @implementation UIActivityIndicatorView
 
@@ -76,7 +75,7 @@ double now() {
   CGContextRef context = UIGraphicsGetCurrentContext();
   const CGFloat radius = side_of(_style) / 2;
   const CGFloat gray = _style == UIActivityIndicatorViewStyleGray ? 0.5 : 1;
-  const double stopped = stopped_at;
+  const double stopped = veltro::host::animations_stopped_at;
   const double age = !_animating ? 0 : stopped >= 0 ? stopped : now() - _started;
   // The brightest spoke goes round once a second.
   const int first = static_cast<int>(std::fmod(std::floor(age * kSpokes), kSpokes));
@@ -99,7 +98,3 @@ double now() {
 }
 
 @end
-
-extern "C" void VHSetAnimationTime(double seconds) {
-  stopped_at = seconds;
-}

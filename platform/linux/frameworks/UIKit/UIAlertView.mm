@@ -1,10 +1,39 @@
-// UIAlertView: contents, showing and dismissing. Follows Apple's class reference; text fields,
-// alert styles and the animations are left out.
+// UIAlertView: contents, layout, showing and dismissing. Follows Apple's class reference; text
+// fields, alert styles and the animations are left out.
 
-#include "frameworks/UIKit/alert_layout.h"
+#import <QuartzCore/CALayer.h>
+#import <UIKit/UIColor.h>
+#import <UIKit/UIFont.h>
+#import <UIKit/UILabel.h>
+#import <UIKit/UIScreen.h>
+
+#include "frameworks/UIKit/alert_buttons.h"
 #include "frameworks/UIKit/alert_style.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdarg>
+
+namespace {
+
+using veltro::host::alert_style;
+using veltro::host::AlertStyle;
+
+/// Above and below an accessory view.
+constexpr CGFloat kAccessoryGap = 12;
+
+/// Text in the middle of its lines, on nothing.
+UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
+  UILabel *const label = [[[UILabel alloc] initWithFrame:CGRectZero] autorelease];
+  [label setBackgroundColor:nil];
+  [label setFont:font];
+  [label setText:text];
+  [label setTextColor:color];
+  [label setTextAlignment:NSTextAlignmentCenter];
+  return label;
+}
+
+} // namespace
 
 @implementation UIAlertView
 
@@ -53,7 +82,7 @@
 }
 
 - (BOOL)respondsToSelector:(SEL)selector {
-  if (sel_isEqual(selector, @selector(_setAccessoryView:)) && !veltro::host::alert_style().light)
+  if (sel_isEqual(selector, @selector(_setAccessoryView:)) && !alert_style().light)
     return NO;
   return [super respondsToSelector:selector];
 }
@@ -82,6 +111,91 @@
 
 - (NSInteger)numberOfButtons {
   return static_cast<NSInteger>([_buttonTitles count]);
+}
+
+- (void)addLabel:(UILabel *)label {
+  [_labels addObject:label];
+  [self addSubview:label];
+}
+
+/// Adds `text`, where there is any, at `top` and as high as it must be. Returns where it ends.
+- (CGFloat)addText:(NSString *)text font:(UIFont *)font top:(CGFloat)top {
+  if ([text length] == 0)
+    return top;
+  const AlertStyle style = alert_style();
+  UILabel *const label =
+      centered_label(text, font, style.light ? [UIColor blackColor] : [UIColor whiteColor]);
+  [label setNumberOfLines:0];
+  const CGFloat width = style.width - 2 * style.text_margin;
+  const CGFloat height = [label sizeThatFits:CGSizeMake(width, 0)].height;
+  [label setFrame:CGRectMake(style.text_margin, top, width, height)];
+  [self addLabel:label];
+  return top + height;
+}
+
+/// Adds the buttons below `top`. Returns where the last of them ends.
+- (CGFloat)addButtonsBelow:(CGFloat)top {
+  const AlertStyle style = alert_style();
+  UIColor *const color =
+      style.light ? [UIColor colorWithRed:0 green:0.478 blue:1 alpha:1] : [UIColor whiteColor];
+  CGFloat bottom = top;
+  NSInteger index = 0;
+  for (const CGRect &frame :
+       veltro::host::button_frames(style, [_buttonTitles count], _cancelButtonIndex, top)) {
+    const bool bold = !style.light || index == _cancelButtonIndex;
+    UILabel *const button = centered_label([self buttonTitleAtIndex:index],
+                                           bold ? [UIFont boldSystemFontOfSize:style.button_size]
+                                                : [UIFont systemFontOfSize:style.button_size],
+                                           color);
+    [button setFrame:frame];
+    [button setTag:++index];
+    [self addLabel:button];
+    bottom = std::max(bottom, CGRectGetMaxY(frame));
+  }
+  return bottom;
+}
+
+/// Places title, message, accessory view and buttons from the top, and the alert in the middle of
+/// the screen.
+- (void)build {
+  const AlertStyle style = alert_style();
+  // An alert may be shown again, with other contents.
+  for (UILabel *label in _labels)
+    [label removeFromSuperview];
+  [_labels removeAllObjects];
+  CGFloat bottom = [self addText:_title
+                            font:[UIFont boldSystemFontOfSize:style.title_size]
+                             top:style.text_top];
+  if ([_title length] != 0 && [_message length] != 0)
+    bottom += style.text_gap;
+  bottom = [self addText:_message font:[UIFont systemFontOfSize:style.message_size] top:bottom];
+  if (_accessoryView != nil) {
+    const CGRect frame = [_accessoryView frame];
+    const CGFloat x = frame.origin.x != 0 ? frame.origin.x : (style.width - frame.size.width) / 2;
+    bottom += kAccessoryGap;
+    [_accessoryView setFrame:CGRectMake(x, bottom, frame.size.width, frame.size.height)];
+    bottom += frame.size.height + kAccessoryGap;
+  } else {
+    // Space for what was added as a plain subview, where it was put.
+    for (UIView *view in [self subviews])
+      bottom = std::max(bottom, CGRectGetMaxY([view frame]));
+    bottom += style.below_text;
+  }
+  // Buttons stand on the grid of pixels, whatever is above them.
+  bottom = [self addButtonsBelow:std::ceil(bottom)] + style.below_buttons;
+  [self setBackgroundColor:style.light ? [UIColor colorWithWhite:0.97 alpha:0.97] : nil];
+  [[self layer] setCornerRadius:style.light ? style.corner_radius : 0];
+  [[self layer] setMasksToBounds:style.light];
+  const CGRect screen = [[UIScreen mainScreen] bounds];
+  [self setFrame:CGRectMake((screen.size.width - style.width) / 2,
+                            (screen.size.height - bottom) / 2, style.width, bottom)];
+}
+
+- (NSInteger)buttonIndexAtPoint:(CGPoint)point {
+  for (UILabel *label in _labels)
+    if ([label tag] > 0 && CGRectContainsPoint([label frame], point))
+      return [label tag] - 1;
+  return -1;
 }
 
 - (void)show {

@@ -4,9 +4,7 @@
 #import <UIKit/UIGraphics.h>
 
 #include "frameworks/CoreGraphics/context.hpp"
-#include "frameworks/CoreGraphics/image.hpp"
 #include "frameworks/UIKit/image_file.h"
-#include "machine/images/image_writing.hpp"
 
 #include <algorithm>
 #include <array>
@@ -147,16 +145,10 @@ NSData *data_of(const std::vector<std::uint8_t> &file) {
   const CGContextRef context = UIGraphicsGetCurrentContext();
   if (context == nullptr || _CGImage == nullptr || CGRectIsEmpty(rect))
     return;
-  const Pixels &pixels = *pixels_of(_CGImage);
-  cairo_matrix_t placement;
-  const cairo_matrix_t &turn = upright(_imageOrientation);
-  const cairo_matrix_t stretch{
-      CGRectGetWidth(rect), 0, 0, CGRectGetHeight(rect), CGRectGetMinX(rect), CGRectGetMinY(rect)};
-  cairo_matrix_init_scale(&placement, 1 / static_cast<double>(pixels.width),
-                          1 / static_cast<double>(pixels.height));
-  cairo_matrix_multiply(&placement, &placement, &turn);
-  cairo_matrix_multiply(&placement, &placement, &stretch);
-  veltro::host::draw_pixels(*veltro::host::context_of(context), pixels, placement);
+  cairo_matrix_t placement{CGRectGetWidth(rect), 0, 0, CGRectGetHeight(rect), CGRectGetMinX(rect),
+                           CGRectGetMinY(rect)};
+  cairo_matrix_multiply(&placement, &upright(_imageOrientation), &placement);
+  veltro::host::draw_pixels(*veltro::host::context_of(context), *pixels_of(_CGImage), placement);
 }
 
 @end

@@ -3,7 +3,7 @@
 
 #import <UIKit/UIImage.h>
 
-#include "machine/images/image_reading.hpp"
+#include "machine/images/image_files.hpp"
 
 @interface UIImage (VHImageFile)
 /// Upright as `file` says; nil where it could not be read.

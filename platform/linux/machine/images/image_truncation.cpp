@@ -44,12 +44,13 @@ bool jpeg_is_truncated(Bytes rest) {
   constexpr std::uint8_t kEndOfImage = 0xD9;
   while (rest.size() >= 2) {
     const std::uint8_t code = rest[1];
-    if (rest[0] != 0xFF || code == 0x00 || (code >= 0xD0 && code <= 0xD8) || code == 0x01)
-      rest = rest.subspan(rest[0] == 0xFF && code != 0xFF ? 2 : 1);
-    else if (code == 0xFF)
-      rest = rest.subspan(1);
-    else if (code == kEndOfImage)
+    const bool is_marker = rest[0] == 0xFF && code != 0x00 && code != 0xFF;
+    if (is_marker && code == kEndOfImage)
       return false;
+    if (!is_marker)
+      rest = rest.subspan(1);
+    else if (code == 0x01 || (code >= 0xD0 && code <= 0xD8))
+      rest = rest.subspan(2);
     else if (rest.size() < 4)
       return true;
     else
@@ -59,6 +60,8 @@ bool jpeg_is_truncated(Bytes rest) {
 }
 
 bool bmp_is_truncated(Bytes file) {
+  if (file.size() < 6)
+    return true;
   const std::array<std::uint8_t, 4> length{file[5], file[4], file[3], file[2]};
   return big_endian(length) > file.size();
 }
@@ -72,7 +75,7 @@ bool is_truncated(Bytes file) {
     return png_is_truncated(file.subspan(kPngSignature.size()));
   if (starts_with(file, kJpeg))
     return jpeg_is_truncated(file.subspan(2));
-  return starts_with(file, kBmp) && (file.size() < 6 || bmp_is_truncated(file));
+  return starts_with(file, kBmp) && bmp_is_truncated(file);
 }
 
 } // namespace veltro::host

@@ -1,4 +1,4 @@
-// Image files to pixels, with gdk-pixbuf.
+// Image files to pixels and back, with gdk-pixbuf.
 #pragma once
 
 #include "machine/images/bitmap.hpp"
@@ -6,6 +6,7 @@
 #include <limits>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace veltro::host {
 
@@ -33,5 +34,12 @@ struct ImageFile {
 
 /// Reads the whole file; one that ends early is not read.
 ImageFile read_image(std::span<const std::uint8_t> file, const ReadOptions &options);
+
+/// Empty where the file could not be written.
+std::vector<std::uint8_t> write_png(const Pixels &pixels);
+
+/// `quality` from 0 to 1; transparent pixels are laid on white; `orientation` 1 to 8 goes into the
+/// metadata. Empty where the file could not be written.
+std::vector<std::uint8_t> write_jpeg(const Pixels &pixels, double quality, int orientation);
 
 } // namespace veltro::host
