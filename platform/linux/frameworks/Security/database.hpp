@@ -24,6 +24,11 @@ public:
     immutable  ///< nobody writes the file
   };
 
+  Database() = default;
+  ~Database() { close(); }
+  Database(const Database &) = delete;
+  Database &operator=(const Database &) = delete;
+
   /// Opens the file, which must exist. Like all below that return an int, returns SQLite's result
   /// code.
   int open(const std::string &path, Access access);

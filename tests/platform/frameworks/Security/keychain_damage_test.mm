@@ -364,6 +364,11 @@ TEST_F(KeychainDamage, TheLogIsQuarantinedWithItsFile) {
   database.close();
   const std::string log = contents(paths().database + "-wal");
   ASSERT_GT(log.size(), 0U);
+  files::create_directory(paths().database + ".new");
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
+  EXPECT_TRUE(contents(paths().database) == corrupt) << "where its items cannot be copied";
+  EXPECT_TRUE(contents(paths().database + "-wal") == log);
+  files::remove(paths().database + ".new");
   EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
   EXPECT_TRUE(contents(paths().database + ".damaged-1") == corrupt);
   EXPECT_TRUE(contents(paths().database + ".damaged-1-wal") == log);
