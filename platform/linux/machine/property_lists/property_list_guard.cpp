@@ -59,24 +59,23 @@ private:
     Bytes rest = objects_.subspan(offset);
     const auto marker = std::to_integer<unsigned>(rest.front());
     rest = rest.subspan(1);
+    const unsigned kind = marker >> 4;
     const unsigned low = marker & 0xFU;
-    switch (marker >> 4) {
-    case 0x0:
+    switch (kind) {
+    case 0x0: // booleans
       return low == 0x8 || low == 0x9;
-    case 0x1:
-      return low <= 3 && rest.size() >= std::size_t{1} << low;
+    case 0x1: // integers; reals of 4 bytes or 8; dates of 8
     case 0x2:
-      return (low == 2 || low == 3) && rest.size() >= std::size_t{1} << low;
     case 0x3:
-      return low == 3 && rest.size() >= 8;
-    case 0x4:
+      return low <= 3 && (kind == 0x1 || low >= kind) && rest.size() >= std::size_t{1} << low;
+    case 0x4: // data, ASCII, UTF-16
     case 0x5:
       return has_bytes(low, rest, 1);
     case 0x6:
       return has_bytes(low, rest, 2);
-    case 0x8:
+    case 0x8: // references of a keyed archive
       return low <= 3 && rest.size() > low;
-    case 0xA:
+    case 0xA: // arrays, dictionaries
       return visit_members(low, rest, 1, depth);
     case 0xD:
       return visit_members(low, rest, 2, depth);
@@ -129,12 +128,6 @@ private:
   std::size_t bytes_ = 0;
 };
 
-constexpr int kUnknown = kDeepest + 1;
-
-bool holds(std::string_view text, std::string_view part) {
-  return text.find(part) != std::string_view::npos;
-}
-
 /// How deep the elements of an XML list nest; rather too much than too little.
 int nesting_of_tags(std::string_view text) {
   int depth = 0;
@@ -146,7 +139,8 @@ int nesting_of_tags(std::string_view text) {
                                                                 : ">";
     const std::size_t length = tag.find(end);
     if (length == std::string_view::npos)
-      return holds(tag.substr(1), "<array") || holds(tag.substr(1), "<dict") ? kUnknown : deepest;
+      return std::min(tag.find("<array", 1), tag.find("<dict", 1)) < tag.size() ? kDeepest + 1
+                                                                                : deepest;
     at += length + end.size();
     if (tag.starts_with("</array") || tag.starts_with("</dict"))
       depth = std::max(depth - 1, 0);

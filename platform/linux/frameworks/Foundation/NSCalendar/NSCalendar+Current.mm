@@ -29,12 +29,6 @@ NSCalendar *new_current_calendar() {
 
 std::atomic<const void *> autoupdating{nullptr};
 
-NSCalendar *new_autoupdating_calendar() {
-  NSCalendar *calendar = new_current_calendar();
-  autoupdating = calendar;
-  return calendar;
-}
-
 /// A calendar with the settings of the moment and what it was made from: to make one takes ICU
 /// long.
 struct Snapshot {
@@ -72,7 +66,8 @@ NSCalendar *current_calendar(Class /*self*/, SEL /*selector*/) {
 }
 
 NSCalendar *autoupdating_current_calendar(Class /*self*/, SEL /*selector*/) {
-  static NSCalendar *const calendar = new_autoupdating_calendar();
+  static NSCalendar *const calendar = new_current_calendar();
+  autoupdating = calendar;
   return calendar;
 }
 

@@ -14,42 +14,39 @@
 #import "frameworks/Foundation/NSKeyedArchiver/secure_coding.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
 
+#include <utility>
+
 namespace {
 
 using veltro::host::replace_method;
 
 /// What the key that is being decoded may hold. Keys nest as the objects do.
 struct Expectation {
-  NSKeyedUnarchiver *coder;
+  NSKeyedUnarchiver *coder = nil;
   NSString *key = nil;         ///< the key, where classes were named for it
   NSSet *classes = nil;        ///< the classes asked for; nil where any will do
   bool elements = false;       ///< the key holds a collection's elements
   bool parts = false;          ///< the key holds a part of an object of Foundation's
   NSUInteger class_record = 0; ///< the archive's record of the class of the object being made
-  Expectation *outer = nullptr;
 };
 
-thread_local Expectation *innermost = nullptr;
+thread_local Expectation innermost;
 
 /// Puts an expectation on top while a key or an object is decoded, also when that raises.
 class Expecting {
 public:
-  explicit Expecting(const Expectation &expectation) : expectation_(expectation) {
-    expectation_.outer = innermost;
-    innermost = &expectation_;
-  }
-  ~Expecting() { innermost = expectation_.outer; }
+  explicit Expecting(const Expectation &inner) : outer_(std::exchange(innermost, inner)) {}
+  ~Expecting() { innermost = outer_; }
   Expecting(const Expecting &) = delete;
   Expecting &operator=(const Expecting &) = delete;
 
 private:
-  Expectation expectation_;
+  const Expectation outer_;
 };
 
 /// What holds for the next object of `coder`.
 Expectation current(NSKeyedUnarchiver *coder) {
-  return innermost != nullptr && innermost->coder == coder ? *innermost
-                                                           : Expectation{.coder = coder};
+  return innermost.coder == coder ? innermost : Expectation{.coder = coder};
 }
 
 ptrdiff_t objects_offset;
