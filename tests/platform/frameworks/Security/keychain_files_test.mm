@@ -127,6 +127,10 @@ TEST_F(KeychainFiles, ReportAKeyThatIsNone) {
     EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
     EXPECT_EQ(lines_with(paths().key), 1U);
   }
+  files::remove(paths().key);
+  ASSERT_EQ(mkfifo(paths().key.c_str(), 0600), 0);
+  EXPECT_EQ(status_of_search(item(@"mail", @"ann")), errSecNotAvailable);
+  files::remove(paths().key);
   write_file(paths().key, key);
   EXPECT_TRUE([secret(item(@"mail", @"ann")) isEqual:bytes("secret")]);
 }
