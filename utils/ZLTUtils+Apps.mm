@@ -7,7 +7,7 @@
 
 namespace {
 
-NSString *const couria_settings = @"/Library/PreferenceBundles/CouriaPreferences.bundle";
+NSString *const kCouriaSettings = @"/Library/PreferenceBundles/CouriaPreferences.bundle";
 
 } // namespace
 
@@ -69,7 +69,7 @@ NSString *const couria_settings = @"/Library/PreferenceBundles/CouriaPreferences
   NSBundle *const chat_kit = CKFrameworkBundle != nullptr ? CKFrameworkBundle() : nil;
   NSString *string = [chat_kit localizedStringForKey:key value:nil table:@"ChatKit"];
   if ([string isEqualToString:key])
-    string = [[NSBundle bundleWithPath:couria_settings] localizedStringForKey:key
+    string = [[NSBundle bundleWithPath:kCouriaSettings] localizedStringForKey:key
                                                                         value:nil
                                                                         table:nil];
   return string;

@@ -11,9 +11,9 @@ namespace {
 constexpr SystemSoundID kVibrateSound = 4095;
 constexpr int64_t kRestoreDelay = 300'000'000; // nanoseconds
 
-NSString *const springboard = @"com.apple.springboard";
-NSString *const ring_vibrate = @"ring-vibrate";
-NSString *const silent_vibrate = @"silent-vibrate";
+NSString *const kSpringboard = @"com.apple.springboard";
+NSString *const kRingVibrate = @"ring-vibrate";
+NSString *const kSilentVibrate = @"silent-vibrate";
 
 /// Vibrates for 300 milliseconds.
 NSDictionary *pattern() {
@@ -51,9 +51,9 @@ void play(NSDictionary *vibration) {
 
 void write_settings(NSUserDefaults *defaults, NSMutableDictionary *settings, BOOL ring,
                     BOOL silent) {
-  [settings setValue:[NSNumber numberWithBool:ring] forKey:ring_vibrate];
-  [settings setValue:[NSNumber numberWithBool:silent] forKey:silent_vibrate];
-  [defaults setPersistentDomain:settings forName:springboard];
+  [settings setValue:[NSNumber numberWithBool:ring] forKey:kRingVibrate];
+  [settings setValue:[NSNumber numberWithBool:silent] forKey:kSilentVibrate];
+  [defaults setPersistentDomain:settings forName:kSpringboard];
   notify_post("com.apple.springboard.ring-vibrate.changed");
   notify_post("com.apple.springboard.silent-vibrate.changed");
 }
@@ -70,11 +70,11 @@ void write_settings(NSUserDefaults *defaults, NSMutableDictionary *settings, BOO
   NSDictionary *const vibration = pattern();
   NSUserDefaults *const defaults = [NSUserDefaults standardUserDefaults];
   NSMutableDictionary *settings =
-      [[[defaults persistentDomainForName:springboard] mutableCopy] autorelease];
+      [[[defaults persistentDomainForName:kSpringboard] mutableCopy] autorelease];
   if (settings == nil)
     settings = [NSMutableDictionary dictionary];
-  const BOOL ring = [[settings objectForKey:ring_vibrate] boolValue];
-  const BOOL silent = [[settings objectForKey:silent_vibrate] boolValue];
+  const BOOL ring = [[settings objectForKey:kRingVibrate] boolValue];
+  const BOOL silent = [[settings objectForKey:kSilentVibrate] boolValue];
   // On purpose whatever the other setting says: with the ringer on, only this one counts.
   if (ring) {
     play(vibration);

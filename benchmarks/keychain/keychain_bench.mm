@@ -25,7 +25,7 @@ namespace files = std::filesystem;
 using veltro::bench::PlainSQLite;
 using veltro::bench::SecretService;
 
-NSString *const service = @"service";
+NSString *const kService = @"service";
 
 std::string account_name(std::int64_t number) {
   return "account-" + std::to_string(number);
@@ -61,7 +61,7 @@ void use_keychain(std::int64_t items) {
   if (files::exists(root))
     return;
   @autoreleasepool {
-    [ZLTKeyChain setPassword:@"secret of item 0" forService:service account:account(0)];
+    [ZLTKeyChain setPassword:@"secret of item 0" forService:kService account:account(0)];
   }
   const keychain::Paths paths = keychain::Paths::at(root);
   std::optional<keychain::SealingKey> key;
@@ -102,7 +102,7 @@ PlainSQLite &plain(std::int64_t items) {
     database->run("BEGIN");
     for (std::int64_t number = 0; number < items; ++number)
       @autoreleasepool {
-        database->add(service, account(number), @"secret of item");
+        database->add(kService, account(number), @"secret of item");
       }
     // As our keychain is left: its log is as short, and grows with the first saves.
     database->run("COMMIT; PRAGMA wal_checkpoint(TRUNCATE)");
@@ -127,7 +127,7 @@ SecretService *secret_service(std::int64_t items) {
 void open_keychain(std::int64_t items) {
   use_keychain(items);
   @autoreleasepool {
-    if ([ZLTKeyChain passwordForService:service account:account(0)] == nil)
+    if ([ZLTKeyChain passwordForService:kService account:account(0)] == nil)
       std::abort();
   }
 }
@@ -144,7 +144,7 @@ void skip(benchmark::State &state) {
 void save_veltro(benchmark::State &state) {
   open_keychain(state.range(0));
   const auto save = [&] {
-    if (![ZLTKeyChain setPassword:@"secret of item" forService:service account:account(0)])
+    if (![ZLTKeyChain setPassword:@"secret of item" forService:kService account:account(0)])
       state.SkipWithError("a save failed");
   };
   @autoreleasepool {
@@ -160,8 +160,8 @@ void save_sqlite(benchmark::State &state) {
   PlainSQLite &database = plain(state.range(0));
   for (auto _ : state)
     @autoreleasepool {
-      database.remove(service, account(0));
-      database.add(service, account(0), @"secret of item");
+      database.remove(kService, account(0));
+      database.add(kService, account(0), @"secret of item");
     }
 }
 
@@ -177,7 +177,7 @@ void fetch_veltro(benchmark::State &state) {
   open_keychain(state.range(0));
   for (auto _ : state)
     @autoreleasepool {
-      if ([ZLTKeyChain passwordForService:service account:account(state.range(0) / 2)] == nil)
+      if ([ZLTKeyChain passwordForService:kService account:account(state.range(0) / 2)] == nil)
         state.SkipWithError("a fetch failed");
     }
 }
@@ -186,7 +186,7 @@ void fetch_sqlite(benchmark::State &state) {
   PlainSQLite &database = plain(state.range(0));
   for (auto _ : state)
     @autoreleasepool {
-      benchmark::DoNotOptimize(database.fetch(service, account(state.range(0) / 2)));
+      benchmark::DoNotOptimize(database.fetch(kService, account(state.range(0) / 2)));
     }
 }
 
@@ -219,11 +219,11 @@ void fetch_any_veltro(benchmark::State &state) {
   InTurn number(state.range(0));
   for (std::int64_t walked = 0; walked < first_walk(state.range(0)); ++walked)
     @autoreleasepool {
-      [ZLTKeyChain passwordForService:service account:account(number.next())];
+      [ZLTKeyChain passwordForService:kService account:account(number.next())];
     }
   for (auto _ : state)
     @autoreleasepool {
-      if ([ZLTKeyChain passwordForService:service account:account(number.next())] == nil)
+      if ([ZLTKeyChain passwordForService:kService account:account(number.next())] == nil)
         state.SkipWithError("a fetch failed");
     }
 }
@@ -233,11 +233,11 @@ void fetch_any_sqlite(benchmark::State &state) {
   InTurn number(state.range(0));
   for (std::int64_t walked = 0; walked < first_walk(state.range(0)); ++walked)
     @autoreleasepool {
-      database.fetch(service, account(number.next()));
+      database.fetch(kService, account(number.next()));
     }
   for (auto _ : state)
     @autoreleasepool {
-      benchmark::DoNotOptimize(database.fetch(service, account(number.next())));
+      benchmark::DoNotOptimize(database.fetch(kService, account(number.next())));
     }
 }
 

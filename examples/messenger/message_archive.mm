@@ -8,7 +8,7 @@ namespace veltro::messenger {
 namespace {
 
 constexpr NSUInteger kMostArchivedObjects = 16;
-NSString *const message_class = @"ZLTWhatsAppMessage";
+NSString *const kMessageClass = @"ZLTWhatsAppMessage";
 
 /// The name of the class that an archived object is of, looked up by the reference under "$class".
 NSString *class_name_of(NSDictionary *object, NSArray *objects) {
@@ -23,7 +23,7 @@ NSString *class_name_of(NSDictionary *object, NSArray *objects) {
 /// makes an object of any class that the archive names, so the names are looked at before.
 bool is_of_one_message(NSDictionary *archive) {
   NSSet *known =
-      [NSSet setWithObjects:message_class, @"NSDate", @"NSString", @"NSMutableString", nil];
+      [NSSet setWithObjects:kMessageClass, @"NSDate", @"NSString", @"NSMutableString", nil];
   NSArray *objects = entry<NSArray>(archive, @"$objects");
   if ([objects count] > kMostArchivedObjects)
     return false;
@@ -41,7 +41,7 @@ bool is_of_one_message(NSDictionary *archive) {
         if (![known containsObject:ancestor] && ![ancestor isEqual:@"NSObject"])
           return false;
       name = entry<NSString>(keyed, @"$classname");
-    } else if ([name isEqual:message_class]) {
+    } else if ([name isEqual:kMessageClass]) {
       ++messages;
     }
     if (![known containsObject:name])

@@ -30,7 +30,7 @@ struct Variadic {
 };
 
 constexpr const char *kOne = "@24@0:8@16", *kOneNoResult = "v24@0:8@16", *kTwo = "v32@0:8@16@24";
-const Variadic variadics[]{
+const Variadic kVariadics[]{
     {"stringWithFormat:", "veltro_loader_stringWithFormat:", "NSString", true, kOne,
      veltro_loader_stringWithFormat},
     {"initWithFormat:", "veltro_loader_initWithFormat:", "NSString", false, kOne,
@@ -180,7 +180,7 @@ void check_variadic_calls(const std::vector<Import> &imports, const Metadata &me
 }
 
 SEL selector_to_send(const char *name) {
-  for (const Variadic &variadic : variadics) {
+  for (const Variadic &variadic : kVariadics) {
     if (std::string_view(variadic.name) != name)
       continue;
     const SEL selector = sel_registerTypedName(variadic.sent_as, variadic.types);

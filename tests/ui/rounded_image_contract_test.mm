@@ -130,7 +130,7 @@ std::string number(const char *in_double, const char *in_float) {
   return sizeof(CGFloat) == sizeof(double) ? in_double : in_float;
 }
 
-const std::string two_pi = number("6.2831853071795862", "6.2831854820251465");
+const std::string kTwoPi = number("6.2831853071795862", "6.2831854820251465");
 
 class RoundedImageContract : public testing::Test {
 protected:
@@ -154,7 +154,7 @@ TEST_F(RoundedImageContract, DrawsInThisOrder) {
   EXPECT_EQ([ZLTUtils roundedImage:image_ width:50 height:40], result);
   EXPECT_THAT(calls,
               ElementsAre("retain", "begin image 50 40 0 0", "current context", "size",
-                          "begin path", "arc 25 20 25 0 " + two_pi + " 0", "close path", "clip",
+                          "begin path", "arc 25 20 25 0 " + kTwoPi + " 0", "close path", "clip",
                           "scale 0.25 " + number("0.40000000000000002", "0.40000000596046448"),
                           "draw 0 0 200 100", "get image", "end image", "release"));
 }
@@ -173,7 +173,7 @@ TEST_F(RoundedImageContract, HalvesInSinglePrecisionAndScalesInDouble) {
   EXPECT_THAT(calls,
               IsSupersetOf({"begin image 0.10000000149011612 33.299999237060547 0 0",
                             "arc 0.05000000074505806 16.649999618530273 0.05000000074505806 0 " +
-                                two_pi + " 0",
+                                kTwoPi + " 0",
                             number("scale 0.33333333830038708 47.571427481515073",
                                    "scale 0.33333331346511841 47.571426391601562"),
                             number("draw 0 0 0.29999999999999999 0.69999999999999996",
@@ -185,20 +185,20 @@ TEST_F(RoundedImageContract, HalfOfTheLeastSideIsNothingInSinglePrecision) {
   [ZLTUtils roundedImage:image_ width:kLeast height:1];
   [ZLTUtils roundedImage:image_ width:1 height:kLeast];
   EXPECT_THAT(calls,
-              IsSupersetOf({"arc 0 0.5 0 0 " + two_pi + " 0", "arc 0.5 0 0.5 0 " + two_pi + " 0"}));
+              IsSupersetOf({"arc 0 0.5 0 0 " + kTwoPi + " 0", "arc 0.5 0 0.5 0 " + kTwoPi + " 0"}));
 }
 
 TEST_F(RoundedImageContract, RadiusIsHalfOfTheWidthOnly) {
   [ZLTUtils roundedImage:image_ width:60 height:40];
   [ZLTUtils roundedImage:image_ width:40 height:60];
   EXPECT_THAT(calls,
-              IsSupersetOf({"arc 30 20 30 0 " + two_pi + " 0", "arc 20 30 20 0 " + two_pi + " 0"}));
+              IsSupersetOf({"arc 30 20 30 0 " + kTwoPi + " 0", "arc 20 30 20 0 " + kTwoPi + " 0"}));
 }
 
 TEST_F(RoundedImageContract, HandsSizesOfNoUseToThePlatform) {
   [ZLTUtils roundedImage:image_ width:0 height:-5];
   EXPECT_THAT(calls,
-              IsSupersetOf({"begin image 0 -5 0 0", "arc 0 -2.5 0 0 " + two_pi + " 0",
+              IsSupersetOf({"begin image 0 -5 0 0", "arc 0 -2.5 0 0 " + kTwoPi + " 0",
                             "scale 0 " + number("-0.050000000000000003", "-0.05000000074505806"),
                             "draw 0 0 200 100"}));
 }

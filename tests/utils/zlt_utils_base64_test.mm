@@ -40,17 +40,17 @@ constexpr unsigned char kEveryValue[] = {
     0x00, 0x10, 0x83, 0x10, 0x51, 0x87, 0x20, 0x92, 0x8b, 0x30, 0xd3, 0x8f, 0x41, 0x14, 0x93, 0x51,
     0x55, 0x97, 0x61, 0x96, 0x9b, 0x71, 0xd7, 0x9f, 0x82, 0x18, 0xa3, 0x92, 0x59, 0xa7, 0xa2, 0x9a,
     0xab, 0xb2, 0xdb, 0xaf, 0xc3, 0x1c, 0xb3, 0xd3, 0x5d, 0xb7, 0xe3, 0x9e, 0xbb, 0xf3, 0xdf, 0xbf};
-NSString *const every_character =
+NSString *const kEveryCharacter =
     @"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // As a whole, and a group at a time: long texts and short ones go different ways.
 void expect_alphabet(SEL encode, SEL decode) {
   NSData *const data = [NSData dataWithBytes:kEveryValue length:sizeof kEveryValue];
-  EXPECT_TRUE([[ZLTUtils performSelector:encode withObject:data] isEqualToString:every_character]);
-  EXPECT_TRUE([[ZLTUtils performSelector:decode withObject:every_character] isEqual:data]);
+  EXPECT_TRUE([[ZLTUtils performSelector:encode withObject:data] isEqualToString:kEveryCharacter]);
+  EXPECT_TRUE([[ZLTUtils performSelector:decode withObject:kEveryCharacter] isEqual:data]);
   for (NSUInteger group = 0; group < 16; ++group) {
     NSData *const three = [data subdataWithRange:NSMakeRange(3 * group, 3)];
-    NSString *const four = [every_character substringWithRange:NSMakeRange(4 * group, 4)];
+    NSString *const four = [kEveryCharacter substringWithRange:NSMakeRange(4 * group, 4)];
     EXPECT_TRUE([[ZLTUtils performSelector:encode withObject:three] isEqualToString:four]);
     EXPECT_TRUE([[ZLTUtils performSelector:decode withObject:four] isEqual:three]);
   }

@@ -17,7 +17,7 @@ namespace {
 using Calls = std::map<std::string, std::string>;
 
 /// The methods whose calls differ, and why.
-const std::map<std::string, std::string> meant = {
+const std::map<std::string, std::string> kMeant = {
     {"resourcePath", "the device's layout is flat"},
     {"resourceURL", "the same"},
     {"allBundles", "in the order in which they were made"},
@@ -84,10 +84,10 @@ TEST(PatchedClasses, DoWhatTheyDoWithoutThePatches) {
       continue;
     differing.insert(method_of(call));
     EXPECT_NE(found->second, "dies") << call << " without: " << result;
-    EXPECT_TRUE(meant.contains(method_of(call)))
+    EXPECT_TRUE(kMeant.contains(method_of(call)))
         << call << "\n  without: " << result << "\n  with:    " << found->second;
   }
-  for (const auto &[method, reason] : meant)
+  for (const auto &[method, reason] : kMeant)
     EXPECT_TRUE(differing.contains(method)) << method << " does not differ: " << reason;
 }
 

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-NSString *const name = @"org.example.domain";
+NSString *const kName = @"org.example.domain";
 
 fs::path folder() {
   return veltro::test::device_root() / "var/mobile/Library/Preferences";
@@ -48,7 +48,7 @@ NSDictionary *number(int value) {
 }
 
 int stored() {
-  return [[[defaults() persistentDomainForName:name] objectForKey:@"number"] intValue];
+  return [[[defaults() persistentDomainForName:kName] objectForKey:@"number"] intValue];
 }
 
 class UserDefaultsDomains : public testing::Test {
@@ -60,7 +60,7 @@ protected:
 };
 
 TEST_F(UserDefaultsDomains, AreMissingUntilTheyAreWritten) {
-  EXPECT_EQ([defaults() persistentDomainForName:name], nil);
+  EXPECT_EQ([defaults() persistentDomainForName:kName], nil);
   EXPECT_EQ([defaults() persistentDomainForName:nil], nil);
   EXPECT_FALSE(fs::exists(folder())) << "reading creates nothing";
 }
@@ -71,15 +71,15 @@ TEST_F(UserDefaultsDomains, ComeBackAsTheyWereWritten) {
                                    [NSNumber numberWithBool:NO], @"no",
                                    [NSNumber numberWithDouble:0.5], @"half", @"\u00fc", @"text",
                                    [NSArray arrayWithObject:@"one"], @"array", nil];
-  [defaults() setPersistentDomain:settings forName:name];
-  NSDictionary *const read = [defaults() persistentDomainForName:name];
+  [defaults() setPersistentDomain:settings forName:kName];
+  NSDictionary *const read = [defaults() persistentDomainForName:kName];
   EXPECT_TRUE([read isEqual:settings]);
   EXPECT_EQ([[read objectForKey:@"yes"] class], [[NSNumber numberWithBool:YES] class]);
 }
 
 TEST_F(UserDefaultsDomains, AreFilesOfTheUserOnly) {
   const mode_t old = umask(0);
-  [defaults() setPersistentDomain:number(1) forName:name];
+  [defaults() setPersistentDomain:number(1) forName:kName];
   umask(old);
   EXPECT_EQ(mode_of(folder()), 0700U);
   EXPECT_EQ(mode_of(file()), 0600U);
@@ -90,11 +90,11 @@ TEST_F(UserDefaultsDomains, AreFilesOfTheUserOnly) {
 }
 
 TEST_F(UserDefaultsDomains, ShowWhatAnotherProcessWrote) {
-  [defaults() setPersistentDomain:number(1) forName:name];
+  [defaults() setPersistentDomain:number(1) forName:kName];
   EXPECT_EQ(stored(), 1);
   const pid_t other = fork();
   if (other == 0) {
-    [defaults() setPersistentDomain:number(2) forName:name];
+    [defaults() setPersistentDomain:number(2) forName:kName];
     _exit(0);
   }
   waitpid(other, nullptr, 0);
@@ -121,8 +121,8 @@ TEST_F(UserDefaultsDomains, AreMissingWhereTheFileIsCorrupt) {
     veltro::test::clear_log();
     fs::remove(file());
     std::ofstream(file()) << text;
-    EXPECT_EQ([defaults() persistentDomainForName:name], nil) << text;
-    EXPECT_EQ([defaults() persistentDomainForName:name], nil) << text;
+    EXPECT_EQ([defaults() persistentDomainForName:kName], nil) << text;
+    EXPECT_EQ([defaults() persistentDomainForName:kName], nil) << text;
     EXPECT_THAT(veltro::test::logged_lines(),
                 ElementsAre("Not a property list, counts as missing: " + file().string()))
         << text;
@@ -139,11 +139,11 @@ std::string contents(const fs::path &path) {
 TEST_F(UserDefaultsDomains, KeepACorruptFileUnderAnotherName) {
   fs::create_directories(folder());
   std::ofstream(file()) << kNoLists[1];
-  [defaults() setPersistentDomain:number(3) forName:name];
+  [defaults() setPersistentDomain:number(3) forName:kName];
   EXPECT_EQ(stored(), 3);
   EXPECT_EQ(contents(file().string() + ".corrupt-1"), kNoLists[1]);
   std::ofstream(file()) << kNoLists[3];
-  [defaults() setPersistentDomain:number(4) forName:name];
+  [defaults() setPersistentDomain:number(4) forName:kName];
   EXPECT_EQ(stored(), 4);
   EXPECT_EQ(contents(file().string() + ".corrupt-1"), kNoLists[1]) << "the first as it was";
   EXPECT_EQ(contents(file().string() + ".corrupt-2"), kNoLists[3]);
@@ -178,13 +178,13 @@ TEST_F(UserDefaultsDomains, KeepTheApplicationsOwnCorruptFileToo) {
 }
 
 TEST_F(UserDefaultsDomains, AreReplacedAsAWholeWhileOthersRead) {
-  [defaults() setPersistentDomain:number(1) forName:name];
+  [defaults() setPersistentDomain:number(1) forName:kName];
   const pid_t writer = fork();
   if (writer == 0) {
     alarm(250);
     for (int i = 0; i < 50; ++i) {
       @autoreleasepool {
-        [defaults() setPersistentDomain:number(1 + i % 2) forName:name];
+        [defaults() setPersistentDomain:number(1 + i % 2) forName:kName];
       }
     }
     _exit(0);
@@ -200,9 +200,9 @@ TEST_F(UserDefaultsDomains, AreReplacedAsAWholeWhileOthersRead) {
 }
 
 TEST_F(UserDefaultsDomains, CanBeRemoved) {
-  [defaults() setPersistentDomain:number(1) forName:name];
-  [defaults() removePersistentDomainForName:name];
-  EXPECT_EQ([defaults() persistentDomainForName:name], nil);
+  [defaults() setPersistentDomain:number(1) forName:kName];
+  [defaults() removePersistentDomainForName:kName];
+  EXPECT_EQ([defaults() persistentDomainForName:kName], nil);
   EXPECT_FALSE(fs::exists(file()));
 }
 
@@ -217,7 +217,7 @@ TEST_F(UserDefaultsDomains, DoNotLeaveTheirFolder) {
 
 TEST_F(UserDefaultsDomains, AreNotWrittenWithoutANameOrSettings) {
   [defaults() setPersistentDomain:number(1) forName:nil];
-  [defaults() setPersistentDomain:nil forName:name];
+  [defaults() setPersistentDomain:nil forName:kName];
   [defaults() removePersistentDomainForName:nil];
   EXPECT_FALSE(fs::exists(folder()));
   EXPECT_THAT(veltro::test::logged_lines(),
@@ -227,11 +227,11 @@ TEST_F(UserDefaultsDomains, AreNotWrittenWithoutANameOrSettings) {
 
 TEST_F(UserDefaultsDomains, SayWhatCannotBeWritten) {
   std::ofstream(veltro::test::device_root() / "var") << "a file";
-  [defaults() setPersistentDomain:number(1) forName:name];
+  [defaults() setPersistentDomain:number(1) forName:kName];
   fs::remove(veltro::test::device_root() / "var");
   NSArray *const no_list = [NSArray arrayWithObjects:@"text", defaults(), nil];
   [defaults() setPersistentDomain:[NSDictionary dictionaryWithObject:no_list forKey:@"key"]
-                          forName:name];
+                          forName:kName];
   EXPECT_FALSE(fs::exists(file()));
   EXPECT_THAT(veltro::test::logged_lines(),
               ElementsAre("Preferences not written: org.example.domain",
