@@ -2,10 +2,32 @@
 
 #import <Foundation/Foundation.h>
 
+#include "machine/property_lists/plist_strings.hpp"
+#include "machine/text/utf8.hpp"
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <string_view>
+#include <sys/stat.h>
 
 namespace veltro::host {
+namespace {
+
+constexpr off_t kSizeLimit = off_t{16} << 20;
+
+std::string why_unreadable(const std::string &path) {
+  struct stat status{};
+  if (stat(path.c_str(), &status) != 0)
+    return std::strerror(errno);
+  if (!S_ISREG(status.st_mode))
+    return "not a file";
+  if (status.st_size > kSizeLimit)
+    return "too large";
+  return "";
+}
+
+} // namespace
 
 bool begins_as_property_list(NSData *data) {
   const std::string_view start(static_cast<const char *>([data bytes]),
@@ -21,6 +43,47 @@ NSDictionary *dictionary_in(NSData *data) {
                                                              format:nullptr
                                                               error:nullptr];
   return [list isKindOfClass:[NSDictionary class]] ? list : nil;
+}
+
+std::string PlistStrings::value(const char *key) const {
+  const auto found = values.find(key);
+  return found != values.end() ? found->second : "";
+}
+
+PlistStrings plist_strings(const std::string &path, std::initializer_list<const char *> keys) {
+  PlistStrings result{why_unreadable(path), {}};
+  if (!result.problem.empty())
+    return result;
+  @autoreleasepool {
+    NSData *data = [NSData dataWithContentsOfFile:string_of(path)];
+    if (data == nil) {
+      result.problem = "cannot be read";
+      return result;
+    }
+    NSDictionary *list = dictionary_in(data);
+    if (list == nil) {
+      result.problem = "not a property list with a dictionary";
+      return result;
+    }
+    for (const char *key : keys) {
+      id value = [list objectForKey:string_of(key)];
+      const char *text = [value isKindOfClass:[NSString class]] ? [value UTF8String] : nullptr;
+      if (text != nullptr)
+        result.values.emplace(key, text);
+    }
+  }
+  return result;
+}
+
+bool write_plist_string(const std::string &path, const char *key, const std::string &value) {
+  @autoreleasepool {
+    NSDictionary *list = [NSDictionary dictionaryWithObject:string_of(value) forKey:string_of(key)];
+    NSData *data = [NSPropertyListSerialization dataWithPropertyList:list
+                                                              format:NSPropertyListXMLFormat_v1_0
+                                                             options:0
+                                                               error:nullptr];
+    return [data writeToFile:string_of(path) atomically:NO] != NO;
+  }
 }
 
 } // namespace veltro::host
