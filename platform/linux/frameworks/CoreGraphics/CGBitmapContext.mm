@@ -34,9 +34,8 @@ CGContextRef CGBitmapContextCreate(void *data, size_t width, size_t height,
     return nullptr;
   const cairo_matrix_t upwards{1, 0, 0, -1, 0, static_cast<double>(height)};
   return veltro::host::create_context(
-      data != nullptr ? veltro::host::bitmap_over(data, width, height, bytes_per_row, opaque)
-                      : veltro::host::create_bitmap(width, height, opaque),
-      upwards, swapped, data != nullptr);
+      veltro::host::create_bitmap(width, height, opaque, data, bytes_per_row), upwards, swapped,
+      data != nullptr);
 }
 
 void *CGBitmapContextGetData(CGContextRef context) {

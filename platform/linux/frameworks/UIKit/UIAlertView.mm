@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -22,15 +24,25 @@ using veltro::host::AlertStyle;
 /// Above and below an accessory view.
 constexpr CGFloat kAccessoryGap = 12;
 
-/// Text in the middle of its lines, on nothing.
-UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
-  UILabel *const label = [[[UILabel alloc] initWithFrame:CGRectZero] autorelease];
-  [label setBackgroundColor:nil];
-  [label setFont:font];
-  [label setText:text];
-  [label setTextColor:color];
-  [label setTextAlignment:NSTextAlignmentCenter];
-  return label;
+/// The frames of `count` buttons by their index, below `top`: two beside each other, any other
+/// number below one another, the one at index `cancel` (-1 for none) last.
+std::vector<CGRect> button_frames(const AlertStyle &style, std::size_t count, long cancel,
+                                  CGFloat top) {
+  const bool beside = count == 2;
+  const CGFloat inner = style.width - 2 * style.button_margin;
+  const CGFloat width = beside ? (inner - style.button_gap) / 2 : inner;
+  std::vector<CGRect> frames;
+  for (long index = 0; std::cmp_less(index, count); ++index) {
+    long row = cancel >= 0 && index > cancel ? index - 1 : index;
+    if (index == cancel)
+      row = static_cast<long>(count) - 1;
+    const auto column_step = static_cast<CGFloat>(beside ? index : 0);
+    const auto row_step = static_cast<CGFloat>(beside ? 0 : row);
+    frames.push_back({{style.button_margin + column_step * (width + style.button_gap),
+                       top + row_step * (style.button_height + style.button_gap)},
+                      {width, style.button_height}});
+  }
+  return frames;
 }
 
 } // namespace
@@ -113,9 +125,17 @@ UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
   return static_cast<NSInteger>([_buttonTitles count]);
 }
 
-- (void)addLabel:(UILabel *)label {
+/// Adds text in the middle of its lines, on nothing.
+- (UILabel *)addLabel:(NSString *)text font:(UIFont *)font color:(UIColor *)color {
+  UILabel *const label = [[[UILabel alloc] initWithFrame:CGRectZero] autorelease];
+  [label setBackgroundColor:nil];
+  [label setFont:font];
+  [label setText:text];
+  [label setTextColor:color];
+  [label setTextAlignment:NSTextAlignmentCenter];
   [_labels addObject:label];
   [self addSubview:label];
+  return label;
 }
 
 /// Adds `text`, where there is any, at `top` and as high as it must be. Returns where it ends.
@@ -123,13 +143,13 @@ UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
   if ([text length] == 0)
     return top;
   const AlertStyle style = alert_style();
-  UILabel *const label =
-      centered_label(text, font, style.light ? [UIColor blackColor] : [UIColor whiteColor]);
+  UILabel *const label = [self addLabel:text
+                                   font:font
+                                  color:style.light ? [UIColor blackColor] : [UIColor whiteColor]];
   [label setNumberOfLines:0];
   const CGFloat width = style.width - 2 * style.text_margin;
   const CGFloat height = [label sizeThatFits:CGSizeMake(width, 0)].height;
   [label setFrame:CGRectMake(style.text_margin, top, width, height)];
-  [self addLabel:label];
   return top + height;
 }
 
@@ -140,16 +160,13 @@ UILabel *centered_label(NSString *text, UIFont *font, UIColor *color) {
       style.light ? [UIColor colorWithRed:0 green:0.478 blue:1 alpha:1] : [UIColor whiteColor];
   CGFloat bottom = top;
   NSInteger index = 0;
-  for (const CGRect &frame :
-       veltro::host::button_frames(style, [_buttonTitles count], _cancelButtonIndex, top)) {
-    const bool bold = !style.light || index == _cancelButtonIndex;
-    UILabel *const button = centered_label([self buttonTitleAtIndex:index],
-                                           bold ? [UIFont boldSystemFontOfSize:style.button_size]
-                                                : [UIFont systemFontOfSize:style.button_size],
-                                           color);
+  for (const CGRect &frame : button_frames(style, [_buttonTitles count], _cancelButtonIndex, top)) {
+    UIFont *const font = !style.light || index == _cancelButtonIndex
+                             ? [UIFont boldSystemFontOfSize:style.button_size]
+                             : [UIFont systemFontOfSize:style.button_size];
+    UILabel *const button = [self addLabel:[self buttonTitleAtIndex:index] font:font color:color];
     [button setFrame:frame];
     [button setTag:++index];
-    [self addLabel:button];
     bottom = std::max(bottom, CGRectGetMaxY(frame));
   }
   return bottom;

@@ -32,18 +32,15 @@ struct Stop {
   double alpha;
 };
 
-CGRect inset(CGRect rect, double by) {
-  return CGRectInset(rect, by, by);
-}
-
 void rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
   cairo_new_path(cairo);
   add_rounded_rect(cairo, rect, radius);
 }
 
-/// Lightens the path from `top` to `bottom`.
-void lighten(cairo_t *cairo, double top, double bottom, std::initializer_list<Stop> stops) {
-  cairo_pattern_t *const light = cairo_pattern_create_linear(0, top, 0, bottom);
+/// Lightens the path from the top of `rect` to its bottom.
+void lighten(cairo_t *cairo, CGRect rect, std::initializer_list<Stop> stops) {
+  cairo_pattern_t *const light =
+      cairo_pattern_create_linear(0, CGRectGetMinY(rect), 0, CGRectGetMaxY(rect));
   for (const Stop &stop : stops)
     cairo_pattern_add_color_stop_rgba(light, stop.offset, 1, 1, 1, stop.alpha);
   cairo_set_source(cairo, light);
@@ -54,7 +51,7 @@ void lighten(cairo_t *cairo, double top, double bottom, std::initializer_list<St
 /// A line `width` wide along the inner side of the rounded rectangle's edge.
 void stroke_inside(cairo_t *cairo, CGRect rect, double radius, double width, double level,
                    double alpha) {
-  rounded_rect(cairo, inset(rect, width / 2), radius - width / 2);
+  rounded_rect(cairo, CGRectInset(rect, width / 2, width / 2), radius - width / 2);
   cairo_set_line_width(cairo, width);
   cairo_set_source_rgba(cairo, level, level, level, alpha);
   cairo_stroke(cairo);
@@ -66,11 +63,9 @@ void draw_hairlines(cairo_t *cairo, const std::vector<CGRect> &buttons) {
   // One path, so that nothing is darker where the lines meet.
   cairo_new_path(cairo);
   for (const CGRect &button : buttons) {
-    cairo_rectangle(cairo, CGRectGetMinX(button), CGRectGetMinY(button), CGRectGetWidth(button),
-                    thickness);
-    if (CGRectGetMinX(button) > 0)
-      cairo_rectangle(cairo, CGRectGetMinX(button), CGRectGetMinY(button), thickness,
-                      CGRectGetHeight(button));
+    cairo_rectangle(cairo, button.origin.x, button.origin.y, button.size.width, thickness);
+    if (button.origin.x > 0)
+      cairo_rectangle(cairo, button.origin.x, button.origin.y, thickness, button.size.height);
   }
   cairo_set_source_rgba(cairo, 0, 0, 0, kHairlineShade);
   cairo_fill(cairo);
@@ -78,13 +73,12 @@ void draw_hairlines(cairo_t *cairo, const std::vector<CGRect> &buttons) {
 
 /// The dark panel within `bounds`, which its shadow needs some of, with its rim and its gloss.
 void draw_panel(cairo_t *cairo, CGRect bounds, CGFloat corner_radius) {
-  CGRect panel = inset(bounds, kShadowReach);
+  CGRect panel = CGRectInset(bounds, kShadowReach, kShadowReach);
   panel.size.height -= kShadowDrop;
   // Of shapes above one another, each somewhat smaller: the shadow fades outwards.
   for (int reach = kShadowReach; reach > 0; --reach) {
-    CGRect shape = inset(panel, -reach);
-    shape.origin.y += kShadowDrop;
-    rounded_rect(cairo, shape, corner_radius + reach);
+    const CGRect shape = CGRectInset(panel, -reach, -reach);
+    rounded_rect(cairo, CGRectOffset(shape, 0, kShadowDrop), corner_radius + reach);
     cairo_set_source_rgba(cairo, 0, 0, 0, 0.1);
     cairo_fill(cairo);
   }
@@ -95,15 +89,15 @@ void draw_panel(cairo_t *cairo, CGRect bounds, CGFloat corner_radius) {
 
   const double top = CGRectGetMinY(panel);
   cairo_save(cairo);
-  rounded_rect(cairo, inset(panel, kRimWidth), corner_radius - kRimWidth);
+  rounded_rect(cairo, CGRectInset(panel, kRimWidth, kRimWidth), corner_radius - kRimWidth);
   cairo_clip(cairo);
   cairo_arc(cairo, CGRectGetMidX(panel), top + kGlossHeight - kGlossRadius, kGlossRadius, 0,
             std::numbers::pi);
   cairo_close_path(cairo);
-  lighten(cairo, top, top + kGlossHeight, {{0, 0.5}, {1, 0.14}});
+  lighten(cairo, {{0, top}, {0, kGlossHeight}}, {{0, 0.5}, {1, 0.14}});
   cairo_restore(cairo);
 
-  stroke_inside(cairo, inset(panel, -1), corner_radius + 1, 1, 0, 0.4);
+  stroke_inside(cairo, CGRectInset(panel, -1, -1), corner_radius + 1, 1, 0, 0.4);
   stroke_inside(cairo, panel, corner_radius, kRimWidth, 1, 0.8);
 }
 
@@ -113,11 +107,9 @@ void draw_raised_button(cairo_t *cairo, CGRect frame, bool darker) {
   stroke_inside(cairo, CGRectOffset(frame, 0, 1), kButtonRadius, 1, 1, 0.18);
   rounded_rect(cairo, frame, kButtonRadius);
   if (darker)
-    lighten(cairo, CGRectGetMinY(frame), CGRectGetMaxY(frame),
-            {{0, 0.24}, {0.5, 0.12}, {0.5, 0.03}, {1, 0.1}});
+    lighten(cairo, frame, {{0, 0.24}, {0.5, 0.12}, {0.5, 0.03}, {1, 0.1}});
   else
-    lighten(cairo, CGRectGetMinY(frame), CGRectGetMaxY(frame),
-            {{0, 0.42}, {0.5, 0.27}, {0.5, 0.18}, {1, 0.28}});
+    lighten(cairo, frame, {{0, 0.42}, {0.5, 0.27}, {0.5, 0.18}, {1, 0.28}});
   stroke_inside(cairo, frame, kButtonRadius, 1, 0, 0.5);
 }
 

@@ -2,8 +2,6 @@
 
 #include "machine/device/release.hpp"
 
-#include <utility>
-
 namespace veltro::host {
 namespace {
 
@@ -47,25 +45,6 @@ AlertStyle alert_style() {
   if (foundation >= 1240.1)
     style.corner_radius = 13;
   return style;
-}
-
-std::vector<CGRect> button_frames(const AlertStyle &style, std::size_t count, long cancel,
-                                  CGFloat top) {
-  const bool beside = count == 2;
-  const CGFloat inner = style.width - 2 * style.button_margin;
-  const CGFloat width = beside ? (inner - style.button_gap) / 2 : inner;
-  std::vector<CGRect> frames;
-  for (long index = 0; std::cmp_less(index, count); ++index) {
-    long row = cancel >= 0 && index > cancel ? index - 1 : index;
-    if (index == cancel)
-      row = static_cast<long>(count) - 1;
-    const auto column_step = static_cast<CGFloat>(beside ? index : 0);
-    const auto row_step = static_cast<CGFloat>(beside ? 0 : row);
-    frames.push_back({{style.button_margin + column_step * (width + style.button_gap),
-                       top + row_step * (style.button_height + style.button_gap)},
-                      {width, style.button_height}});
-  }
-  return frames;
 }
 
 } // namespace veltro::host

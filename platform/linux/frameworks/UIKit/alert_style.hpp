@@ -3,9 +3,6 @@
 
 #include <CoreGraphics/CGGeometry.h>
 
-#include <cstddef>
-#include <vector>
-
 namespace veltro::host {
 
 struct AlertStyle {
@@ -33,10 +30,5 @@ struct AlertStyle {
 
 /// The style of the release that this machine plays.
 AlertStyle alert_style();
-
-/// The frames of `count` buttons by their index, below `top`: two beside each other, any other
-/// number below one another, the one at index `cancel` (-1 for none) last.
-std::vector<CGRect> button_frames(const AlertStyle &style, std::size_t count, long cancel,
-                                  CGFloat top);
 
 } // namespace veltro::host

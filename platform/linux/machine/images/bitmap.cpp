@@ -7,28 +7,24 @@
 namespace veltro::host {
 namespace {
 
-bool has_pixels(std::size_t width, std::size_t height) {
-  return width > 0 && height > 0 && width <= kMaxSide && height <= kMaxSide;
-}
-
 std::uint32_t with_red_and_blue_swapped(std::uint32_t word) {
   return (word & 0xFF00FF00) | (word >> 16 & 0xFF) | (word & 0xFF) << 16;
 }
 
 } // namespace
 
-Bitmap create_bitmap(std::size_t width, std::size_t height, bool opaque) {
-  if (!has_pixels(width, height))
+Bitmap create_bitmap(std::size_t width, std::size_t height, bool opaque, void *data,
+                     std::size_t stride) {
+  const std::size_t least = width * 4;
+  if (data == nullptr)
+    stride = least;
+  if (width == 0 || height == 0 || width > kMaxSide || height > kMaxSide || stride < least ||
+      stride > INT_MAX || stride % 4 != 0)
     return {};
-  auto *const words = static_cast<std::uint32_t *>(std::calloc(height, width * 4));
-  return {{words, std::free}, width, height, width * 4, opaque};
-}
-
-Bitmap bitmap_over(void *data, std::size_t width, std::size_t height, std::size_t stride,
-                   bool opaque) {
-  if (!has_pixels(width, height) || stride < width * 4 || stride > INT_MAX || stride % 4 != 0)
-    return {};
-  return {{static_cast<std::uint32_t *>(data), [](void *) {}}, width, height, stride, opaque};
+  if (data != nullptr)
+    return {{static_cast<std::uint32_t *>(data), [](void *) {}}, width, height, stride, opaque};
+  auto *const words = static_cast<std::uint32_t *>(std::calloc(height, stride));
+  return {{words, std::free}, width, height, stride, opaque};
 }
 
 Bitmap clone(const Bitmap &bitmap, bool swapped) {

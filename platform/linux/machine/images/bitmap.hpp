@@ -28,12 +28,9 @@ struct Bitmap {
   [[nodiscard]] std::uint32_t *row(std::size_t y) const { return words.get() + y * (stride / 4); }
 };
 
-/// A bitmap of zeros.
-Bitmap create_bitmap(std::size_t width, std::size_t height, bool opaque);
-
-/// A bitmap over memory that somebody else keeps.
-Bitmap bitmap_over(void *data, std::size_t width, std::size_t height, std::size_t stride,
-                   bool opaque);
+/// A bitmap of zeros, or one over `data` of that stride, which somebody else keeps.
+Bitmap create_bitmap(std::size_t width, std::size_t height, bool opaque, void *data = nullptr,
+                     std::size_t stride = 0);
 
 /// The same pixels in words of their own, with `swapped` red and blue in each other's place.
 /// Without memory for it the process ends.
