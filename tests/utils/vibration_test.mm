@@ -24,15 +24,6 @@ using namespace std::chrono_literals;
 constexpr const char *kRingChanged = "com.apple.springboard.ring-vibrate.changed";
 constexpr const char *kSilentChanged = "com.apple.springboard.silent-vibrate.changed";
 
-class RecordingMotor : public veltro::host::Motor {
-public:
-  bool vibrate(const veltro::host::Vibration &vibration) override {
-    requests.push_back(vibration);
-    return true;
-  }
-  std::vector<veltro::host::Vibration> requests;
-};
-
 NSDictionary *domain() {
   return [[NSUserDefaults standardUserDefaults] persistentDomainForName:@"com.apple.springboard"];
 }
@@ -109,12 +100,16 @@ protected:
 
   void run_until_it_vibrated() {
     NSDate *const limit = [NSDate dateWithTimeIntervalSinceNow:30];
-    while (motor_.requests.empty() && [limit timeIntervalSinceNow] > 0)
+    while (requests_.empty() && [limit timeIntervalSinceNow] > 0)
       [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:limit];
-    ASSERT_THAT(motor_.requests, SizeIs(1));
+    ASSERT_THAT(requests_, SizeIs(1));
   }
 
-  RecordingMotor motor_;
+  std::vector<veltro::host::Vibration> requests_;
+  veltro::host::Motor motor_ = [this](const veltro::host::Vibration &vibration) {
+    requests_.push_back(vibration);
+    return true;
+  };
 };
 
 TEST_F(Vibration, SwitchesTheSettingsOnForAMomentAndTellsOtherProcesses) {
@@ -128,14 +123,14 @@ TEST_F(Vibration, SwitchesTheSettingsOnForAMomentAndTellsOtherProcesses) {
   [ZLTUtils vibrateDevice];
   EXPECT_TRUE(setting(@"ring-vibrate"));
   EXPECT_TRUE(setting(@"silent-vibrate"));
-  EXPECT_THAT(motor_.requests, SizeIs(0));
+  EXPECT_THAT(requests_, SizeIs(0));
   EXPECT_EQ(observer.next(), 'R');
   EXPECT_EQ(observer.next(), 'S');
 
   run_until_it_vibrated();
   EXPECT_GE(std::chrono::steady_clock::now() - start, 300ms);
-  EXPECT_THAT(motor_.requests[0].pulses, ElementsAre(veltro::host::Pulse{0ms, 300ms}));
-  EXPECT_EQ(motor_.requests[0].intensity, 1.0);
+  EXPECT_THAT(requests_[0].pulses, ElementsAre(veltro::host::Pulse{0ms, 300ms}));
+  EXPECT_EQ(requests_[0].intensity, 1.0);
   EXPECT_FALSE(setting(@"ring-vibrate"));
   EXPECT_TRUE(setting(@"silent-vibrate"));
   EXPECT_EQ([domain() count], 3U);
@@ -155,8 +150,8 @@ TEST_F(Vibration, CreatesTheDomainWhereThereIsNone) {
 TEST_F(Vibration, DrivesTheMotorBeforeIOS9) {
   setenv("VELTRO_SYSTEM_VERSION", "8.4.1", 1);
   [ZLTUtils vibrateDevice];
-  ASSERT_THAT(motor_.requests, SizeIs(1));
-  EXPECT_THAT(motor_.requests[0].pulses, ElementsAre(veltro::host::Pulse{0ms, 500ms}));
+  ASSERT_THAT(requests_, SizeIs(1));
+  EXPECT_THAT(requests_[0].pulses, ElementsAre(veltro::host::Pulse{0ms, 500ms}));
   EXPECT_EQ(domain(), nil);
 }
 

@@ -117,11 +117,11 @@ void CGImageRelease(CGImageRef image) {
 }
 
 size_t CGImageGetWidth(CGImageRef image) {
-  return image != nullptr ? pixels_of(image)->width : 0;
+  return image != nullptr ? pixels_of(image)->shape().width : 0;
 }
 
 size_t CGImageGetHeight(CGImageRef image) {
-  return image != nullptr ? pixels_of(image)->height : 0;
+  return image != nullptr ? pixels_of(image)->shape().height : 0;
 }
 
 size_t CGImageGetBitsPerComponent(CGImageRef image) {
@@ -133,13 +133,14 @@ size_t CGImageGetBitsPerPixel(CGImageRef image) {
 }
 
 size_t CGImageGetBytesPerRow(CGImageRef image) {
-  return image != nullptr ? pixels_of(image)->stride : 0;
+  return image != nullptr ? pixels_of(image)->shape().stride : 0;
 }
 
 CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image) {
   if (image == nullptr)
     return kCGImageAlphaNone;
-  return pixels_of(image)->opaque ? kCGImageAlphaNoneSkipFirst : kCGImageAlphaPremultipliedFirst;
+  return pixels_of(image)->shape().opaque ? kCGImageAlphaNoneSkipFirst
+                                          : kCGImageAlphaPremultipliedFirst;
 }
 
 CGBitmapInfo CGImageGetBitmapInfo(CGImageRef image) {

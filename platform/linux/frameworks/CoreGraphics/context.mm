@@ -168,8 +168,8 @@ void draw_pixels(Context &context, const Pixels &pixels, const cairo_matrix_t &p
   beside_path(cairo, [&] {
     cairo_save(cairo);
     transform(cairo, placement);
-    transform(cairo, {1 / static_cast<double>(pixels.width), 0, 0,
-                      1 / static_cast<double>(pixels.height), 0, 0});
+    transform(cairo, {1 / static_cast<double>(pixels.shape().width), 0, 0,
+                      1 / static_cast<double>(pixels.shape().height), 0, 0});
     pixels.read([&](const Bitmap &bitmap) {
       draw_bitmap(cairo, context.swapped() ? clone(bitmap, true) : bitmap, context.state());
     });

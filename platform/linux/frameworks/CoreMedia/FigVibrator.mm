@@ -42,8 +42,7 @@ void FigVibratorInitialize(void) {
 void FigVibratorPlayVibrationWithDictionary(CFDictionaryRef vibration, SInt32 /*zero*/,
                                             SInt32 /*zero*/, void * /*nothing*/,
                                             void * /*nothing*/) {
-  const auto description =
-      static_cast<NSDictionary *>(const_cast<void *>(static_cast<const void *>(vibration)));
+  NSDictionary *const description = (NSDictionary *)vibration;
   veltro::host::request_vibration(
       {pulses_of(description), [[description objectForKey:@"Intensity"] doubleValue]});
 }

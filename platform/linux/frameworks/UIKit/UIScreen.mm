@@ -18,14 +18,10 @@
 
 // The size in points that the phones of each scale have.
 - (CGRect)bounds {
-  switch (veltro::host::screen_scale()) {
-  case 1:
-    return {{0, 0}, {320, 480}};
-  case 3:
-    return {{0, 0}, {414, 736}};
-  default:
+  const int scale = veltro::host::screen_scale();
+  if (scale == 2)
     return {{0, 0}, {375, 667}};
-  }
+  return scale == 1 ? CGRectMake(0, 0, 320, 480) : CGRectMake(0, 0, 414, 736);
 }
 
 @end

@@ -40,9 +40,10 @@ Bitmap clone(const Bitmap &bitmap, bool swapped);
 /// that draws more has them copied first, so that taking a finished drawing costs nothing.
 class Pixels {
 public:
-  explicit Pixels(Bitmap bitmap)
-      : width(bitmap.width), height(bitmap.height), stride(bitmap.stride), opaque(bitmap.opaque),
-        bitmap_(std::move(bitmap)) {}
+  explicit Pixels(Bitmap bitmap) : bitmap_(std::move(bitmap)) {}
+
+  /// Without its words, of which `read` tells.
+  [[nodiscard]] const Bitmap &shape() const { return bitmap_; }
 
   /// Shows the bitmap to `reader`, which must not keep it.
   template <typename Reader> auto read(Reader &&reader) const {
@@ -50,16 +51,11 @@ public:
     return reader(bitmap_);
   }
 
-  /// Takes a copy of a bitmap that its context is about to change.
+  /// Takes a copy of words that their context is about to change.
   void detach() {
     const std::unique_lock lock(mutex_);
-    bitmap_ = clone(bitmap_, false);
+    bitmap_.words = clone(bitmap_, false).words;
   }
-
-  const std::size_t width;
-  const std::size_t height;
-  const std::size_t stride;
-  const bool opaque;
 
 private:
   mutable std::shared_mutex mutex_;

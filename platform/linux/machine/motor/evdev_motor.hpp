@@ -6,14 +6,15 @@
 
 namespace veltro::host {
 
-class EvdevMotor : public Motor {
+class EvdevMotor {
 public:
   /// Takes the first device in `folder` that can rumble and that this process may write to, when it
   /// is first asked to vibrate; looks again each time until there is one, and when it was
   /// unplugged.
   explicit EvdevMotor(std::string folder) : folder_(std::move(folder)) {}
 
-  bool vibrate(const Vibration &vibration) override;
+  /// As a `Motor` does.
+  bool vibrate(const Vibration &vibration);
 
 private:
   /// Whether all pulses were started; errno says why not.

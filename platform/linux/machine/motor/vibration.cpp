@@ -11,13 +11,7 @@ namespace veltro::host {
 namespace {
 
 std::mutex mutex;
-Motor *chosen_motor = nullptr;
-
-// Never destroyed: the device drops its effects when it is closed.
-EvdevMotor &machine_motor() {
-  static EvdevMotor &motor = *new EvdevMotor("/dev/input");
-  return motor;
-}
+const Motor *chosen_motor = nullptr;
 
 /// Such as "300 ms, intensity 1.00", or "100 ms, after 200 ms 100 ms, intensity 0.50".
 std::string description(const Vibration &vibration) {
@@ -33,15 +27,17 @@ std::string description(const Vibration &vibration) {
 
 } // namespace
 
-void use_motor(Motor *motor) {
+void use_motor(const Motor *motor) {
   const std::lock_guard lock(mutex);
   chosen_motor = motor;
 }
 
 void request_vibration(const Vibration &vibration) {
   const std::lock_guard lock(mutex);
-  Motor &motor = chosen_motor != nullptr ? *chosen_motor : machine_motor();
-  const bool started = motor.vibrate(vibration);
+  // Never destroyed: the device drops its effects when it is closed.
+  static EvdevMotor &machine = *new EvdevMotor("/dev/input");
+  const bool started =
+      chosen_motor != nullptr ? (*chosen_motor)(vibration) : machine.vibrate(vibration);
   log_line("Vibration: " + description(vibration) + (started ? "" : " (no motor)"));
 }
 

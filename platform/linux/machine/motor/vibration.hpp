@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,20 +19,12 @@ struct Vibration {
   double intensity = 0; ///< from 0 to 1
 };
 
-/// A motor that can be told to vibrate; the thin line to the machine's hardware.
-class Motor {
-public:
-  Motor() = default;
-  virtual ~Motor() = default;
-  Motor(const Motor &) = delete;
-  Motor &operator=(const Motor &) = delete;
-  /// Starts the whole vibration and returns at once; whether it could.
-  virtual bool vibrate(const Vibration &vibration) = 0;
-};
+/// Starts a whole vibration and returns at once; whether it could.
+using Motor = std::function<bool(const Vibration &)>;
 
 /// Uses `motor` for the vibrations of this process from now on, instead of the machine's. It must
 /// stay; null for the machine's again.
-void use_motor(Motor *motor);
+void use_motor(const Motor *motor);
 
 /// Logs the request and starts it on the motor, if there is one.
 void request_vibration(const Vibration &vibration);

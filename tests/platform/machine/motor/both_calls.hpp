@@ -16,7 +16,8 @@ inline void vibrate_with_both_calls(const std::filesystem::path &device) {
   const auto number = [](double value) { return [NSNumber numberWithDouble:value]; };
   const ScratchFolder folder;
   std::filesystem::create_symlink(device, folder.path() / "event0");
-  host::EvdevMotor motor(folder.path());
+  host::EvdevMotor device_motor(folder.path());
+  const host::Motor motor = [&](const host::Vibration &each) { return device_motor.vibrate(each); };
   host::use_motor(&motor);
   NSArray *const steps = [NSArray arrayWithObjects:[NSNumber numberWithBool:YES], number(300), nil];
   AudioServicesPlaySystemSoundWithVibration(

@@ -15,16 +15,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace std::chrono_literals;
 
-class RecordingMotor : public Motor {
-public:
-  bool vibrate(const Vibration &vibration) override {
-    last = vibration;
-    return works;
-  }
-  Vibration last;
-  bool works = true;
-};
-
 class VibrationServices : public testing::Test {
 protected:
   VibrationServices() {
@@ -52,7 +42,12 @@ protected:
                                            nullptr, nullptr);
   }
 
-  RecordingMotor motor_;
+  Vibration last_;
+  bool works_ = true;
+  Motor motor_ = [this](const Vibration &vibration) {
+    last_ = vibration;
+    return works_;
+  };
 };
 
 TEST_F(VibrationServices, PlaysTheStepsOfAPattern) {
@@ -60,15 +55,15 @@ TEST_F(VibrationServices, PlaysTheStepsOfAPattern) {
                                  [NSNumber numberWithBool:NO], number(50),
                                  [NSNumber numberWithBool:YES], number(200), nil],
        0.5);
-  EXPECT_THAT(motor_.last.pulses, ElementsAre(Pulse{0ms, 100ms}, Pulse{150ms, 200ms}));
-  EXPECT_EQ(motor_.last.intensity, 0.5);
+  EXPECT_THAT(last_.pulses, ElementsAre(Pulse{0ms, 100ms}, Pulse{150ms, 200ms}));
+  EXPECT_EQ(last_.intensity, 0.5);
   EXPECT_THAT(test::logged_lines(),
               ElementsAre("Vibration: 100 ms, after 150 ms 200 ms, intensity 0.50"));
 }
 
 TEST_F(VibrationServices, PlaysNothingOfAnEmptyPattern) {
   play([NSArray array], 1);
-  EXPECT_THAT(motor_.last.pulses, IsEmpty());
+  EXPECT_THAT(last_.pulses, IsEmpty());
   AudioServicesPlaySystemSoundWithVibration(4095, nil, nil);
   EXPECT_THAT(test::logged_lines(),
               ElementsAre("Vibration: none, intensity 1.00", "Vibration: none, intensity 0.00"));
@@ -76,17 +71,17 @@ TEST_F(VibrationServices, PlaysNothingOfAnEmptyPattern) {
 
 TEST_F(VibrationServices, RepeatsACycleUntilTheTotal) {
   drive(0.5, 0.1, 0.6);
-  EXPECT_THAT(motor_.last.pulses, ElementsAre(Pulse{0ms, 500ms}));
-  EXPECT_EQ(motor_.last.intensity, 0.25);
+  EXPECT_THAT(last_.pulses, ElementsAre(Pulse{0ms, 500ms}));
+  EXPECT_EQ(last_.intensity, 0.25);
   drive(0.5, 0.1, 1.4);
-  EXPECT_THAT(motor_.last.pulses,
+  EXPECT_THAT(last_.pulses,
               ElementsAre(Pulse{0ms, 500ms}, Pulse{600ms, 500ms}, Pulse{1200ms, 200ms}));
   drive(0, 0.1, 1);
-  EXPECT_THAT(motor_.last.pulses, IsEmpty());
+  EXPECT_THAT(last_.pulses, IsEmpty());
 }
 
 TEST_F(VibrationServices, SaysThatThereIsNoMotor) {
-  motor_.works = false;
+  works_ = false;
   drive(0.5, 0.1, 0.6);
   EXPECT_THAT(test::logged_lines(), ElementsAre("Vibration: 500 ms, intensity 0.25 (no motor)"));
 }
