@@ -72,7 +72,8 @@ void draw_hairlines(cairo_t *cairo, const std::vector<CGRect> &buttons) {
 }
 
 /// The dark panel within `bounds`, which its shadow needs some of, with its rim and its gloss.
-void draw_panel(cairo_t *cairo, CGRect bounds, CGFloat corner_radius) {
+void draw_panel(veltro::host::Context &context, CGRect bounds, CGFloat corner_radius) {
+  cairo_t *const cairo = context.cairo();
   CGRect panel = CGRectInset(bounds, kShadowReach, kShadowReach);
   panel.size.height -= kShadowDrop;
   // Of shapes above one another, each somewhat smaller: the shadow fades outwards.
@@ -84,7 +85,7 @@ void draw_panel(cairo_t *cairo, CGRect bounds, CGFloat corner_radius) {
   }
 
   rounded_rect(cairo, panel, corner_radius);
-  cairo_set_source_rgba(cairo, 0.07, 0.15, 0.34, 0.92);
+  veltro::host::use_color(context, {0.07, 0.15, 0.34, 0.92});
   cairo_fill(cairo);
 
   const double top = CGRectGetMinY(panel);
@@ -118,9 +119,10 @@ void draw_raised_button(cairo_t *cairo, CGRect frame, bool darker) {
 @implementation UIAlertView (Drawing)
 
 - (void)drawRect:(CGRect)rect {
-  cairo_t *const cairo = veltro::host::cairo_of(UIGraphicsGetCurrentContext());
-  if (!_visible || cairo == nullptr)
+  veltro::host::Context *const context = veltro::host::context_of(UIGraphicsGetCurrentContext());
+  if (!_visible || context == nullptr)
     return;
+  cairo_t *const cairo = context->cairo();
   std::vector<CGRect> buttons;
   for (UIView *label in _labels)
     if ([label tag] > 0)
@@ -130,7 +132,7 @@ void draw_raised_button(cairo_t *cairo, CGRect frame, bool darker) {
     draw_hairlines(cairo, buttons);
     return;
   }
-  draw_panel(cairo, rect, style.corner_radius);
+  draw_panel(*context, rect, style.corner_radius);
   // The left one of two, else the cancel button, unless it is the only one.
   const NSInteger darker = buttons.size() == 2 ? 0 : buttons.size() > 2 ? _cancelButtonIndex : -1;
   for (std::size_t index = 0; index < buttons.size(); ++index)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace {
@@ -208,6 +209,47 @@ TEST(DrawViewHierarchy, DrawsAnEmptyViewAsNothing) {
   const Picture picture(UIGraphicsGetImageFromCurrentImageContext());
   UIGraphicsEndImageContext();
   EXPECT_EQ(ink_of(picture).pixels, 0U);
+}
+
+/// The same through a bitmap context of one's own.
+Picture picture_in_bitmap(UIView *view, CGBitmapInfo info) {
+  const CGRect bounds = [view bounds];
+  const CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
+  const CGContextRef context =
+      CGBitmapContextCreate(nullptr, static_cast<size_t>(bounds.size.width),
+                            static_cast<size_t>(bounds.size.height), 8, 0, space, info);
+  CGColorSpaceRelease(space);
+  [[view layer] renderInContext:context];
+  const CGImageRef image = CGBitmapContextCreateImage(context);
+  CGContextRelease(context);
+  const Picture picture([UIImage imageWithCGImage:image]);
+  CGImageRelease(image);
+  return picture;
+}
+
+TEST(Layer, HasTheSameColoursInABitmapWithRedFirst) {
+  UILabel *const label = [[[UILabel alloc] initWithFrame:CGRectMake(0, 0, 60, 60)] autorelease];
+  [label setText:@"\u25a0"];
+  [label setFont:[UIFont systemFontOfSize:60]];
+  [label setTextColor:[UIColor redColor]];
+  setenv("VELTRO_SYSTEM_VERSION", "6.1", 1);
+  UIAlertView *const alert = [[[UIAlertView alloc] initWithFrame:CGRectZero] autorelease];
+  [alert show];
+  for (UIView *view in [NSArray arrayWithObjects:label, alert, nil]) {
+    const Picture picture = picture_in_bitmap(view, kCGImageAlphaPremultipliedLast);
+    const Picture expected = picture_in_bitmap(
+        view, kCGBitmapByteOrder32Little | CGBitmapInfo{kCGImageAlphaPremultipliedFirst});
+    bool has_colour = false;
+    for (std::size_t y = 0; y < picture.height; ++y)
+      for (std::size_t x = 0; x < picture.width; ++x) {
+        const Pixel pixel = picture.at(x, y);
+        ASSERT_EQ(pixel, expected.at(x, y)) << x << ", " << y;
+        has_colour |= view == label ? pixel == kRed : pixel.blue > pixel.red;
+      }
+    EXPECT_TRUE(has_colour);
+  }
+  [alert dismissWithClickedButtonIndex:0 animated:NO];
+  unsetenv("VELTRO_SYSTEM_VERSION");
 }
 
 } // namespace
