@@ -37,7 +37,7 @@ OSStatus SecItemAdd(CFDictionaryRef attributes, CFTypeRef *result) {
     return status;
   *result = nil;
   if (returns_something(item, result))
-    *result = Results(item.return_data, item.return_attributes)
+    *result = Results(item.return_attributes)
                   .new_result(item.query.fields, item.return_data ? secret_of(secret) : Secret());
   return status;
 }
@@ -48,7 +48,7 @@ OSStatus SecItemCopyMatching(CFDictionaryRef dictionary, CFTypeRef *result) {
   if (status != errSecSuccess)
     return status;
   const bool returns = returns_something(query, result);
-  Results results(query.return_data, query.return_attributes);
+  Results results(query.return_attributes);
   NSMutableArray *many = nil;
   id one = nil;
   Search search(query.query, returns && query.return_data);

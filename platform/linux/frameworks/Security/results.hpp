@@ -15,13 +15,13 @@ namespace veltro::host::keychain {
 /// Makes the results of one call; values that many items share become one object.
 class Results {
 public:
-  Results(bool data, bool attributes);
+  explicit Results(bool attributes);
   ~Results();
   Results(const Results &) = delete;
   Results &operator=(const Results &) = delete;
 
-  /// A secret, a dictionary of attributes, or one of both, which the caller owns. The secret's
-  /// bytes become the result's.
+  /// The secret, a dictionary of attributes, or one of both where there is a secret. The caller
+  /// owns it, and the secret's bytes become its own.
   id new_result(const Fields &fields, Secret secret);
 
   /// Overwrites the secret in a result that nobody gets.
@@ -39,8 +39,7 @@ private:
   /// The object for a value, which holds until the next item.
   id value(std::size_t at, const Field &field);
 
-  bool data_, attributes_;
-  std::vector<Value> last_; ///< of each attribute
+  std::vector<Value> last_; ///< of each attribute; none where attributes are not wanted
 };
 
 } // namespace veltro::host::keychain

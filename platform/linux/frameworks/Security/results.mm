@@ -36,8 +36,7 @@ id new_value(Kind kind, const Field &field) {
 
 } // namespace
 
-Results::Results(bool data, bool attributes)
-    : data_(data), attributes_(attributes), last_(attributes ? kAttributes.size() : 0) {}
+Results::Results(bool attributes) : last_(attributes ? kAttributes.size() : 0) {}
 
 Results::~Results() {
   for (const Value &value : last_)
@@ -67,8 +66,8 @@ void Results::wipe_secret_of(id result) {
 }
 
 id Results::new_result(const Fields &fields, Secret secret) {
-  NSData *const data = data_ ? new_data(std::move(secret)) : nil;
-  if (!attributes_)
+  NSData *const data = secret ? new_data(std::move(secret)) : nil;
+  if (last_.empty())
     return data;
   std::array<id, kAttributes.size() + 1> values;
   std::array<id, kAttributes.size() + 1> keys;
@@ -80,7 +79,7 @@ id Results::new_result(const Fields &fields, Secret secret) {
       keys[count] = (id)*kKeys[at];
       values[count++] = value(unchanged ? created : at, fields[at]);
     }
-  if (data_) {
+  if (data != nil) {
     keys[count] = (id)kSecValueData;
     values[count++] = data;
   }
