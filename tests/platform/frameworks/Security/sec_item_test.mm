@@ -3,6 +3,7 @@
 #include "platform/frameworks/Security/item.hpp"
 #include "support/scratch.hpp"
 
+#include <array>
 #include <climits>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -341,6 +342,35 @@ TEST_F(SecItem, ReturnsTheShapeThatIsAskedFor) {
   EXPECT_EQ(returned, nil);
 }
 
+TEST_F(SecItem, EachItemOfAListingHasItsOwnValues) {
+  const std::array<const char *, 3> generics{"x", "x", "y"};
+  const std::array<int, 3> types{1, 2, 2};
+  const std::array<BOOL, 3> invisible{NO, NO, YES};
+  const std::array<double, 3> born{10, 20, 20};
+  const std::array<double, 3> changed{10, 20, 30};
+  for (std::size_t at = 0; at < born.size(); ++at) {
+    Entries *entries = item(@"mail", [NSString stringWithFormat:@"%zu", at]);
+    entries = with(entries, kSecAttrGeneric, bytes(generics[at]));
+    entries = with(entries, kSecAttrType, [NSNumber numberWithInt:types[at]]);
+    entries = with(entries, kSecAttrIsInvisible, [NSNumber numberWithBool:invisible[at]]);
+    entries = with(entries, kSecAttrCreationDate,
+                   [NSDate dateWithTimeIntervalSinceReferenceDate:born[at]]);
+    entries = with(entries, kSecAttrModificationDate,
+                   [NSDate dateWithTimeIntervalSinceReferenceDate:changed[at]]);
+    ASSERT_EQ(test::add(entries), errSecSuccess);
+  }
+  NSArray *const items = list(item(@"mail", nil));
+  ASSERT_EQ([items count], born.size());
+  for (NSDictionary *const found in items) {
+    const auto at = static_cast<std::size_t>([[found objectForKey:@"acct"] intValue]);
+    EXPECT_TRUE([[found objectForKey:@"gena"] isEqual:bytes(generics[at])]) << at;
+    EXPECT_EQ([[found objectForKey:@"type"] intValue], types[at]) << at;
+    EXPECT_EQ([[found objectForKey:@"invi"] boolValue], invisible[at]) << at;
+    EXPECT_EQ([[found objectForKey:@"cdat"] timeIntervalSinceReferenceDate], born[at]) << at;
+    EXPECT_EQ([[found objectForKey:@"mdat"] timeIntervalSinceReferenceDate], changed[at]) << at;
+  }
+}
+
 TEST_F(SecItem, CountsUpToTheLimit) {
   for (int at = 0; at < 5; ++at)
     ASSERT_EQ(test::add(item(@"mail", [NSString stringWithFormat:@"%d", at])), errSecSuccess);
@@ -427,6 +457,9 @@ TEST_F(SecItem, UpdatesEveryItemThatMatchesOrNone) {
   ASSERT_EQ(update(item(@"mail", nil), kSecAttrLabel, @"all"), errSecSuccess);
   EXPECT_EQ([list(with(item(@"mail", nil), kSecAttrLabel, @"all")) count], 3U);
   EXPECT_TRUE([secret(item(@"mail", @"b")) isEqual:bytes("b")]);
+  // Each keeps its place among the others.
+  ASSERT_EQ(update(item(@"mail", @"a"), kSecAttrLabel, @"one"), errSecSuccess);
+  EXPECT_TRUE([[list(item(nil, nil)) valueForKey:@"acct"] isEqual:(@[ @"a", @"b", @"c" ])]);
 
   // Two of one identity cannot be: the first change is undone as well.
   EXPECT_EQ(update(item(@"mail", nil), kSecAttrAccount, @"same"), errSecDuplicateItem);
