@@ -1,13 +1,11 @@
 #pragma once
 
+#include <string>
+
 namespace veltro::host {
 
-enum class Executable {
-  missing,  ///< no regular file
-  loadable, ///< a shared object, which a process can link while it runs
-  program,  ///< anything else: a program, a script, a file of no known kind
-};
-
-Executable kind_of_executable(const char *path);
+/// Whether the regular file at `path` is a shared object, which a process can link while it runs,
+/// and no program, script or file of another kind.
+bool is_loadable_object(const std::string &path);
 
 } // namespace veltro::host

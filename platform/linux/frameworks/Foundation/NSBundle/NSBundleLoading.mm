@@ -12,6 +12,9 @@
 #include "machine/property_lists/corrupt_file.hpp"
 #include "machine/property_lists/property_list.hpp"
 #include "machine/root/loadable_object.hpp"
+#include "machine/text/utf8.hpp"
+
+#include <filesystem>
 
 namespace {
 
@@ -50,18 +53,15 @@ NSString *resource_path(NSBundle *self, SEL command) {
 }
 
 BOOL link(NSBundle *bundle, SEL command) {
-  using veltro::host::Executable;
   // The code of a library's bundle runs already. Asked for the path of it, GNUstep looks where the
   // principal class comes from, and so would load the bundle first.
   if (bundle->_bundleType == kLibraryBundle)
     return gnustep_load(bundle, command);
-  NSString *path = [bundle executablePath];
-  const Executable kind = [path length] != 0
-                              ? veltro::host::kind_of_executable([path fileSystemRepresentation])
-                              : Executable::program;
-  if (kind == Executable::missing)
+  const std::string path = veltro::host::utf8_of([bundle executablePath]);
+  std::error_code error;
+  if (!path.empty() && !std::filesystem::is_regular_file(path, error))
     return NO;
-  if (kind == Executable::loadable || bundle == [NSBundle mainBundle])
+  if (bundle == [NSBundle mainBundle] || veltro::host::is_loadable_object(path))
     return gnustep_load(bundle, command);
   bundle->_codeLoaded = YES;
   return YES;
