@@ -3,17 +3,21 @@
 // "CET-1CEST,M3.5.0,M10.5.0/3".
 
 #include "frameworks/Foundation/NSTimeZone/time_zone_rules.hpp"
-#include "frameworks/Foundation/NSTimeZone/zone_rules.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
+#include "machine/device/environment.hpp"
 #include "machine/text/utf8.hpp"
 
 #import <Foundation/Foundation.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <mutex>
-#include <span>
 #include <unistd.h>
+
+/// A zone that nothing but a rule describes; the rule is its name and its data.
+@interface VHRuleTimeZone : NSTimeZone {
+  NSString *_rule;
+}
+@end
 
 @implementation VHRuleTimeZone
 
@@ -29,6 +33,10 @@
 
 - (NSString *)name {
   return _rule;
+}
+
+- (NSData *)data {
+  return [_rule dataUsingEncoding:NSUTF8StringEncoding];
 }
 
 - (NSInteger)secondsFromGMTForDate:(NSDate *)date {
@@ -47,11 +55,11 @@
 
 @end
 
-namespace veltro::host {
 namespace {
 
-using Method = NSTimeZone *(*)(Class, SEL);
-constinit Method gnustep_method = nullptr;
+using veltro::host::ZoneRules;
+
+NSTimeZone *(*gnustep_method)(Class, SEL);
 
 std::mutex mutex;
 NSTimeZone *spelled_zone = nil; ///< the last one that TZ spelled
@@ -59,8 +67,7 @@ NSTimeZone *spelled_zone = nil; ///< the last one that TZ spelled
 /// Nil for a file that GNUstep would raise at.
 NSTimeZone *zone_of_file(NSString *path) {
   NSData *const data = [NSData dataWithContentsOfFile:path];
-  const auto *const bytes = static_cast<const std::uint8_t *>([data bytes]);
-  if (!ZoneRules::parsed(std::span(bytes, [data length])))
+  if (!ZoneRules::parsed({static_cast<const std::uint8_t *>([data bytes]), [data length]}))
     return nil;
   return [[[NSTimeZone alloc] initWithName:path data:data] autorelease];
 }
@@ -77,28 +84,24 @@ NSTimeZone *zone_of_rule(NSString *rule) {
 }
 
 NSTimeZone *system_time_zone(Class self, SEL selector) {
-  const char *name = std::getenv("TZ");
-  if (name != nullptr && *name == ':')
-    ++name;
-  NSString *const text = name != nullptr ? [NSString stringWithUTF8String:name] : nil;
+  std::string name(veltro::host::variable("TZ"));
+  if (name.starts_with(':'))
+    name.erase(0, 1);
+  NSString *const text = veltro::host::string_of(name);
   NSTimeZone *zone = nil;
-  if ([text length] != 0) {
-    if ([text hasPrefix:@"/"])
-      zone = zone_of_file(text);
-    // GNUstep does not free what it had made for a name that it does not find.
-    else if (access(("/usr/share/zoneinfo/" + utf8_of(text)).c_str(), F_OK) != 0)
-      zone = zone_of_rule(text);
-    if (zone == nil)
-      zone = [NSTimeZone timeZoneWithName:text];
-  }
+  if (name.starts_with('/'))
+    zone = zone_of_file(text);
+  // GNUstep does not free what it had made for a name that it does not find.
+  else if (text != nil && access(("/usr/share/zoneinfo/" + name).c_str(), F_OK) != 0)
+    zone = zone_of_rule(text);
+  if (zone == nil && [text length] != 0)
+    zone = [NSTimeZone timeZoneWithName:text];
   return zone != nil ? zone : gnustep_method(self, selector);
 }
 
 } // namespace
-} // namespace veltro::host
 
 VH_AT_LOAD(VHSystemTimeZonePatches) {
-  using namespace veltro::host;
-  gnustep_method =
-      replace_class_method(objc_getClass("NSTimeZone"), "systemTimeZone", &system_time_zone);
+  gnustep_method = veltro::host::replace_class_method(objc_getClass("NSTimeZone"), "systemTimeZone",
+                                                      system_time_zone);
 }
