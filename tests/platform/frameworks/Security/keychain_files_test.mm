@@ -32,6 +32,15 @@ TEST_F(KeychainFiles, HoldNoSecretInPlainText) {
     EXPECT_EQ(contents(entry.path()).find("SSSSSSSS"), std::string::npos) << entry.path();
 }
 
+TEST_F(KeychainFiles, HoldNothingOfADeletedItem) {
+  ASSERT_EQ(add(@"mail", @"deleted account", "secret"), errSecSuccess);
+  checkpoint();
+  ASSERT_NE(contents(paths().database).find("deleted account"), std::string::npos);
+  ASSERT_EQ(remove(item(@"mail", @"deleted account")), errSecSuccess);
+  checkpoint();
+  EXPECT_EQ(contents(paths().database).find("deleted account"), std::string::npos);
+}
+
 TEST_F(KeychainFiles, SealTheSameSecretDifferentlyEachTime) {
   ASSERT_EQ(add(@"mail", @"a", "secret"), errSecSuccess);
   ASSERT_EQ(add(@"mail", @"b", "secret"), errSecSuccess);

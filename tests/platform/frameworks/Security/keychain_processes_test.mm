@@ -77,6 +77,22 @@ TEST_F(KeychainProcesses, BothSidesOfAForkContinue) {
   EXPECT_EQ([list(item(@"mail", nil)) count], 17U);
 }
 
+/// How many descriptors of this process are the database's or its log's.
+int open_databases() {
+  int count = 0;
+  for (const auto &entry : files::directory_iterator("/proc/self/fd")) {
+    std::error_code ignored;
+    count += files::read_symlink(entry, ignored).string().find("keychain.db") != std::string::npos;
+  }
+  return count;
+}
+
+TEST_F(KeychainProcesses, NoConnectionCrossesAFork) {
+  ASSERT_EQ(add(@"mail", @"ann", "x"), errSecSuccess);
+  ASSERT_GT(open_databases(), 0);
+  EXPECT_EQ(in_child([] { return open_databases(); }), 0);
+}
+
 TEST_F(KeychainProcesses, ThreadsShareOneKeychain) {
   constexpr int kThreads = 8;
   constexpr int kItems = 25;
