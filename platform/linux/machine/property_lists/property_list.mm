@@ -5,7 +5,6 @@
 #include "machine/property_lists/plist_strings.hpp"
 #include "machine/text/utf8.hpp"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -30,9 +29,9 @@ std::string why_unreadable(const std::string &path) {
 } // namespace
 
 bool begins_as_property_list(NSData *data) {
-  const std::string_view start(static_cast<const char *>([data bytes]),
-                               std::min<std::size_t>([data length], 6));
-  return start == "bplist" || start.starts_with("<") || start.starts_with("\xEF\xBB\xBF<");
+  const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
+  return bytes.starts_with("bplist") || bytes.starts_with("<") ||
+         bytes.starts_with("\xEF\xBB\xBF<");
 }
 
 NSDictionary *dictionary_in(NSData *data) {

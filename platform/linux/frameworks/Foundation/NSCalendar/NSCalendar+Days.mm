@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <utility>
 
 namespace veltro::host {
 namespace {
@@ -235,10 +236,7 @@ NSDate *date_by_adding_components(NSCalendar *self, SEL selector, NSDateComponen
 }
 
 /// Where a unit begins, and where the next of its kind does.
-struct Extent {
-  UnixTime start = 0;
-  UnixTime end = 0;
-};
+using Extent = std::pair<UnixTime, UnixTime>;
 
 std::optional<Extent> extent_of(NSCalendar *calendar, NSCalendarUnit unit, const ZoneRules &zone,
                                 UnixTime time) {
@@ -294,10 +292,11 @@ BOOL range_of_unit(NSCalendar *self, SEL /*selector*/, NSCalendarUnit unit, NSDa
   const std::optional<Extent> extent = extent_of(calendar, unit, *rules, moment.seconds);
   if (!extent)
     return NO;
+  const auto [first, end] = *extent;
   if (start != nullptr)
-    *start = date_at(extent->start);
+    *start = date_at(first);
   if (interval != nullptr)
-    *interval = static_cast<NSTimeInterval>(extent->end - extent->start);
+    *interval = static_cast<NSTimeInterval>(end - first);
   return YES;
 }
 

@@ -49,10 +49,11 @@ Expectation current(NSKeyedUnarchiver *coder) {
   return innermost.coder == coder ? innermost : Expectation{.coder = coder};
 }
 
-ptrdiff_t objects_offset;
-
-NSArray *records_of(NSKeyedUnarchiver *coder) {
-  return *reinterpret_cast<NSArray **>(reinterpret_cast<char *>(coder) + objects_offset);
+/// The record of that number in the archive, or nil.
+id record_at(NSKeyedUnarchiver *coder, NSUInteger index) {
+  static const Ivar objects = class_getInstanceVariable([NSKeyedUnarchiver class], "_objects");
+  NSArray *const records = object_getIvar(coder, objects);
+  return index < [records count] ? [records objectAtIndex:index] : nil;
 }
 
 id field(id record, NSString *name) {
@@ -78,10 +79,10 @@ Class property_list_class(id value, bool value_is_class) {
 
 /// The class of the object that `record` describes; Nil for a class that is not known here.
 Class class_of(NSKeyedUnarchiver *coder, id record) {
-  const NSUInteger description = reference(record, @"$class");
-  if (description >= [records_of(coder) count])
+  const id description = record_at(coder, reference(record, @"$class"));
+  if (description == nil)
     return property_list_class(record, false);
-  const id name = field([records_of(coder) objectAtIndex:description], @"$classname");
+  const id name = field(description, @"$classname");
   if (![name isKindOfClass:[NSString class]])
     return Nil;
   Class found = [coder classForClassName:name];
@@ -127,7 +128,7 @@ id decode_checked(NSKeyedUnarchiver *self, SEL selector, unsigned index) {
   if (index != 0 && index == expectation.class_record)
     return decode_object(self, selector, index);
 
-  const id record = index < [records_of(self) count] ? [records_of(self) objectAtIndex:index] : nil;
+  const id record = record_at(self, index);
   Class found = Nil;
   if (index != 0 && record != nil) {
     if (field(record, @"$classname") != nil)
@@ -148,9 +149,7 @@ id decode_checked(NSKeyedUnarchiver *self, SEL selector, unsigned index) {
 
 /// The text "$null" where the record is an object that holds it, which GNUstep returns nil for.
 id null_text(NSKeyedUnarchiver *coder, unsigned index) {
-  if (index == 0 || index >= [records_of(coder) count])
-    return nil;
-  const id record = [records_of(coder) objectAtIndex:index];
+  const id record = record_at(coder, index);
   const id text = field(record, @"NS.string");
   if (![text isKindOfClass:[NSString class]] ||
       ![class_of(coder, record) isSubclassOfClass:[NSString class]])
@@ -176,7 +175,6 @@ id decode_elements_checked(id self, SEL selector, NSString *key) {
 
 VH_AT_LOAD(VHObjectDecoding) {
   const Class unarchiver = objc_getClass("NSKeyedUnarchiver");
-  objects_offset = ivar_getOffset(class_getInstanceVariable(unarchiver, "_objects"));
   decode_object = replace_method(unarchiver, "_decodeObject:", decode);
   decode_elements =
       replace_method(unarchiver, "_decodeArrayOfObjectsForKey:", decode_elements_checked);
