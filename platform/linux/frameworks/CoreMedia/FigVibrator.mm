@@ -24,9 +24,7 @@ std::vector<veltro::host::Pulse> pulses_of(NSDictionary *description) {
   const milliseconds total = duration(description, @"TotalDuration");
   const milliseconds off = duration(description, @"OffDuration");
   std::vector<veltro::host::Pulse> pulses;
-  if (on == milliseconds(0))
-    return pulses;
-  for (milliseconds start{0}; start < total; start += on + off)
+  for (milliseconds start{0}; on > milliseconds(0) && start < total; start += on + off)
     pulses.push_back({start, std::min(on, total - start)});
   return pulses;
 }

@@ -15,8 +15,6 @@ namespace {
 
 using veltro::host::add_rounded_rect;
 
-constexpr double kHairlineShade = 0.2;
-
 /// How far the shadow reaches; it falls downwards.
 constexpr int kShadowReach = 4;
 constexpr double kShadowDrop = 2;
@@ -67,7 +65,7 @@ void draw_hairlines(cairo_t *cairo, const std::vector<CGRect> &buttons) {
     if (button.origin.x > 0)
       cairo_rectangle(cairo, button.origin.x, button.origin.y, thickness, button.size.height);
   }
-  cairo_set_source_rgba(cairo, 0, 0, 0, kHairlineShade);
+  cairo_set_source_rgba(cairo, 0, 0, 0, 0.2);
   cairo_fill(cairo);
 }
 
