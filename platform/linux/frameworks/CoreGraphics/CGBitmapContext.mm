@@ -43,21 +43,21 @@ void *CGBitmapContextGetData(CGContextRef context) {
 }
 
 size_t CGBitmapContextGetWidth(CGContextRef context) {
-  return context != nullptr ? context_of(context)->bitmap().width : 0;
+  return context != nullptr ? context_of(context)->bitmap.width : 0;
 }
 
 size_t CGBitmapContextGetHeight(CGContextRef context) {
-  return context != nullptr ? context_of(context)->bitmap().height : 0;
+  return context != nullptr ? context_of(context)->bitmap.height : 0;
 }
 
 size_t CGBitmapContextGetBytesPerRow(CGContextRef context) {
-  return context != nullptr ? context_of(context)->bitmap().stride : 0;
+  return context != nullptr ? context_of(context)->bitmap.stride : 0;
 }
 
 CGBitmapInfo CGBitmapContextGetBitmapInfo(CGContextRef context) {
   if (context == nullptr)
     return 0;
-  return info_of(context_of(context)->bitmap().opaque, context_of(context)->swapped());
+  return info_of(context_of(context)->bitmap.opaque, context_of(context)->swapped);
 }
 
 CGImageRef CGBitmapContextCreateImage(CGContextRef context) {

@@ -107,13 +107,17 @@ void CGContextRelease(CGContextRef context) {
 }
 
 void CGContextSaveGState(CGContextRef context) {
-  if (Context *const of = context_of(context))
-    of->save();
+  if (Context *const of = context_of(context)) {
+    cairo_save(of->cairo());
+    of->states.push_back(of->state());
+  }
 }
 
 void CGContextRestoreGState(CGContextRef context) {
-  if (Context *const of = context_of(context))
-    of->restore();
+  if (Context *const of = context_of(context); of != nullptr && of->states.size() > 1) {
+    cairo_restore(of->cairo());
+    of->states.pop_back();
+  }
 }
 
 void CGContextScaleCTM(CGContextRef context, CGFloat sx, CGFloat sy) {
@@ -139,7 +143,7 @@ CGAffineTransform CGContextGetCTM(CGContextRef context) {
   cairo_matrix_t now;
   cairo_get_matrix(cairo_of(context), &now);
   // cairo's pixels count from the top, those of Core Graphics from the bottom.
-  const auto height = static_cast<CGFloat>(context_of(context)->bitmap().height);
+  const auto height = static_cast<CGFloat>(context_of(context)->bitmap.height);
   return {now.xx, -now.yx, now.xy, -now.yy, now.x0, height - now.y0};
 }
 

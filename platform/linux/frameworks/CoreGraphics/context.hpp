@@ -34,19 +34,14 @@ public:
   /// `base` leads from the drawing's coordinates to pixels, y downwards. With `swapped`, red and
   /// blue stand in each other's place in the bitmap. `exposed` tells that others know the bitmap's
   /// bytes.
-  Context(Bitmap bitmap, const cairo_matrix_t &base, bool swapped, bool exposed);
+  Context(Bitmap pixels, const cairo_matrix_t &base, bool swapped, bool exposed);
   ~Context();
   Context(const Context &) = delete;
   Context &operator=(const Context &) = delete;
 
   /// To be asked for anew after `pixels()`.
   cairo_t *cairo();
-  [[nodiscard]] GraphicsState &state() { return states_.back(); }
-  [[nodiscard]] const Bitmap &bitmap() const { return bitmap_; }
-  [[nodiscard]] bool swapped() const { return swapped_; }
-
-  void save();
-  void restore();
+  [[nodiscard]] GraphicsState &state() { return states.back(); }
 
   /// What is drawn so far, for an image.
   std::shared_ptr<Pixels> pixels();
@@ -54,12 +49,14 @@ public:
   /// The bitmap's bytes, for somebody who may change them at any time.
   void *expose();
 
+  const Bitmap bitmap;
+  const bool swapped;
+  /// The current one last, below it those that were saved.
+  std::vector<GraphicsState> states{1};
+
 private:
-  Bitmap bitmap_;
   cairo_t *cairo_;
-  bool swapped_;
   bool exposed_;
-  std::vector<GraphicsState> states_{1};
   std::shared_ptr<Pixels> shared_;
 };
 

@@ -60,9 +60,9 @@ void draw_bitmap(cairo_t *cairo, const Bitmap &bitmap, const GraphicsState &stat
 
 } // namespace
 
-Context::Context(Bitmap bitmap, const cairo_matrix_t &base, bool swapped, bool exposed)
-    : bitmap_(std::move(bitmap)), swapped_(swapped), exposed_(exposed) {
-  cairo_surface_t *surface = surface_over(bitmap_);
+Context::Context(Bitmap pixels, const cairo_matrix_t &base, bool swapped, bool exposed)
+    : bitmap(std::move(pixels)), swapped(swapped), exposed_(exposed) {
+  cairo_surface_t *surface = surface_over(bitmap);
   cairo_ = cairo_create(surface);
   cairo_surface_destroy(surface);
   cairo_set_matrix(cairo_, &base);
@@ -82,31 +82,19 @@ cairo_t *Context::cairo() {
   return cairo_;
 }
 
-void Context::save() {
-  cairo_save(cairo_);
-  states_.push_back(states_.back());
-}
-
-void Context::restore() {
-  if (states_.size() == 1)
-    return;
-  cairo_restore(cairo_);
-  states_.pop_back();
-}
-
 std::shared_ptr<Pixels> Context::pixels() {
   cairo_surface_flush(cairo_get_target(cairo_));
-  if (swapped_ || exposed_)
-    return std::make_shared<Pixels>(clone(bitmap_, swapped_));
+  if (swapped || exposed_)
+    return std::make_shared<Pixels>(clone(bitmap, swapped));
   if (shared_ == nullptr)
-    shared_ = std::make_shared<Pixels>(bitmap_);
+    shared_ = std::make_shared<Pixels>(bitmap);
   return shared_;
 }
 
 void *Context::expose() {
   cairo_surface_flush(cairo_get_target(cairo()));
   exposed_ = true;
-  return bitmap_.words.get();
+  return bitmap.words.get();
 }
 
 CGContextRef create_context(Bitmap bitmap, const cairo_matrix_t &base, bool swapped, bool exposed) {
@@ -127,7 +115,7 @@ cairo_t *cairo_of(CGContextRef context) {
 
 void use_color(Context &context, const Color &color) {
   const double alpha = color.alpha * context.state().alpha;
-  if (context.swapped())
+  if (context.swapped)
     cairo_set_source_rgba(context.cairo(), color.blue, color.green, color.red, alpha);
   else
     cairo_set_source_rgba(context.cairo(), color.red, color.green, color.blue, alpha);
@@ -171,7 +159,7 @@ void draw_pixels(Context &context, const Pixels &pixels, const cairo_matrix_t &p
     transform(cairo, {1 / static_cast<double>(pixels.shape().width), 0, 0,
                       1 / static_cast<double>(pixels.shape().height), 0, 0});
     pixels.read([&](const Bitmap &bitmap) {
-      draw_bitmap(cairo, context.swapped() ? clone(bitmap, true) : bitmap, context.state());
+      draw_bitmap(cairo, context.swapped ? clone(bitmap, true) : bitmap, context.state());
     });
     cairo_restore(cairo);
   });
