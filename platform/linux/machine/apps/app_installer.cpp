@@ -31,13 +31,15 @@ void move(const std::string &folder, const std::string &from, const std::string 
     throw cannot_write(folder);
 }
 
-/// A hidden folder in `parent` that goes away with the object. Only under the lock: whoever holds
-/// it knows that what is there already has been given up.
+/// A folder in a hidden one in `parent`, which goes away with the object. Only under the lock:
+/// whoever holds it knows that what is there already has been given up.
 class Staging {
 public:
-  explicit Staging(const std::string &parent) : path_(parent + "/.installing") {
+  explicit Staging(const std::string &parent) : hidden_(parent + "/.installing") {
     clear();
-    if (mkdir(path_.c_str(), 0700) != 0 || mkdir(container().c_str(), 0700) != 0)
+    // What cannot be cleared away is in nobody's way.
+    if ((mkdir(hidden_.c_str(), 0700) != 0 && errno != EEXIST) ||
+        mkdtemp(path_.data()) == nullptr || mkdir(container().c_str(), 0700) != 0)
       throw cannot_write(parent);
   }
   ~Staging() { clear(); }
@@ -51,10 +53,11 @@ public:
 private:
   void clear() const {
     std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    fs::remove_all(hidden_, ignored);
   }
 
-  const std::string path_;
+  const std::string hidden_;
+  std::string path_ = hidden_ + "/XXXXXX";
 };
 
 /// A folder for a new container in `folder`.

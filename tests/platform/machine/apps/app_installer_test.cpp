@@ -313,6 +313,26 @@ TEST_F(AppInstaller, ClearsAwayWhatAKilledInstallerLeft) {
   EXPECT_FALSE(fs::exists(data_left));
 }
 
+TEST_F(AppInstaller, PassesOverALeftoverThatCannotBeClearedAway) {
+  const fs::path source = bundle();
+  for (const fs::path &open_to_all : {scratch(), source_.path(), source})
+    fs::permissions(open_to_all, fs::perms(0755));
+  for (const fs::path folder : {bundle_containers_folder(), data_containers_folder()}) {
+    fs::create_directories(folder);
+    fs::permissions(folder, fs::perms(0777));
+  }
+  EXPECT_EQ(without_rights([&] {
+              const fs::path left = fs::path(bundle_containers_folder()) / ".installing/left";
+              write_file(left / "file", "");
+              fs::permissions(left, fs::perms(0555));
+              const std::string problem = install_app(source);
+              fs::permissions(left, fs::perms(0755));
+              return problem.empty();
+            }),
+            0);
+  EXPECT_NE(installed_app("chat"), nullptr);
+}
+
 TEST_F(AppInstaller, TakesADataContainerThatWaitsForItsApp) {
   const fs::path data = lay_data_container("chat", "D1");
   ASSERT_EQ(install_app(bundle()), "");
