@@ -15,7 +15,7 @@ namespace veltro::host {
 namespace {
 
 // Not NSLog: a program that defines its own to see what it and its libraries log does not see the
-// system's lines there, neither on the device.
+// system's lines there, as on the device.
 void log(NSString *format, ...) {
   va_list arguments;
   va_start(arguments, format);
