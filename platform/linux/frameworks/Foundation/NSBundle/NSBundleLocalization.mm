@@ -84,17 +84,14 @@ NSDictionary *table_at(const std::string &path) {
 }
 
 NSDictionary *table_named(NSBundle *bundle, const std::string &name) {
-  const std::string file = '/' + name + ".strings";
   const std::vector<std::string> folders = resource_folders(bundle);
-  for (const std::string &folder : folders)
-    if (NSDictionary *table = table_at(folder + file); table != nil)
-      return table;
+  std::vector<std::string> places{"/"};
   for (const std::string &language : preferred_in(bundle, localizations_in(folders)))
-    for (std::string folder : folders) {
-      folder.append("/").append(language).append(".lproj").append(file);
-      if (NSDictionary *table = table_at(folder); table != nil)
+    places.push_back('/' + language + ".lproj/");
+  for (const std::string &place : places)
+    for (const std::string &folder : folders)
+      if (NSDictionary *table = table_at(folder + place + name + ".strings"); table != nil)
         return table;
-    }
   return nil;
 }
 

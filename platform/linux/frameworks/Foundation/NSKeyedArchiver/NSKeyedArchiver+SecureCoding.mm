@@ -1,53 +1,73 @@
+// NSSecureCoding of Foundation's own classes, none of which GNUstep declares, and
 // requiresSecureCoding of NSKeyedArchiver, which GNUstep remembers and does not enforce: an object
-// whose class does not support secure coding is refused. Its form that reports an error returns nil
-// for everything where secure coding is required, and reports none. Follows Apple's NSKeyedArchiver
-// reference.
+// whose class does not support secure coding is refused. Follows Apple's NSSecureCoding and
+// NSKeyedArchiver references.
 
 #import "frameworks/Foundation/NSKeyedArchiver/secure_coding.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
 
-#import <VeltroHost/NSKeyedArchiving+Device.h>
+#include <dlfcn.h>
+#include <objc/runtime.h>
 
+namespace veltro::host {
 namespace {
 
-using EncodeObject = id (*)(id, SEL, id, BOOL);
-EncodeObject encode_object;
+const void *object_file_of(IMP method) {
+  Dl_info info{};
+  return dladdr(reinterpret_cast<void *>(method), &info) != 0 ? info.dli_fbase : nullptr;
+}
+
+/// Whether a class's method is not its superclass's; metaclasses are given for class methods.
+bool overrides(Class owner, Class parent, SEL selector) {
+  return class_getMethodImplementation(owner, selector) !=
+         class_getMethodImplementation(parent, selector);
+}
+
+id (*encode_object)(id, SEL, id, BOOL);
 
 id encode_checked(id self, SEL selector, id object, BOOL conditional) {
   if (object != nil && [self requiresSecureCoding] &&
-      !veltro::host::supports_secure_coding([object classForCoder]))
+      !supports_secure_coding([object classForCoder]))
     [NSException raise:NSInvalidArchiveOperationException
                 format:@"Secure coding is required and class '%@' does not support it.",
                        [object classForCoder]];
   return encode_object(self, selector, object, conditional);
 }
 
-id archived_data(id /*self*/, SEL /*selector*/, id object, BOOL secure, NSError **error) {
-  NSMutableData *const data = [NSMutableData data];
-  NSKeyedArchiver *const archiver =
-      [[[NSKeyedArchiver alloc] initForWritingWithMutableData:data] autorelease];
-  @try {
-    [archiver setRequiresSecureCoding:secure];
-    [archiver encodeObject:object forKey:@"root"];
-    [archiver finishEncoding];
-    return data;
-  } @catch (NSException *exception) {
-    if (error != nullptr)
-      *error =
-          [NSError errorWithDomain:NSCocoaErrorDomain
-                              code:NSCoderInvalidValueError
-                          userInfo:[NSDictionary dictionaryWithObject:[exception reason]
-                                                               forKey:NSLocalizedDescriptionKey]];
-    return nil;
-  }
-}
-
 } // namespace
 
-VH_AT_LOAD(VHSecureArchiving) {
-  const Class archiver = objc_getClass("NSKeyedArchiver");
-  encode_object =
-      veltro::host::replace_method(archiver, "_encodeObject:conditional:", encode_checked);
-  veltro::host::replace_class_method(
-      archiver, "archivedDataWithRootObject:requiringSecureCoding:error:", archived_data);
+bool supports_secure_coding(Class candidate) {
+  if (![candidate respondsToSelector:@selector(supportsSecureCoding)] ||
+      ![candidate supportsSecureCoding])
+    return false;
+  for (Class owner = candidate; owner != Nil; owner = class_getSuperclass(owner)) {
+    const Class parent = class_getSuperclass(owner);
+    if (overrides(object_getClass(owner), object_getClass(parent), @selector(supportsSecureCoding)))
+      return true;
+    if (overrides(owner, parent, @selector(initWithCoder:)))
+      return foundation_decodes(owner);
+  }
+  return false;
+}
+
+bool foundation_decodes(Class candidate) {
+  return object_file_of(class_getMethodImplementation(candidate, @selector(initWithCoder:))) ==
+         object_file_of(class_getMethodImplementation([NSArray class], @selector(initWithCoder:)));
+}
+
+} // namespace veltro::host
+
+VH_AT_LOAD(VHSecureCoding) {
+  using namespace veltro::host;
+  const auto yes = +[](Class, SEL) -> BOOL { return YES; };
+  for (const char *name :
+       {"NSArray",    "NSAttributedString", "NSCalendar",   "NSCharacterSet", "NSData",
+        "NSDate",     "NSDateComponents",   "NSDictionary", "NSError",        "NSIndexPath",
+        "NSIndexSet", "NSLocale",           "NSNull",       "NSOrderedSet",   "NSSet",
+        "NSString",   "NSTimeZone",         "NSURL",        "NSURLRequest",   "NSUUID",
+        "NSValue"})
+    class_addMethod(object_getClass(objc_getClass(name)), sel_registerName("supportsSecureCoding"),
+                    reinterpret_cast<IMP>(reinterpret_cast<void (*)()>(yes)), "C@:");
+  encode_object = replace_method(objc_getClass("NSKeyedArchiver"),
+                                 "_encodeObject:conditional:", encode_checked);
 }

@@ -1,5 +1,8 @@
-// The forms of unarchiving that report an error instead of raising, which GNUstep does not have.
-// Follows Apple's NSKeyedUnarchiver and NSCoder references.
+// The forms of archiving and unarchiving that report an error instead of raising. GNUstep does not
+// have the latter; its former returns nil for everything where secure coding is required, and
+// reports none. Follows Apple's NSKeyedArchiver, NSKeyedUnarchiver and NSCoder references.
+
+#include "frameworks/Foundation/replace_method.hpp"
 
 #import <VeltroHost/NSKeyedArchiving+Device.h>
 
@@ -14,14 +17,26 @@ void report(NSError **error, NSInteger code, NSString *reason) {
                                                              forKey:NSLocalizedDescriptionKey]];
 }
 
-/// What `decode` returns; nil and an error where it raises.
-template <typename Decode> id decoded(NSError **error, Decode decode) {
+/// What `work` returns; nil and an error where it raises.
+template <typename Work> id unless_raised(NSError **error, NSInteger code, Work work) {
   @try {
-    return decode();
+    return work();
   } @catch (NSException *exception) {
-    report(error, NSCoderReadCorruptError, [exception reason]);
+    report(error, code, [exception reason]);
     return nil;
   }
+}
+
+id archived_data(id /*self*/, SEL /*selector*/, id object, BOOL secure, NSError **error) {
+  NSMutableData *const data = [NSMutableData data];
+  NSKeyedArchiver *const archiver =
+      [[[NSKeyedArchiver alloc] initForWritingWithMutableData:data] autorelease];
+  return unless_raised(error, NSCoderInvalidValueError, [&] {
+    [archiver setRequiresSecureCoding:secure];
+    [archiver encodeObject:object forKey:@"root"];
+    [archiver finishEncoding];
+    return data;
+  });
 }
 
 /// The root object of `data`, of the classes given where secure coding is required.
@@ -46,6 +61,12 @@ id root_object(NSData *data, BOOL secure, NSSet *expected, NSError **error) {
 
 } // namespace
 
+VH_AT_LOAD(VHArchivingErrors) {
+  veltro::host::replace_class_method(
+      objc_getClass("NSKeyedArchiver"),
+      "archivedDataWithRootObject:requiringSecureCoding:error:", archived_data);
+}
+
 @implementation NSKeyedUnarchiver (VHDevice)
 
 + (id)unarchiveTopLevelObjectWithData:(NSData *)data error:(NSError **)error {
@@ -61,7 +82,8 @@ id root_object(NSData *data, BOOL secure, NSSet *expected, NSError **error) {
 }
 
 - (id)decodeTopLevelObjectForKey:(NSString *)key error:(NSError **)error {
-  return decoded(error, [&] { return [self decodeObjectForKey:key]; });
+  return unless_raised(error, NSCoderReadCorruptError,
+                       [&] { return [self decodeObjectForKey:key]; });
 }
 
 - (id)decodeTopLevelObjectOfClass:(Class)expected forKey:(NSString *)key error:(NSError **)error {
@@ -71,7 +93,8 @@ id root_object(NSData *data, BOOL secure, NSSet *expected, NSError **error) {
 - (id)decodeTopLevelObjectOfClasses:(NSSet *)expected
                              forKey:(NSString *)key
                               error:(NSError **)error {
-  return decoded(error, [&] { return [self decodeObjectOfClasses:expected forKey:key]; });
+  return unless_raised(error, NSCoderReadCorruptError,
+                       [&] { return [self decodeObjectOfClasses:expected forKey:key]; });
 }
 
 @end
