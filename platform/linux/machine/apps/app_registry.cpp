@@ -32,38 +32,9 @@ std::vector<std::string> names_in(const std::string &folder) {
   return names;
 }
 
-bool is_file_name(const std::string &name) {
-  return name.find('/') == std::string::npos && name != "." && name != "..";
-}
-
-std::string first_of(std::initializer_list<std::string> candidates) {
-  const auto *found =
-      std::ranges::find_if(candidates, [](const auto &text) { return !text.empty(); });
-  return found != candidates.end() ? *found : "";
-}
-
-constexpr std::initializer_list<const char *> kInfoKeys = {
-    "CFBundleIdentifier", "CFBundleDisplayName",        "CFBundleName",
-    "CFBundleExecutable", "CFBundleShortVersionString", "CFBundleVersion"};
-
-InstalledApp app_of(const std::string &bundle_path, const PlistStrings &info,
-                    std::string &problem) {
-  InstalledApp app;
-  if (!info.problem.empty())
-    problem = "Info.plist: " + info.problem;
-  else if (info.value("CFBundleIdentifier").empty())
-    problem = "Info.plist: no CFBundleIdentifier";
-  else if (!is_file_name(info.value("CFBundleExecutable")))
-    problem = "Info.plist: CFBundleExecutable is no file name";
-  if (!problem.empty())
-    return app;
-  app.identifier = info.value("CFBundleIdentifier");
-  app.name = first_of({info.value("CFBundleDisplayName"), info.value("CFBundleName"),
-                       fs::path(bundle_path).stem().string()});
-  app.version = first_of({info.value("CFBundleShortVersionString"), info.value("CFBundleVersion")});
-  app.executable = info.value("CFBundleExecutable");
-  app.bundle_path = bundle_path;
-  return app;
+/// What names the app of a data container.
+std::string metadata_file(const std::string &container) {
+  return data_containers_folder() + '/' + container + '/' + kContainerMetadataFile;
 }
 
 using Watches = std::vector<WatchedPath>;
@@ -75,12 +46,6 @@ bool all_unchanged(const Watches &watches) {
 bool all_same(const Watches &watches) {
   return std::ranges::all_of(watches, &WatchedPath::same);
 }
-
-/// A property list as it was read.
-struct List {
-  WatchedPath file;
-  PlistStrings strings;
-};
 
 /// An app and what its record was read from.
 struct Entry {
@@ -151,7 +116,6 @@ private:
     unowned_.clear();
     entries_.clear();
     problems_.clear();
-    old_lists_ = std::exchange(lists_, {});
     read_data_containers();
     read_bundles(system_apps_folder(), nullptr);
     for (const std::string &name : names_in(bundle_containers_folder())) {
@@ -161,24 +125,17 @@ private:
     }
   }
 
-  const List &read_list(const std::string &path, std::initializer_list<const char *> keys) {
-    if (auto old = old_lists_.extract(path); !old.empty() && old.mapped().file.unchanged())
-      return lists_.insert(std::move(old)).position->second;
-    return lists_.emplace(path, List{WatchedPath(path), plist_strings(path, keys)}).first->second;
-  }
-
   void read_data_containers() {
     for (const std::string &name : names_in(data_containers_folder())) {
-      const std::string container = data_containers_folder() + '/' + name;
-      const List &metadata =
-          read_list(container + '/' + kContainerMetadataFile, {kContainerIdentifierKey});
-      if (!metadata.strings.problem.empty())
-        log_corrupt_file(metadata.file.path());
-      others_.push_back(metadata.file);
-      if (const std::string owner = metadata.strings.value(kContainerIdentifierKey); owner.empty())
-        unowned_.push_back(metadata.file);
+      const WatchedPath file(metadata_file(name));
+      const PlistStrings metadata = plist_strings(file.path(), {kContainerIdentifierKey});
+      if (!metadata.problem.empty())
+        log_corrupt_file(file.path());
+      others_.push_back(file);
+      if (const std::string owner = metadata.value(kContainerIdentifierKey); owner.empty())
+        unowned_.push_back(file);
       else
-        owned_.emplace(owner, metadata.file);
+        owned_.emplace(owner, file);
     }
   }
 
@@ -189,16 +146,16 @@ private:
       if (!name.ends_with(".app"))
         continue;
       const std::string path = std::string(folder).append(1, '/').append(name);
-      const List &info = read_list(path + "/Info.plist", kInfoKeys);
-      identities_.push_back(info.file);
+      const WatchedPath info(path + "/Info.plist");
+      identities_.push_back(info);
       std::string problem;
-      InstalledApp app = app_of(path, info.strings, problem);
+      InstalledApp app = read_app_bundle(path, problem);
       if (const auto other = entries_.find(app.identifier); other != entries_.end())
         problem = "has the identifier of " + other->second.app->bundle_path;
       else if (problem.empty() && container != nullptr && has_app)
         problem = "its container holds another app";
       if (problem.empty()) {
-        enter(std::move(app), info.file, container);
+        enter(std::move(app), info, container);
         has_app = true;
       } else {
         problems_.insert(
@@ -231,8 +188,6 @@ private:
   Watches folders_;
   Watches identities_; ///< where an identifier can come: Info.plists, and containers without an app
   Watches others_;     ///< the other containers, and what names the data containers
-  std::map<std::string, List> lists_;
-  std::map<std::string, List> old_lists_;
   std::map<std::string, WatchedPath> owned_; ///< what names the data container of an app
   Watches unowned_;                          ///< what may name one later
   std::map<std::string, Entry, std::less<>> entries_;
@@ -244,6 +199,16 @@ private:
 Index &index() {
   static Index &only = *new Index;
   return only;
+}
+
+bool is_file_name(const std::string &name) {
+  return name.find('/') == std::string::npos && name != "." && name != "..";
+}
+
+std::string first_of(std::initializer_list<std::string> candidates) {
+  const auto *found =
+      std::ranges::find_if(candidates, [](const auto &text) { return !text.empty(); });
+  return found != candidates.end() ? *found : "";
 }
 
 } // namespace
@@ -273,17 +238,33 @@ std::string data_containers_folder() {
 }
 
 InstalledApp read_app_bundle(const std::string &bundle_path, std::string &problem) {
-  return app_of(bundle_path, plist_strings(bundle_path + "/Info.plist", kInfoKeys), problem);
+  const PlistStrings info =
+      plist_strings(bundle_path + "/Info.plist",
+                    {"CFBundleIdentifier", "CFBundleDisplayName", "CFBundleName",
+                     "CFBundleExecutable", "CFBundleShortVersionString", "CFBundleVersion"});
+  InstalledApp app;
+  if (!info.problem.empty())
+    problem = "Info.plist: " + info.problem;
+  else if (info.value("CFBundleIdentifier").empty())
+    problem = "Info.plist: no CFBundleIdentifier";
+  else if (!is_file_name(info.value("CFBundleExecutable")))
+    problem = "Info.plist: CFBundleExecutable is no file name";
+  if (!problem.empty())
+    return app;
+  app.identifier = info.value("CFBundleIdentifier");
+  app.name = first_of({info.value("CFBundleDisplayName"), info.value("CFBundleName"),
+                       fs::path(bundle_path).stem().string()});
+  app.version = first_of({info.value("CFBundleShortVersionString"), info.value("CFBundleVersion")});
+  app.executable = info.value("CFBundleExecutable");
+  app.bundle_path = bundle_path;
+  return app;
 }
 
 std::string find_data_container(const std::string &identifier) {
-  for (const std::string &name : names_in(data_containers_folder())) {
-    const std::string container = data_containers_folder() + '/' + name;
-    const PlistStrings list =
-        plist_strings(container + '/' + kContainerMetadataFile, {kContainerIdentifierKey});
-    if (list.value(kContainerIdentifierKey) == identifier)
-      return container;
-  }
+  for (const std::string &name : names_in(data_containers_folder()))
+    if (plist_strings(metadata_file(name), {kContainerIdentifierKey})
+            .value(kContainerIdentifierKey) == identifier)
+      return data_containers_folder() + '/' + name;
   return {};
 }
 
