@@ -1,5 +1,5 @@
-#include "frameworks/Foundation/civil_date.hpp"
 #include "frameworks/Foundation/NSTimeZone/zone_rules.hpp"
+#include "frameworks/Foundation/civil_date.hpp"
 
 #include <gtest/gtest.h>
 #include <string>
