@@ -1,8 +1,10 @@
 // The persistent domains of NSUserDefaults as the device keeps them: one property list a domain in
 // var/mobile/Library/Preferences under the device root, binary, replaced as a whole. Every read
 // reads the file, so that any process sees what another wrote last. GNUstep keeps domains in files
-// of its own and remembers them; the application's own and the global domain stay there. The names
-// of all domains, managed preferences and change notifications are left out.
+// of its own and remembers them; the application's own and the global domain stay there. It takes a
+// file that does not read for an empty one: before it replaces such a file, that is kept under
+// another name. The names of all domains, managed preferences and change notifications are left
+// out.
 
 #import <Foundation/Foundation.h>
 
@@ -15,6 +17,7 @@
 #include "machine/root/device_root.hpp"
 
 #include <filesystem>
+#include <objc/runtime.h>
 #include <unistd.h>
 
 namespace {
@@ -28,6 +31,7 @@ using Remove = void (*)(NSUserDefaults *, SEL, NSString *);
 Read read_of_gnustep;
 Write write_of_gnustep;
 Remove remove_of_gnustep;
+BOOL (*synchronize_of_gnustep)(id, SEL);
 
 bool is_gnustep_s(NSString *domain) {
   return [domain isEqual:NSGlobalDomain] || [domain isEqual:NSArgumentDomain] ||
@@ -102,6 +106,39 @@ void remove_domain(NSUserDefaults *self, SEL selector, NSString *domain) {
     unlink(file_of(domain).c_str());
 }
 
+/// An object that a domain of GNUstep's holds in the variable `name`.
+id held(id domain, const char *name) {
+  return object_getIvar(domain, class_getInstanceVariable(object_getClass(domain), name));
+}
+
+bool has_changes(id domain) {
+  return [held(domain, "added") count] + [held(domain, "modified") count] +
+             [held(domain, "removed") count] !=
+         0;
+}
+
+bool is_corrupt(NSString *path) {
+  NSData *const data = [NSData dataWithContentsOfFile:path];
+  if (data == nil)
+    return false;
+  id const list = [NSPropertyListSerialization propertyListWithData:data
+                                                            options:NSPropertyListImmutable
+                                                             format:nullptr
+                                                              error:nullptr];
+  return ![list isKindOfClass:[NSDictionary class]];
+}
+
+BOOL synchronize(id self, SEL selector) {
+  NSString *const path = held(self, "path");
+  if (is_corrupt(path)) {
+    const char *const file = [path fileSystemRepresentation];
+    veltro::host::log_corrupt_file(file);
+    if (has_changes(self) && !veltro::host::quarantine_file(file))
+      return NO;
+  }
+  return synchronize_of_gnustep(self, selector);
+}
+
 } // namespace
 
 VH_AT_LOAD(VHUserDefaultsDomains) {
@@ -109,4 +146,6 @@ VH_AT_LOAD(VHUserDefaultsDomains) {
   read_of_gnustep = replace_method(defaults, "persistentDomainForName:", read_domain);
   write_of_gnustep = replace_method(defaults, "setPersistentDomain:forName:", write_domain);
   remove_of_gnustep = replace_method(defaults, "removePersistentDomainForName:", remove_domain);
+  synchronize_of_gnustep =
+      replace_method(objc_getClass("GSPersistentDomain"), "synchronize", synchronize);
 }
