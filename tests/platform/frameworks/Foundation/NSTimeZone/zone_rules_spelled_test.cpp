@@ -1,6 +1,8 @@
 #include "frameworks/Foundation/NSTimeZone/zone_rules.hpp"
 #include "frameworks/Foundation/civil_date.hpp"
 
+#include <cstdlib>
+#include <ctime>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -29,6 +31,26 @@ TEST(SpelledZone, HasSummerTimeInEveryYear) {
     EXPECT_EQ(offset("AEST-10AEDT,M10.1.0,M4.1.0/3", year, 12), 11) << year;
     EXPECT_EQ(offset("AEST-10AEDT,M10.1.0,M4.1.0/3", year, 7), 10) << year;
   }
+}
+
+// From 1971 on: the C library takes the changes of 1970 for those of earlier years.
+TEST(SpelledZone, HasTheOffsetsOfTheCLibrary) {
+  for (const char *text : {"CET-1CEST,M3.5.0,M10.5.0/3", "NZST-12NZDT,M9.5.0,M4.1.0/3",
+                           "AAA3BBB,J60/0,J300/26", "AAA-3BBB,59/-3,299", "<+0330>-3:30",
+                           "IST-1GMT0,M10.5.0,M3.5.0/1", "AAA12BBB11:30,M3.2.0/2:30,M11.1.0/-1"}) {
+    setenv("TZ", text, 1);
+    tzset();
+    const auto zone = ZoneRules::spelled(text);
+    ASSERT_TRUE(zone) << text;
+    for (std::int64_t time = 365 * kSecondsInDay; time < 5'000'000'000; time += 31 * 3600 + 1) {
+      const auto seconds = static_cast<time_t>(time);
+      tm parts{};
+      localtime_r(&seconds, &parts);
+      ASSERT_EQ(zone->offset_at(time), parts.tm_gmtoff) << text << ", " << time;
+    }
+  }
+  unsetenv("TZ");
+  tzset();
 }
 
 TEST(SpelledZone, TakesTheDatesOfTheUnitedStatesWhereThereAreNone) {
