@@ -84,33 +84,31 @@ private:
     }
   }
 
-  /// The length of an object, which stands in its marker or, when that says 15, in an integer after
-  /// it.
-  static std::optional<std::uint64_t> length_of(unsigned low, Bytes &rest) {
-    if (low != 0xF)
-      return low;
-    if (rest.empty() || (std::to_integer<unsigned>(rest.front()) & 0xFCU) != 0x10)
-      return std::nullopt;
-    const std::size_t width = std::size_t{1} << (std::to_integer<unsigned>(rest.front()) & 3U);
-    if (rest.size() < 1 + width)
-      return std::nullopt;
-    const std::uint64_t length = big_endian(rest.subspan(1, width));
-    rest = rest.subspan(1 + width);
-    return length;
+  /// The length of an object of units of `unit` bytes, all of which are there. It stands in the
+  /// marker or, when that says 15, in an integer after it.
+  static std::optional<std::uint64_t> length_of(unsigned low, Bytes &rest, std::size_t unit) {
+    std::uint64_t length = low;
+    if (low == 0xF) {
+      if (rest.empty() || (std::to_integer<unsigned>(rest.front()) & 0xFCU) != 0x10)
+        return std::nullopt;
+      const std::size_t width = std::size_t{1} << (std::to_integer<unsigned>(rest.front()) & 3U);
+      if (rest.size() < 1 + width)
+        return std::nullopt;
+      length = big_endian(rest.subspan(1, width));
+      rest = rest.subspan(1 + width);
+    }
+    return length <= rest.size() / unit ? std::optional(length) : std::nullopt;
   }
 
   bool has_bytes(unsigned low, Bytes rest, std::size_t unit) {
-    const std::optional<std::uint64_t> length = length_of(low, rest);
-    if (!length || *length > rest.size() / unit)
-      return false;
-    bytes_ += *length * unit;
-    return bytes_ <= kMostBytes;
+    const std::optional<std::uint64_t> length = length_of(low, rest, unit);
+    return length && (bytes_ += *length * unit) <= kMostBytes;
   }
 
   // NOLINTNEXTLINE(misc-no-recursion)
   bool visit_members(unsigned low, Bytes rest, std::size_t per_entry, int depth) {
-    const std::optional<std::uint64_t> length = length_of(low, rest);
-    if (!length || *length > rest.size() / (per_entry * reference_width_))
+    const std::optional<std::uint64_t> length = length_of(low, rest, per_entry * reference_width_);
+    if (!length)
       return false;
     for (std::uint64_t i = 0; i < *length * per_entry; ++i)
       if (!visit(big_endian(rest.subspan(i * reference_width_, reference_width_)), depth + 1))

@@ -2,9 +2,9 @@
 // describe it: the objects, a table of their offsets, and a trailer that tells the sizes. Left out:
 // integers above the signed range, which take sixteen bytes there and which GNUstep does not read.
 //
-// It stands in the place of GNUstep's own writer, which looks for every object among all objects
-// written before it, so that a keyed archive of ten thousand messages takes minutes. What cannot be
-// written, that one still refuses itself, with its own error.
+// It stands in the place of GNUstep's own writer, which finds the objects written before by a hash
+// that all references of a keyed archive share, so that ten thousand messages take minutes. What
+// cannot be written, that one still refuses itself, with its own error.
 
 #include "frameworks/Foundation/NSPropertyListSerialization/binary_property_list.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
