@@ -14,32 +14,28 @@ using veltro::host::pixels_of;
 
 namespace {
 
-/// Where the unit square of the stored pixels lies in the unit square of the upright image, by the
-/// values of UIImageOrientation.
-constexpr std::array<cairo_matrix_t, 8> kUpright{{
-    {1, 0, 0, 1, 0, 0},   // up
-    {-1, 0, 0, -1, 1, 1}, // down
-    {0, -1, 1, 0, 0, 1},  // left
-    {0, 1, -1, 0, 1, 0},  // right
-    {-1, 0, 0, 1, 1, 0},  // the same, mirrored
-    {1, 0, 0, -1, 0, 1},
-    {0, 1, 1, 0, 0, 0},
-    {0, -1, -1, 0, 1, 1},
+struct Turn {
+  UIImageOrientation orientation;
+  /// Where the unit square of the stored pixels lies in the unit square of the upright image.
+  cairo_matrix_t upright;
+};
+
+/// In the order in which image files number them, from 1.
+constexpr std::array<Turn, 8> kTurns{{
+    {UIImageOrientationUp, {1, 0, 0, 1, 0, 0}},
+    {UIImageOrientationUpMirrored, {-1, 0, 0, 1, 1, 0}},
+    {UIImageOrientationDown, {-1, 0, 0, -1, 1, 1}},
+    {UIImageOrientationDownMirrored, {1, 0, 0, -1, 0, 1}},
+    {UIImageOrientationLeftMirrored, {0, 1, 1, 0, 0, 0}},
+    {UIImageOrientationRight, {0, 1, -1, 0, 1, 0}},
+    {UIImageOrientationRightMirrored, {0, -1, -1, 0, 1, 1}},
+    {UIImageOrientationLeft, {0, -1, 1, 0, 0, 1}},
 }};
 
-/// The eight orientations in the order in which image files number them, from 1.
-constexpr std::array kInFiles{UIImageOrientationUp,
-                              UIImageOrientationUpMirrored,
-                              UIImageOrientationDown,
-                              UIImageOrientationDownMirrored,
-                              UIImageOrientationLeftMirrored,
-                              UIImageOrientationRight,
-                              UIImageOrientationRightMirrored,
-                              UIImageOrientationLeft};
-
-const cairo_matrix_t &upright(UIImageOrientation orientation) {
-  const auto at = static_cast<std::size_t>(orientation);
-  return kUpright[at < kUpright.size() ? at : 0];
+/// The first for what is no orientation.
+const Turn *turn_of(UIImageOrientation orientation) {
+  const auto *const turn = std::ranges::find(kTurns, orientation, &Turn::orientation);
+  return turn != kTurns.end() ? turn : kTurns.begin();
 }
 
 /// 2 and 3 for a name that ends in @2x and @3x before its extension.
@@ -99,9 +95,10 @@ NSData *data_of(const std::vector<std::uint8_t> &file) {
     return nil;
   }
   const CGImageRef image = veltro::host::create_image(file.pixels);
-  self = [self initWithCGImage:image
-                         scale:scale
-                   orientation:kInFiles.at(static_cast<std::size_t>(file.orientation - 1))];
+  self =
+      [self initWithCGImage:image
+                      scale:scale
+                orientation:kTurns.at(static_cast<std::size_t>(file.orientation - 1)).orientation];
   CGImageRelease(image);
   return self;
 }
@@ -133,7 +130,7 @@ NSData *data_of(const std::vector<std::uint8_t> &file) {
 - (CGSize)size {
   const auto width = static_cast<CGFloat>(CGImageGetWidth(_CGImage)) / _scale;
   const auto height = static_cast<CGFloat>(CGImageGetHeight(_CGImage)) / _scale;
-  const bool sideways = upright(_imageOrientation).xx == 0;
+  const bool sideways = turn_of(_imageOrientation)->upright.xx == 0;
   return sideways ? CGSizeMake(height, width) : CGSizeMake(width, height);
 }
 
@@ -147,7 +144,7 @@ NSData *data_of(const std::vector<std::uint8_t> &file) {
     return;
   cairo_matrix_t placement{CGRectGetWidth(rect), 0, 0, CGRectGetHeight(rect), CGRectGetMinX(rect),
                            CGRectGetMinY(rect)};
-  cairo_matrix_multiply(&placement, &upright(_imageOrientation), &placement);
+  cairo_matrix_multiply(&placement, &turn_of(_imageOrientation)->upright, &placement);
   veltro::host::draw_pixels(*veltro::host::context_of(context), *pixels_of(_CGImage), placement);
 }
 
@@ -164,7 +161,7 @@ NSData *UIImageJPEGRepresentation(UIImage *image, CGFloat quality) {
   const Pixels *const pixels = pixels_of([image CGImage]);
   if (pixels == nullptr)
     return nil;
-  const auto index = std::ranges::find(kInFiles, [image imageOrientation]) - kInFiles.begin();
+  const auto index = turn_of([image imageOrientation]) - kTurns.begin();
   return data_of(veltro::host::write_jpeg(*pixels, quality, static_cast<int>(index) + 1));
 }
 
