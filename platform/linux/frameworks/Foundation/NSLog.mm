@@ -26,9 +26,9 @@ void print(NSString *message) {
   const LogSink sink = veltro::host::log_sink();
   if (sink == LogSink::nowhere)
     return;
-  // Half a surrogate pair has no UTF-8: such a line is left out.
-  const char *const characters = [message UTF8String];
-  const std::string_view line = characters != nullptr ? characters : "";
+  // Half a surrogate pair has no UTF-8: it is left out, and UTF8String would raise.
+  NSData *const utf8 = [message dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
+  const std::string_view line(static_cast<const char *>([utf8 bytes]), [utf8 length]);
   if (sink == LogSink::system_log)
     syslog(LOG_USER | LOG_NOTICE, "%s", std::string(text_of(line)).c_str());
   else

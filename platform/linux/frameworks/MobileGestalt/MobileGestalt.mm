@@ -5,6 +5,7 @@
 #include <MobileGestalt.h>
 
 #include "machine/device/machine.hpp"
+#include "machine/text/utf8.hpp"
 
 #import <Foundation/Foundation.h>
 
@@ -17,5 +18,5 @@ extern "C" CFTypeRef MGCopyAnswer(CFStringRef question) {
     value = veltro::host::machine_serial_number();
   if (value.empty())
     return nullptr;
-  return reinterpret_cast<CFTypeRef>([[NSString alloc] initWithUTF8String:value.c_str()]);
+  return reinterpret_cast<CFTypeRef>([veltro::host::string_of(value) retain]);
 }

@@ -9,7 +9,8 @@ namespace veltro::host {
 
 /// The text of `string`; empty for nil, and for what has no UTF-8 (half a surrogate pair).
 inline std::string utf8_of(NSString *string) {
-  const char *const text = [string UTF8String];
+  // Where UTF8String raises, this is null.
+  const char *const text = [string cStringUsingEncoding:NSUTF8StringEncoding];
   return text != nullptr ? text : "";
 }
 

@@ -93,10 +93,11 @@ TEST(Log, GoesNowhere) {
 
 TEST(Log, HalfASurrogatePairIsNoTrouble) {
   setenv("VELTRO_LOG", "stderr", 1);
-  const unichar half[] = {'a', 0xd83d, 'b'};
-  NSString *const text = [NSString stringWithCharacters:half length:3];
-  standard_error_of([=] { log(@"<%@>", text); });
-  EXPECT_TRUE(std::regex_match(logged(), full_line));
+  // GNUstep makes no immutable string of it.
+  NSMutableString *const text = [NSMutableString stringWithString:@"a\U0001F600b"];
+  [text deleteCharactersInRange:NSMakeRange(2, 1)];
+  const std::string line = standard_error_of([=] { log(@"<%@>", text); });
+  EXPECT_TRUE(line.ends_with("] <ab>\n")) << line;
 }
 
 TEST(Log, ClosedStandardErrorIsNoTrouble) {

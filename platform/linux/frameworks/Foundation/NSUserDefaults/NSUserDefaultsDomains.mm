@@ -15,6 +15,7 @@
 #include "machine/property_lists/corrupt_file.hpp"
 #include "machine/property_lists/property_list.hpp"
 #include "machine/root/device_root.hpp"
+#include "machine/text/utf8.hpp"
 
 #include <filesystem>
 #include <objc/runtime.h>
@@ -46,8 +47,8 @@ std::string folder() {
 
 /// The domain's file; empty for a name that cannot be a file's.
 std::string file_of(NSString *domain) {
-  const char *const name = [domain UTF8String];
-  if (name == nullptr || *name == '\0' || [domain rangeOfString:@"/"].length != 0)
+  const std::string name = veltro::host::utf8_of(domain);
+  if (name.empty() || name.find('/') != std::string::npos)
     return {};
   return folder() + '/' + name + ".plist";
 }
@@ -62,7 +63,7 @@ bool make_folder() {
 }
 
 NSData *contents_of(const std::string &file) {
-  return [NSData dataWithContentsOfFile:[NSString stringWithUTF8String:file.c_str()]];
+  return [NSData dataWithContentsOfFile:veltro::host::string_of(file)];
 }
 
 NSDictionary *read_domain(NSUserDefaults *self, SEL selector, NSString *domain) {
@@ -95,8 +96,9 @@ void write_domain(NSUserDefaults *self, SEL selector, NSDictionary *settings, NS
   if (file.empty() || data == nil || !make_folder() || !make_way(file) ||
       !veltro::host::replace_file(
           file, {static_cast<const char *>([data bytes]), static_cast<std::size_t>([data length])}))
-    veltro::host::log_line(std::string("Preferences not written: ") +
-                           (domain != nil ? [[domain description] UTF8String] : "no name"));
+    veltro::host::log_line(
+        std::string("Preferences not written: ") +
+        (domain != nil ? veltro::host::utf8_of([domain description]) : "no name"));
 }
 
 void remove_domain(NSUserDefaults *self, SEL selector, NSString *domain) {

@@ -225,6 +225,14 @@ TEST_F(UserDefaultsDomains, AreNotWrittenWithoutANameOrSettings) {
                           "Preferences not written: org.example.domain"));
 }
 
+TEST_F(UserDefaultsDomains, AreNotWrittenUnderANameWithoutUTF8) {
+  NSMutableString *const name = [NSMutableString stringWithString:@"a\U0001F600b"];
+  [name deleteCharactersInRange:NSMakeRange(2, 1)]; // half a surrogate pair
+  [defaults() setPersistentDomain:number(1) forName:name];
+  EXPECT_FALSE(fs::exists(folder()));
+  EXPECT_THAT(veltro::test::logged_lines(), ElementsAre("Preferences not written: "));
+}
+
 TEST_F(UserDefaultsDomains, SayWhatCannotBeWritten) {
   std::ofstream(veltro::test::device_root() / "var") << "a file";
   [defaults() setPersistentDomain:number(1) forName:kName];
