@@ -36,8 +36,10 @@ TextLayout lay_out(NSString *text, UIFont *font, CGSize space, long lines) {
   pango_font_description_set_absolute_size(description, size * PANGO_SCALE);
   pango_layout_set_font_description(layout, description);
   pango_font_description_free(description);
-  const char *const bytes = [text UTF8String];
-  pango_layout_set_text(layout, bytes != nullptr ? bytes : "", -1);
+  // Half a surrogate pair has no UTF-8: it is left out.
+  NSData *const utf8 = [text dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
+  pango_layout_set_text(layout, static_cast<const char *>([utf8 bytes]),
+                        static_cast<int>([utf8 length]));
 
   pango_layout_set_width(layout, pango_units(space.width));
   pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);

@@ -124,6 +124,12 @@ TEST(Label, StandsFontsOfAnySize) {
   EXPECT_GT(before.pixels, 50U);
 }
 
+TEST(Label, LeavesOutHalfASurrogatePair) {
+  NSMutableString *const text = [NSMutableString stringWithString:@"wo\U0001F600rd"];
+  [text deleteCharactersInRange:NSMakeRange(3, 1)];
+  EXPECT_EQ(size_in(label_of(text), 0).width, size_in(label_of(@"word"), 0).width);
+}
+
 TEST(Label, HasTheSizeOfItsText) {
   EXPECT_EQ(size_in(label_of(nil), 100).width, 0);
   EXPECT_EQ(size_in(label_of(@""), 100).height, 0);

@@ -29,6 +29,7 @@ namespace {
 using veltro::host::replace_class_method;
 using veltro::host::replace_method;
 using veltro::host::string_of;
+using veltro::host::utf8_of;
 
 id (*gnustep_init)(NSBundle *, SEL, NSString *);
 id (*gnustep_main_bundle)(Class, SEL);
@@ -59,9 +60,10 @@ bool is_folder(NSString *path) {
 }
 
 NSString *on_this_machine(NSString *path) {
-  if (![path isAbsolutePath])
+  const std::string on_device = utf8_of(path);
+  if (!on_device.starts_with('/'))
     return path;
-  NSString *in_root = string_of(veltro::host::on_this_machine([path UTF8String]));
+  NSString *in_root = string_of(veltro::host::on_this_machine(on_device));
   return is_folder(in_root) ? in_root : path;
 }
 
@@ -132,11 +134,9 @@ NSArray *all_bundles(Class self, SEL command) {
 }
 
 id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
-  const char *wanted =
-      [identifier isKindOfClass:[NSString class]] ? [identifier UTF8String] : nullptr;
-  if (wanted == nullptr)
+  if (![identifier isKindOfClass:[NSString class]])
     return nil;
-  const std::string framework = veltro::host::system_framework(wanted);
+  const std::string framework = veltro::host::system_framework(utf8_of(identifier));
   if (!framework.empty())
     return [NSBundle bundleWithPath:string_of(framework)];
   // Not under the lock: a bundle that is asked may ask for another one.
