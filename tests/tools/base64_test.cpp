@@ -58,8 +58,8 @@ TEST(Base64Tool, WidensThePipesAtBothEnds) {
     ASSERT_EQ(write(in[1], "Zm9v", 4), 4);
     fcntl(in[1], F_SETFD, FD_CLOEXEC);
     std::string command = kTool + verb;
-    command.append(" <&").append(std::to_string(in[0]));
-    command.append(" >&").append(std::to_string(out[1])).append(" &");
+    command.append(" </dev/fd/").append(std::to_string(in[0]));
+    command.append(" >/dev/fd/").append(std::to_string(out[1])).append(" &");
     ASSERT_EQ(std::system(command.c_str()), 0);
     close(in[1]);
     close(out[1]);
