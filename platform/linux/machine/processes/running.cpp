@@ -23,13 +23,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string proc_path(pid_t process, const char *file) {
-  return "/proc/" + std::to_string(process) + '/' + file;
-}
-
-std::string contents(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+std::string contents(pid_t process, const char *file) {
+  std::ifstream stream("/proc/" + std::to_string(process) + '/' + file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 /// What is compared: where the file really lies, and for a script, which the kernel runs by its
@@ -56,9 +52,9 @@ std::optional<Program> program_at(const std::string &executable) {
 /// Whether the process's command line reads as the kernel writes it for a script: the interpreter,
 /// an argument of the interpreter's if the script names one, and the script.
 bool runs_script(pid_t process, const Program &program) {
-  if (contents(proc_path(process, "comm")) != program.short_name + '\n')
+  if (contents(process, "comm") != program.short_name + '\n')
     return false;
-  const std::string line = contents(proc_path(process, "cmdline"));
+  const std::string line = contents(process, "cmdline");
   std::string_view rest(line);
   for (int argument = 0; argument <= 2 && !rest.empty(); ++argument) {
     const std::string_view text = rest.substr(0, rest.find('\0'));
@@ -124,7 +120,7 @@ bool runs(pid_t process, const std::string &executable) {
 
 bool stopped_by_signal(pid_t process) {
   // The name, in brackets, may hold brackets and spaces itself; the state follows the last one.
-  const std::string line = contents(proc_path(process, "stat"));
+  const std::string line = contents(process, "stat");
   const std::size_t name_end = line.rfind(')');
   return name_end != std::string::npos && line.substr(name_end + 1).starts_with(" T ");
 }
