@@ -8,34 +8,14 @@
 #include <algorithm>
 #include <array>
 
-/// The object behind a CGColorRef.
-@interface VHColor : NSObject {
-@public
-  CGColorSpaceRef space_;
-  std::array<CGFloat, 4> components_;
-}
-@end
-
-@implementation VHColor
-
-- (void)dealloc {
-  CGColorSpaceRelease(space_);
-  [super dealloc];
-}
-
-@end
-
 namespace {
 
-VHColor *color_of(CGColorRef color) {
-  return reinterpret_cast<VHColor *>(color);
+/// A colour is its components.
+NSData *data_of(CGColorRef color) {
+  return reinterpret_cast<NSData *>(color);
 }
 
-/// A colour space is the number of its model: there is nothing else to tell about it.
-CGColorSpaceRef create_space(CGColorSpaceModel model) {
-  return reinterpret_cast<CGColorSpaceRef>([[NSNumber alloc] initWithInt:model]);
-}
-
+/// A colour space is the number of its components: there is nothing else to tell about it.
 NSNumber *number_of(CGColorSpaceRef space) {
   return reinterpret_cast<NSNumber *>(space);
 }
@@ -45,11 +25,13 @@ NSNumber *number_of(CGColorSpaceRef space) {
 extern "C" {
 
 CGColorSpaceRef CGColorSpaceCreateDeviceGray(void) {
-  return create_space(kCGColorSpaceModelMonochrome);
+  static NSNumber *const gray = [[NSNumber alloc] initWithInt:1];
+  return reinterpret_cast<CGColorSpaceRef>([gray retain]);
 }
 
 CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void) {
-  return create_space(kCGColorSpaceModelRGB);
+  static NSNumber *const rgb = [[NSNumber alloc] initWithInt:3];
+  return reinterpret_cast<CGColorSpaceRef>([rgb retain]);
 }
 
 CGColorSpaceRef CGColorSpaceRetain(CGColorSpaceRef space) {
@@ -61,65 +43,67 @@ void CGColorSpaceRelease(CGColorSpaceRef space) {
 }
 
 CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space) {
-  return space != nullptr ? static_cast<CGColorSpaceModel>([number_of(space) intValue])
-                          : kCGColorSpaceModelUnknown;
+  if (space == nullptr)
+    return kCGColorSpaceModelUnknown;
+  return [number_of(space) intValue] == 3 ? kCGColorSpaceModelRGB : kCGColorSpaceModelMonochrome;
 }
 
 size_t CGColorSpaceGetNumberOfComponents(CGColorSpaceRef space) {
-  if (space == nullptr)
-    return 0;
-  return CGColorSpaceGetModel(space) == kCGColorSpaceModelRGB ? 3 : 1;
+  return [number_of(space) unsignedLongValue];
 }
 
 CGColorRef CGColorCreate(CGColorSpaceRef space, const CGFloat *components) {
   if (space == nullptr || components == nullptr)
     return nullptr;
-  VHColor *const color = [[VHColor alloc] init];
-  color->space_ = CGColorSpaceRetain(space);
-  std::transform(components, components + CGColorSpaceGetNumberOfComponents(space) + 1,
-                 color->components_.begin(),
+  const size_t count = CGColorSpaceGetNumberOfComponents(space) + 1;
+  std::array<CGFloat, 4> bounded;
+  std::transform(components, components + count, bounded.begin(),
                  [](CGFloat value) { return value > 0 ? std::min<CGFloat>(value, 1) : 0; });
-  return reinterpret_cast<CGColorRef>(color);
+  return reinterpret_cast<CGColorRef>([[NSData alloc] initWithBytes:bounded.data()
+                                                             length:count * sizeof(CGFloat)]);
 }
 
 CGColorRef CGColorCreateCopyWithAlpha(CGColorRef color, CGFloat alpha) {
   if (color == nullptr)
     return nullptr;
-  std::array<CGFloat, 4> components = color_of(color)->components_;
-  components[CGColorGetNumberOfComponents(color) - 1] = alpha;
+  const size_t count = CGColorGetNumberOfComponents(color);
+  std::array<CGFloat, 4> components;
+  std::copy_n(CGColorGetComponents(color), count, components.begin());
+  components[count - 1] = alpha;
   return CGColorCreate(CGColorGetColorSpace(color), components.data());
 }
 
 CGColorRef CGColorRetain(CGColorRef color) {
-  return reinterpret_cast<CGColorRef>([color_of(color) retain]);
+  return reinterpret_cast<CGColorRef>([data_of(color) retain]);
 }
 
 void CGColorRelease(CGColorRef color) {
-  [color_of(color) release];
+  [data_of(color) release];
 }
 
 bool CGColorEqualToColor(CGColorRef one, CGColorRef other) {
-  if (one == nullptr || other == nullptr)
-    return one == other;
-  return CGColorGetNumberOfComponents(one) == CGColorGetNumberOfComponents(other) &&
-         color_of(one)->components_ == color_of(other)->components_;
+  return one == other || [data_of(one) isEqualToData:data_of(other)];
 }
 
 size_t CGColorGetNumberOfComponents(CGColorRef color) {
-  return color != nullptr ? CGColorSpaceGetNumberOfComponents(CGColorGetColorSpace(color)) + 1 : 0;
+  return [data_of(color) length] / sizeof(CGFloat);
 }
 
 const CGFloat *CGColorGetComponents(CGColorRef color) {
-  return color != nullptr ? color_of(color)->components_.data() : nullptr;
+  return static_cast<const CGFloat *>([data_of(color) bytes]);
 }
 
 CGFloat CGColorGetAlpha(CGColorRef color) {
-  return color != nullptr ? color_of(color)->components_[CGColorGetNumberOfComponents(color) - 1]
+  return color != nullptr ? CGColorGetComponents(color)[CGColorGetNumberOfComponents(color) - 1]
                           : 0;
 }
 
 CGColorSpaceRef CGColorGetColorSpace(CGColorRef color) {
-  return color != nullptr ? color_of(color)->space_ : nullptr;
+  static const CGColorSpaceRef gray = CGColorSpaceCreateDeviceGray();
+  static const CGColorSpaceRef rgb = CGColorSpaceCreateDeviceRGB();
+  if (color == nullptr)
+    return nullptr;
+  return CGColorGetNumberOfComponents(color) == 2 ? gray : rgb;
 }
 
 } // extern "C"

@@ -36,10 +36,8 @@ void paint(CGContextRef context, Color GraphicsState::*color, void (*how)(cairo_
 
 /// Fills the path, or clips to it.
 void use_inside(CGContextRef context, cairo_fill_rule_t rule, void (*how)(cairo_t *)) {
-  if (cairo_t *const cairo = cairo_of(context)) {
-    cairo_set_fill_rule(cairo, rule);
-    paint(context, &GraphicsState::fill, how);
-  }
+  call(context, cairo_set_fill_rule, rule);
+  paint(context, &GraphicsState::fill, how);
 }
 
 /// Draws a shape without the current path, which is dropped, as the device documents of
@@ -73,25 +71,6 @@ Color color_of(CGColorRef color) {
   const CGFloat *const part = CGColorGetComponents(color);
   const bool gray = CGColorGetNumberOfComponents(color) == 2;
   return {part[0], part[gray ? 0 : 1], part[gray ? 0 : 2], CGColorGetAlpha(color)};
-}
-
-cairo_operator_t operator_of(CGBlendMode mode) {
-  if (mode == kCGBlendModeClear)
-    return CAIRO_OPERATOR_CLEAR;
-  return mode == kCGBlendModeCopy ? CAIRO_OPERATOR_SOURCE : CAIRO_OPERATOR_OVER;
-}
-
-cairo_filter_t filter_of(CGInterpolationQuality quality) {
-  switch (quality) {
-  case kCGInterpolationNone:
-    return CAIRO_FILTER_NEAREST;
-  case kCGInterpolationLow:
-    return CAIRO_FILTER_BILINEAR;
-  case kCGInterpolationHigh:
-    return CAIRO_FILTER_BEST;
-  default:
-    return CAIRO_FILTER_GOOD;
-  }
 }
 
 } // namespace
@@ -279,8 +258,10 @@ void CGContextSetAlpha(CGContextRef context, CGFloat alpha) {
 }
 
 void CGContextSetBlendMode(CGContextRef context, CGBlendMode mode) {
-  if (cairo_t *const cairo = cairo_of(context))
-    cairo_set_operator(cairo, operator_of(mode));
+  call(context, cairo_set_operator,
+       mode == kCGBlendModeClear  ? CAIRO_OPERATOR_CLEAR
+       : mode == kCGBlendModeCopy ? CAIRO_OPERATOR_SOURCE
+                                  : CAIRO_OPERATOR_OVER);
 }
 
 void CGContextSetLineWidth(CGContextRef context, CGFloat width) {
@@ -289,27 +270,30 @@ void CGContextSetLineWidth(CGContextRef context, CGFloat width) {
 }
 
 void CGContextSetLineCap(CGContextRef context, CGLineCap cap) {
-  if (cairo_t *const cairo = cairo_of(context))
-    cairo_set_line_cap(cairo, cap == kCGLineCapRound    ? CAIRO_LINE_CAP_ROUND
-                              : cap == kCGLineCapSquare ? CAIRO_LINE_CAP_SQUARE
-                                                        : CAIRO_LINE_CAP_BUTT);
+  call(context, cairo_set_line_cap,
+       cap == kCGLineCapRound    ? CAIRO_LINE_CAP_ROUND
+       : cap == kCGLineCapSquare ? CAIRO_LINE_CAP_SQUARE
+                                 : CAIRO_LINE_CAP_BUTT);
 }
 
 void CGContextSetLineJoin(CGContextRef context, CGLineJoin join) {
-  if (cairo_t *const cairo = cairo_of(context))
-    cairo_set_line_join(cairo, join == kCGLineJoinRound   ? CAIRO_LINE_JOIN_ROUND
-                               : join == kCGLineJoinBevel ? CAIRO_LINE_JOIN_BEVEL
-                                                          : CAIRO_LINE_JOIN_MITER);
+  call(context, cairo_set_line_join,
+       join == kCGLineJoinRound   ? CAIRO_LINE_JOIN_ROUND
+       : join == kCGLineJoinBevel ? CAIRO_LINE_JOIN_BEVEL
+                                  : CAIRO_LINE_JOIN_MITER);
 }
 
 void CGContextSetShouldAntialias(CGContextRef context, bool should_antialias) {
-  if (cairo_t *const cairo = cairo_of(context))
-    cairo_set_antialias(cairo, should_antialias ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
+  call(context, cairo_set_antialias,
+       should_antialias ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
 }
 
 void CGContextSetInterpolationQuality(CGContextRef context, CGInterpolationQuality quality) {
   if (Context *const of = context_of(context))
-    of->state().filter = filter_of(quality);
+    of->state().filter = quality == kCGInterpolationNone   ? CAIRO_FILTER_NEAREST
+                         : quality == kCGInterpolationLow  ? CAIRO_FILTER_BILINEAR
+                         : quality == kCGInterpolationHigh ? CAIRO_FILTER_BEST
+                                                           : CAIRO_FILTER_GOOD;
 }
 
 } // extern "C"

@@ -5,20 +5,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
-
-namespace {
-
-constexpr CGFloat kInfinity = std::numeric_limits<CGFloat>::infinity();
-
-} // namespace
 
 extern "C" {
 
 const CGPoint CGPointZero = {0, 0};
 const CGSize CGSizeZero = {0, 0};
 const CGRect CGRectZero = {{0, 0}, {0, 0}};
-const CGRect CGRectNull = {{kInfinity, kInfinity}, {0, 0}};
+const CGRect CGRectNull = {{INFINITY, INFINITY}, {0, 0}};
 
 CGRect CGRectStandardize(CGRect rect) {
   if (CGRectIsNull(rect))
@@ -66,7 +59,7 @@ bool CGRectEqualToRect(CGRect one, CGRect other) {
 }
 
 bool CGRectIsNull(CGRect rect) {
-  return rect.origin.x == kInfinity || rect.origin.y == kInfinity;
+  return rect.origin.x == INFINITY || rect.origin.y == INFINITY;
 }
 
 bool CGRectIsEmpty(CGRect rect) {

@@ -77,12 +77,13 @@ Context *context_of(CGContextRef context);
 /// blue are in their places in every context of UIKit.
 cairo_t *cairo_of(CGContextRef context);
 
-/// Calls a function of cairo's, with numbers that are all finite and a context that is not null.
-template <typename... Numbers>
-void call(CGContextRef context, void (*function)(cairo_t *, Numbers...),
-          std::type_identity_t<Numbers>... numbers) {
-  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && (std::isfinite(numbers) && ...))
-    function(cairo, numbers...);
+/// Calls a function of cairo's, with values that are all finite and a context that is not null.
+template <typename... Values>
+void call(CGContextRef context, void (*function)(cairo_t *, Values...),
+          std::type_identity_t<Values>... values) {
+  const bool finite = (std::isfinite(static_cast<double>(values)) && ...);
+  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && finite)
+    function(cairo, values...);
 }
 
 /// Makes `color` cairo's source, weakened by the state's alpha.
@@ -91,8 +92,8 @@ void use_color(Context &context, const Color &color);
 /// Adds `step` to the transform. Where that leaves none that cairo takes, clips everything away.
 void transform(cairo_t *cairo, const cairo_matrix_t &step);
 
-/// Adds a rounded rectangle to the path; `radius` is cut to half the shorter side.
-void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius);
+/// Makes a rounded rectangle the path; `radius` is cut to half the shorter side.
+void rounded_rect(cairo_t *cairo, CGRect rect, double radius);
 
 /// Draws `pixels`, which fill the unit square from its top left corner and y downwards, through
 /// `placement` into the drawing's coordinates. Keeps the current path.

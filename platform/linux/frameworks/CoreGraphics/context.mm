@@ -132,10 +132,11 @@ void transform(cairo_t *cairo, const cairo_matrix_t &step) {
     beside_path(cairo, [cairo] { cairo_clip(cairo); });
 }
 
-void add_rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
+void rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
   constexpr double kRightAngle = std::numbers::pi / 2;
   const double shorter = std::min(CGRectGetWidth(rect), CGRectGetHeight(rect));
   const double r = std::clamp(radius, 0.0, shorter / 2);
+  cairo_new_path(cairo);
   if (r == 0) {
     cairo_rectangle(cairo, CGRectGetMinX(rect), CGRectGetMinY(rect), CGRectGetWidth(rect),
                     CGRectGetHeight(rect));

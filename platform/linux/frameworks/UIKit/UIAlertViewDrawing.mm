@@ -13,7 +13,7 @@
 
 namespace {
 
-using veltro::host::add_rounded_rect;
+using veltro::host::rounded_rect;
 
 /// How far the shadow reaches; it falls downwards.
 constexpr int kShadowReach = 4;
@@ -24,23 +24,12 @@ constexpr double kGlossHeight = 32;
 constexpr double kGlossRadius = 560;
 constexpr double kButtonRadius = 6;
 
-/// A place of a gradient of white.
-struct Stop {
-  double offset;
-  double alpha;
-};
-
-void rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
-  cairo_new_path(cairo);
-  add_rounded_rect(cairo, rect, radius);
-}
-
-/// Lightens the path from the top of `rect` to its bottom.
-void lighten(cairo_t *cairo, CGRect rect, std::initializer_list<Stop> stops) {
+/// Fills the path with white of the alphas at those shares of the way down `rect`.
+void lighten(cairo_t *cairo, CGRect rect, std::initializer_list<std::pair<double, double>> stops) {
   cairo_pattern_t *const light =
       cairo_pattern_create_linear(0, CGRectGetMinY(rect), 0, CGRectGetMaxY(rect));
-  for (const Stop &stop : stops)
-    cairo_pattern_add_color_stop_rgba(light, stop.offset, 1, 1, 1, stop.alpha);
+  for (const auto &[offset, alpha] : stops)
+    cairo_pattern_add_color_stop_rgba(light, offset, 1, 1, 1, alpha);
   cairo_set_source(cairo, light);
   cairo_pattern_destroy(light);
   cairo_fill(cairo);

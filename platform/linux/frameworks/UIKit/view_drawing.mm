@@ -17,8 +17,7 @@ void draw_view(UIView *view, CGPoint at, CGContextRef context);
 
 /// Makes the view's shape the context's path.
 void add_shape(UIView *view, CGContextRef context) {
-  CGContextBeginPath(context);
-  add_rounded_rect(cairo_of(context), [view bounds], [[view layer] cornerRadius]);
+  rounded_rect(cairo_of(context), [view bounds], [[view layer] cornerRadius]);
 }
 
 void draw_content(UIView *view, CGContextRef context) {
