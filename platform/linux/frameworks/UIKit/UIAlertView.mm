@@ -13,8 +13,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
-#include <utility>
-#include <vector>
 
 namespace {
 
@@ -23,27 +21,6 @@ using veltro::host::AlertStyle;
 
 /// Above and below an accessory view.
 constexpr CGFloat kAccessoryGap = 12;
-
-/// The frames of `count` buttons by their index, below `top`: two beside each other, any other
-/// number below one another, the one at index `cancel` (-1 for none) last.
-std::vector<CGRect> button_frames(const AlertStyle &style, std::size_t count, long cancel,
-                                  CGFloat top) {
-  const bool beside = count == 2;
-  const CGFloat inner = style.width - 2 * style.button_margin;
-  const CGFloat width = beside ? (inner - style.button_gap) / 2 : inner;
-  std::vector<CGRect> frames;
-  for (long index = 0; std::cmp_less(index, count); ++index) {
-    long row = cancel >= 0 && index > cancel ? index - 1 : index;
-    if (index == cancel)
-      row = static_cast<long>(count) - 1;
-    const auto column_step = static_cast<CGFloat>(beside ? index : 0);
-    const auto row_step = static_cast<CGFloat>(beside ? 0 : row);
-    frames.push_back({{style.button_margin + column_step * (width + style.button_gap),
-                       top + row_step * (style.button_height + style.button_gap)},
-                      {width, style.button_height}});
-  }
-  return frames;
-}
 
 } // namespace
 
@@ -153,21 +130,32 @@ std::vector<CGRect> button_frames(const AlertStyle &style, std::size_t count, lo
   return top + height;
 }
 
-/// Adds the buttons below `top`. Returns where the last of them ends.
+/// Adds the buttons below `top`: two beside each other, any other number below one another, the one
+/// that cancels last. Returns where the last of them ends.
 - (CGFloat)addButtonsBelow:(CGFloat)top {
   const AlertStyle style = alert_style();
   UIColor *const color =
       style.light ? [UIColor colorWithRed:0 green:0.478 blue:1 alpha:1] : [UIColor whiteColor];
+  const NSInteger count = [self numberOfButtons];
+  const bool beside = count == 2;
+  const CGFloat inner = style.width - 2 * style.button_margin;
+  const CGFloat width = beside ? (inner - style.button_gap) / 2 : inner;
   CGFloat bottom = top;
-  NSInteger index = 0;
-  for (const CGRect &frame : button_frames(style, [_buttonTitles count], _cancelButtonIndex, top)) {
+  for (NSInteger index = 0; index < count; ++index) {
+    NSInteger row = _cancelButtonIndex >= 0 && index > _cancelButtonIndex ? index - 1 : index;
+    if (index == _cancelButtonIndex)
+      row = count - 1;
+    const auto column_step = static_cast<CGFloat>(beside ? index : 0);
+    const auto row_step = static_cast<CGFloat>(beside ? 0 : row);
     UIFont *const font = !style.light || index == _cancelButtonIndex
                              ? [UIFont boldSystemFontOfSize:style.button_size]
                              : [UIFont systemFontOfSize:style.button_size];
     UILabel *const button = [self addLabel:[self buttonTitleAtIndex:index] font:font color:color];
-    [button setFrame:frame];
-    [button setTag:++index];
-    bottom = std::max(bottom, CGRectGetMaxY(frame));
+    [button setFrame:CGRectMake(style.button_margin + column_step * (width + style.button_gap),
+                                top + row_step * (style.button_height + style.button_gap), width,
+                                style.button_height)];
+    [button setTag:index + 1];
+    bottom = std::max(bottom, CGRectGetMaxY([button frame]));
   }
   return bottom;
 }

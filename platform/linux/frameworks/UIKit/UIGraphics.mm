@@ -15,29 +15,18 @@ namespace {
 
 struct Entry {
   std::shared_ptr<CGContext> context;
-  bool for_image = false;
-  CGFloat scale = 1;
+  /// Of a context for an image; 0 for one that was pushed.
+  CGFloat scale;
 };
 
 /// The contexts of a thread. Those that it leaves behind go with it.
 thread_local std::vector<Entry> stack;
 
-/// Adopts the caller's reference.
-void push(CGContextRef context, bool for_image, CGFloat scale) {
-  stack.push_back({{context, CGContextRelease}, for_image, scale});
-}
-
-/// Null where there are no such pixels. The caller owns it.
-CGContextRef create_context(CGSize size, bool opaque, CGFloat scale) {
-  const auto pixels = [scale](CGFloat points) {
-    const double side = std::ceil(points * scale);
-    return scale > 0 && side >= 1 && side <= static_cast<double>(veltro::host::kMaxSide)
-               ? static_cast<std::size_t>(side)
-               : 0;
-  };
-  const cairo_matrix_t base{scale, 0, 0, scale, 0, 0};
-  return veltro::host::create_context(
-      veltro::host::create_bitmap(pixels(size.width), pixels(size.height), opaque), base);
+/// The pixels of a side; 0 where there is no such bitmap.
+std::size_t pixels(CGFloat points, CGFloat scale) {
+  const double side = std::ceil(points * scale);
+  const bool exists = scale > 0 && side > 0 && side <= static_cast<double>(veltro::host::kMaxSide);
+  return exists ? static_cast<std::size_t>(side) : 0;
 }
 
 } // namespace
@@ -49,7 +38,7 @@ CGContextRef UIGraphicsGetCurrentContext(void) {
 }
 
 void UIGraphicsPushContext(CGContextRef context) {
-  push(CGContextRetain(context), false, 1);
+  stack.push_back({{CGContextRetain(context), CGContextRelease}, 0});
 }
 
 void UIGraphicsPopContext(void) {
@@ -62,12 +51,17 @@ void UIGraphicsBeginImageContext(CGSize size) {
 }
 
 void UIGraphicsBeginImageContextWithOptions(CGSize size, BOOL opaque, CGFloat scale) {
-  const CGFloat pixels = scale == 0 ? [[UIScreen mainScreen] scale] : scale;
-  push(create_context(size, opaque != NO, pixels), true, pixels);
+  if (scale == 0)
+    scale = [[UIScreen mainScreen] scale];
+  const CGContextRef context = veltro::host::create_context(
+      veltro::host::create_bitmap(pixels(size.width, scale), pixels(size.height, scale),
+                                  opaque != NO),
+      {scale, 0, 0, scale, 0, 0});
+  stack.push_back({{context, CGContextRelease}, scale});
 }
 
 UIImage *UIGraphicsGetImageFromCurrentImageContext(void) {
-  if (stack.empty() || !stack.back().for_image || stack.back().context == nullptr)
+  if (stack.empty() || stack.back().scale == 0 || stack.back().context == nullptr)
     return nil;
   const CGImageRef image = CGBitmapContextCreateImage(stack.back().context.get());
   UIImage *const result = [UIImage imageWithCGImage:image
@@ -78,7 +72,7 @@ UIImage *UIGraphicsGetImageFromCurrentImageContext(void) {
 }
 
 void UIGraphicsEndImageContext(void) {
-  if (!stack.empty() && stack.back().for_image)
+  if (!stack.empty() && stack.back().scale != 0)
     stack.pop_back();
 }
 

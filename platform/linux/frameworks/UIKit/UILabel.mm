@@ -15,16 +15,12 @@
 
 namespace {
 
-/// The share of a line's free width that is before the line.
-double share_before(NSTextAlignment alignment) {
-  if (alignment == NSTextAlignmentCenter)
-    return 0.5;
-  return alignment == NSTextAlignmentRight ? 1 : 0;
-}
-
-/// Draws with the source of `cairo` into `column`, from its top down; `share` of what a line leaves
-/// free is before it, on the left whichever way it runs.
-void draw(PangoLayout *layout, cairo_t *cairo, CGRect column, double share) {
+/// Draws with the source of `cairo` into `column`, from its top down.
+void draw(PangoLayout *layout, cairo_t *cairo, CGRect column, NSTextAlignment alignment) {
+  // Of what a line leaves free, what is on its left, whichever way it runs.
+  const double share = alignment == NSTextAlignmentCenter  ? 0.5
+                       : alignment == NSTextAlignmentRight ? 1
+                                                           : 0;
   pango_cairo_update_layout(cairo, layout);
   // Line by line, since pango changes the sides of text that runs from right to left.
   PangoLayoutIter *const line = pango_layout_get_iter(layout);
@@ -37,11 +33,6 @@ void draw(PangoLayout *layout, cairo_t *cairo, CGRect column, double share) {
     pango_cairo_show_layout_line(cairo, pango_layout_iter_get_line_readonly(line));
   } while (pango_layout_iter_next_line(line) != FALSE);
   pango_layout_iter_free(line);
-}
-
-/// Labels were white until iOS 7 made them see-through.
-bool labels_are_white() {
-  return veltro::host::foundation_version_number(veltro::host::system_version()) < 1047.0;
 }
 
 } // namespace
@@ -59,7 +50,8 @@ bool labels_are_white() {
     [self setFont:nil];
     [self setTextColor:nil];
     _numberOfLines = 1;
-    if (labels_are_white())
+    // Labels were white until iOS 7 made them see-through.
+    if (veltro::host::foundation_version_number(veltro::host::system_version()) < 1047.0)
       [self setBackgroundColor:[UIColor whiteColor]];
   }
   return self;
@@ -102,7 +94,7 @@ bool labels_are_white() {
   const CGFloat free =
       std::max<CGFloat>(0, rect.size.height - veltro::host::size_of(layout).height);
   rect.origin.y += free / 2;
-  draw(layout.get(), to.cairo(), rect, share_before(_textAlignment));
+  draw(layout.get(), to.cairo(), rect, _textAlignment);
   CGContextBeginPath(context);
 }
 

@@ -1,4 +1,4 @@
-// The measures of the alerts of each release, and where their buttons stand, in points.
+// The measures of the alerts of each release, in points.
 #pragma once
 
 #include <CoreGraphics/CGGeometry.h>

@@ -60,12 +60,6 @@ std::shared_ptr<Pixels> pixels_of(GdkPixbuf *pixbuf) {
                  gdk_pixbuf_get_has_alpha(pixbuf) != 0 ? kRgbaBytes : kRgbBytes);
 }
 
-gboolean append(const gchar *bytes, gsize count, GError ** /*error*/, void *file) {
-  auto *const to = static_cast<std::vector<std::uint8_t> *>(file);
-  to->insert(to->end(), bytes, bytes + count);
-  return TRUE;
-}
-
 using Pixbuf = std::unique_ptr<GdkPixbuf, void (*)(void *)>;
 
 /// The component before it was multiplied by `alpha`.
@@ -102,14 +96,13 @@ template <bool with_alpha> Pixbuf pixbuf_of(const Bitmap &bitmap) {
 
 std::vector<std::uint8_t> save(const Pixbuf &pixbuf, const char *type, const char *option,
                                const char *value) {
-  std::vector<std::uint8_t> file;
-  const char *names[] = {option, nullptr};
-  const char *values[] = {value, nullptr};
-  if (pixbuf == nullptr ||
-      gdk_pixbuf_save_to_callbackv(pixbuf.get(), append, &file, type, const_cast<char **>(names),
-                                   const_cast<char **>(values), nullptr) == 0)
-    file.clear();
-  return file;
+  gchar *bytes = nullptr;
+  gsize count = 0;
+  if (pixbuf == nullptr || gdk_pixbuf_save_to_buffer(pixbuf.get(), &bytes, &count, type, nullptr,
+                                                     option, value, nullptr) == 0)
+    return {};
+  const std::unique_ptr<gchar, void (*)(void *)> owner(bytes, g_free);
+  return {bytes, bytes + count};
 }
 
 /// A segment of metadata that holds only the orientation.

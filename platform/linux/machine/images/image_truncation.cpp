@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <string_view>
 
 namespace veltro::host {
 namespace {
 
+using namespace std::literals;
 using Bytes = std::span<const std::uint8_t>;
-
-constexpr std::array<std::uint8_t, 8> kPngSignature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-
-bool starts_with(Bytes file, Bytes prefix) {
-  return file.size() >= prefix.size() && std::ranges::equal(file.first(prefix.size()), prefix);
-}
 
 std::size_t big_endian(Bytes bytes) {
   std::size_t value = 0;
@@ -25,12 +21,11 @@ std::size_t big_endian(Bytes bytes) {
 // A PNG is a row of chunks: length, type, that many bytes and a checksum. The last is IEND.
 bool png_is_truncated(Bytes rest) {
   constexpr std::size_t kFrame = 12;
-  constexpr std::array<std::uint8_t, 4> kEnd{'I', 'E', 'N', 'D'};
   while (rest.size() >= kFrame) {
     const std::size_t length = big_endian(rest.first(4));
     if (rest.size() - kFrame < length)
       return true;
-    if (std::ranges::equal(rest.subspan(4, 4), kEnd))
+    if (std::ranges::equal(rest.subspan(4, 4), "IEND"sv))
       return false;
     rest = rest.subspan(kFrame + length);
   }
@@ -69,13 +64,12 @@ bool bmp_is_truncated(Bytes file) {
 } // namespace
 
 bool is_truncated(Bytes file) {
-  constexpr std::array<std::uint8_t, 3> kJpeg{0xFF, 0xD8, 0xFF};
-  constexpr std::array<std::uint8_t, 2> kBmp{'B', 'M'};
-  if (starts_with(file, kPngSignature))
-    return png_is_truncated(file.subspan(kPngSignature.size()));
-  if (starts_with(file, kJpeg))
+  const std::string_view text(reinterpret_cast<const char *>(file.data()), file.size());
+  if (text.starts_with("\x89PNG\r\n\x1A\n"))
+    return png_is_truncated(file.subspan(8));
+  if (text.starts_with("\xFF\xD8\xFF"))
     return jpeg_is_truncated(file.subspan(2));
-  return starts_with(file, kBmp) && bmp_is_truncated(file);
+  return text.starts_with("BM") && bmp_is_truncated(file);
 }
 
 } // namespace veltro::host

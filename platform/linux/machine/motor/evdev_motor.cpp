@@ -6,17 +6,16 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <filesystem>
+#include <glob.h>
 #include <linux/input.h>
-#include <set>
+#include <memory>
+#include <span>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <utility>
 
 namespace veltro::host {
 namespace {
-
-namespace fs = std::filesystem;
 
 bool can_rumble(int device) {
   std::array<unsigned char, FF_MAX / 8 + 1> features{};
@@ -30,14 +29,11 @@ std::uint16_t in_range(std::chrono::milliseconds time) {
 }
 
 File find_device(const std::string &folder) {
-  std::error_code error;
-  std::set<std::string> names;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error))
-    if (entry->path().filename().string().starts_with("event"))
-      names.insert(entry->path().string());
-  for (const std::string &name : names)
-    if (File device(name, O_RDWR | O_NONBLOCK); device && can_rumble(device.number()))
+  glob_t found{};
+  glob((folder + "/event*").c_str(), 0, nullptr, &found);
+  const std::unique_ptr<glob_t, void (*)(glob_t *)> owner(&found, globfree);
+  for (const char *const path : std::span(found.gl_pathv, found.gl_pathc))
+    if (File device(path, O_RDWR | O_NONBLOCK); device && can_rumble(device.number()))
       return device;
   return {};
 }
@@ -60,26 +56,25 @@ bool EvdevMotor::vibrate(const Vibration &vibration) {
 bool EvdevMotor::play(const Vibration &vibration) {
   for (const int effect : std::exchange(effects_, {}))
     ioctl(device_.number(), EVIOCRMFF, effect);
-  return std::ranges::all_of(vibration.pulses,
-                             [&](const Pulse &pulse) { return start(pulse, vibration.intensity); });
-}
-
-bool EvdevMotor::start(const Pulse &pulse, double intensity) {
-  ff_effect effect{};
-  effect.type = FF_RUMBLE;
-  effect.id = -1;
-  effect.replay.length = in_range(pulse.length);
-  effect.replay.delay = in_range(pulse.start);
-  effect.u.rumble.strong_magnitude =
-      static_cast<std::uint16_t>(std::clamp(intensity, 0.0, 1.0) * UINT16_MAX);
-  if (ioctl(device_.number(), EVIOCSFF, &effect) < 0)
-    return false;
-  effects_.push_back(effect.id);
-  input_event play{};
-  play.type = EV_FF;
-  play.code = static_cast<std::uint16_t>(effect.id);
-  play.value = 1;
-  return write(device_.number(), &play, sizeof play) == sizeof play;
+  for (const Pulse &pulse : vibration.pulses) {
+    ff_effect effect{};
+    effect.type = FF_RUMBLE;
+    effect.id = -1;
+    effect.replay.length = in_range(pulse.length);
+    effect.replay.delay = in_range(pulse.start);
+    effect.u.rumble.strong_magnitude =
+        static_cast<std::uint16_t>(std::clamp(vibration.intensity, 0.0, 1.0) * UINT16_MAX);
+    if (ioctl(device_.number(), EVIOCSFF, &effect) < 0)
+      return false;
+    effects_.push_back(effect.id);
+    input_event play{};
+    play.type = EV_FF;
+    play.code = static_cast<std::uint16_t>(effect.id);
+    play.value = 1;
+    if (write(device_.number(), &play, sizeof play) != sizeof play)
+      return false;
+  }
+  return true;
 }
 
 } // namespace veltro::host

@@ -19,7 +19,6 @@ public:
 private:
   /// Whether all pulses were started; errno says why not.
   bool play(const Vibration &vibration);
-  bool start(const Pulse &pulse, double intensity);
 
   std::string folder_;
   File device_;
