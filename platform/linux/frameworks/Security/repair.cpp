@@ -12,67 +12,51 @@
 namespace veltro::host::keychain {
 namespace {
 
-/// Copies what a connection still reads. Rows that do not unseal are carried over as well: whoever
-/// looks for them is told. All return SQLITE_OK unless the new file cannot take a row.
-class Copy {
-public:
-  Copy(Database &from, Database &to) : from_(from), to_(to) {}
-
-  int all() {
-    int code = by_table("");
-    // From the other end, up to the place where the first way broke off.
-    if (code == SQLITE_OK)
-      code = by_table(" DESC");
-    return code == SQLITE_OK ? by_index() : code;
+/// Inserts the rows that still read and counts them, also those that do not unseal: whoever looks
+/// for them is told. Like the copies below, returns SQLITE_OK unless `to` cannot take a row.
+int copy(Statement &rows, Database &to, std::int64_t &copied) {
+  // The identifier, the attributes and the sealed secret, whatever a format has between them.
+  constexpr int kColumns = static_cast<int>(kAttributes.size()) + 2;
+  while (rows.step() == SQLITE_ROW && rows.columns() >= kColumns) {
+    Row row;
+    read_row(rows, row);
+    row.id = 0;
+    const int code = insert_item(to, row);
+    // A row that shows twice, or without what a row must have, is none.
+    if (code != SQLITE_DONE && (code & 0xFF) != SQLITE_CONSTRAINT)
+      return code;
+    copied += code == SQLITE_DONE;
   }
+  return SQLITE_OK;
+}
 
-  [[nodiscard]] std::int64_t copied() const { return copied_; }
-
-private:
-  int by_table(const std::string &direction) {
-    Statement rows(from_, "SELECT * FROM genp NOT INDEXED ORDER BY id" + direction);
-    return copy(rows);
-  }
-
-  /// Looks for each item that the index names, also behind pages of the table that do not read; the
-  /// names are those of the index.
-  int by_index() {
-    const std::string by_index = " FROM genp INDEXED BY sqlite_autoindex_genp_1 WHERE svce ";
-    Statement names(from_, "SELECT svce, acct, agrp, sync" + by_index + ">= ''");
-    while (names.step() == SQLITE_ROW) {
-      Statement row(from_,
-                    "SELECT *" + by_index + "= ?1 AND acct = ?2 AND agrp = ?3 AND sync = ?4");
-      for (int at = 0; at < 4; ++at) {
-        Field name;
-        names.read(at, name);
-        row.bind(at + 1, name);
-      }
-      if (const int code = copy(row); code != SQLITE_OK)
-        return code;
+/// Looks for each item that the index names, also behind pages of the table that do not read; the
+/// names are those of the index.
+int copy_by_index(Database &from, Database &to, std::int64_t &copied) {
+  const std::string by_index = " FROM genp INDEXED BY sqlite_autoindex_genp_1 WHERE svce ";
+  Statement names(from, "SELECT svce, acct, agrp, sync" + by_index + ">= ''");
+  while (names.step() == SQLITE_ROW) {
+    Statement row(from, "SELECT *" + by_index + "= ?1 AND acct = ?2 AND agrp = ?3 AND sync = ?4");
+    for (int at = 0; at < 4; ++at) {
+      Field name;
+      names.read(at, name);
+      row.bind(at + 1, name);
     }
-    return SQLITE_OK;
+    if (const int code = copy(row, to, copied); code != SQLITE_OK)
+      return code;
   }
+  return SQLITE_OK;
+}
 
-  int copy(Statement &rows) {
-    // The identifier, the attributes and the sealed secret, whatever a format has between them.
-    constexpr int kColumns = static_cast<int>(kAttributes.size()) + 2;
-    while (rows.step() == SQLITE_ROW && rows.columns() >= kColumns) {
-      Row row;
-      read_row(rows, row);
-      row.id = 0;
-      const int code = insert_item(to_, row);
-      // A row that shows twice, or without what a row must have, is none.
-      if (code != SQLITE_DONE && (code & 0xFF) != SQLITE_CONSTRAINT)
-        return code;
-      copied_ += code == SQLITE_DONE;
-    }
-    return SQLITE_OK;
+int copy_all(Database &from, Database &to, std::int64_t &copied) {
+  // From the other end, too, up to the place where the first way broke off.
+  for (const char *direction : {"", " DESC"}) {
+    Statement rows(from, std::string("SELECT * FROM genp NOT INDEXED ORDER BY id") + direction);
+    if (const int code = copy(rows, to, copied); code != SQLITE_OK)
+      return code;
   }
-
-  Database &from_;
-  Database &to_;
-  std::int64_t copied_ = 0;
-};
+  return copy_by_index(from, to, copied);
+}
 
 /// Makes a new file, under the name `path`, of all that reads in `from`.
 OSStatus copy_readable(Database &from, const std::string &path, std::int64_t &copied) {
@@ -82,13 +66,11 @@ OSStatus copy_readable(Database &from, const std::string &path, std::int64_t &co
   int code = to.open(path, Database::Access::read_write);
   if (code == SQLITE_OK) {
     Transaction transaction(to);
-    Copy copy(from, to);
     code = transaction.begun();
     if (code == SQLITE_OK && from.is_open())
-      code = copy.all();
+      code = copy_all(from, to, copied);
     if (code == SQLITE_OK)
       code = transaction.commit();
-    copied = copy.copied();
   }
   const OSStatus status = to.status_of(code);
   to.close_with_checkpoint();
