@@ -238,11 +238,9 @@ OSStatus make_database_file(const std::string &path) {
   Database database;
   int code = database.open(path, Database::Access::read_write);
   if (code == SQLITE_OK)
-    code = database.run("PRAGMA journal_mode = WAL");
-  if (code == SQLITE_OK)
-    code = database.run(kTable);
-  if (code == SQLITE_OK)
-    code = database.run(("PRAGMA user_version = " + std::to_string(kFormat)).c_str());
+    code = database.run(("PRAGMA journal_mode = WAL;" + std::string(kTable) +
+                         ";PRAGMA user_version = " + std::to_string(kFormat))
+                            .c_str());
   const OSStatus status = database.status_of(code);
   database.close_with_checkpoint();
   if (status != errSecSuccess) {
