@@ -3,9 +3,8 @@
 // and the search keys that only certificates have. A process has no entitlements on Linux: it may
 // use any access group.
 
-#include "frameworks/Security/item_query.hpp"
+#include "frameworks/Security/item_dictionaries.hpp"
 #include "frameworks/Security/operations.hpp"
-#include "frameworks/Security/results.hpp"
 
 #include <Security/SecItem.h>
 
@@ -14,15 +13,6 @@
 #include <utility>
 
 using namespace veltro::host::keychain;
-
-namespace {
-
-/// Whether SecItemAdd and SecItemCopyMatching return anything of an item.
-bool returns_something(const ItemQuery &query, CFTypeRef *result) {
-  return result != nullptr && (query.return_data || query.return_attributes);
-}
-
-} // namespace
 
 extern "C" {
 
@@ -35,10 +25,8 @@ OSStatus SecItemAdd(CFDictionaryRef attributes, CFTypeRef *result) {
   status = add(item.query.fields, secret);
   if (status != errSecSuccess || result == nullptr)
     return status;
-  *result = nil;
-  if (returns_something(item, result))
-    *result = Results(item.return_attributes)
-                  .new_result(item.query.fields, item.return_data ? secret_of(secret) : Secret());
+  *result = Results(item.return_attributes)
+                .new_result(item.query.fields, item.return_data ? secret_of(secret) : Secret());
   return status;
 }
 
@@ -47,7 +35,7 @@ OSStatus SecItemCopyMatching(CFDictionaryRef dictionary, CFTypeRef *result) {
   OSStatus status = read_item_query(dictionary, Use::search, query);
   if (status != errSecSuccess)
     return status;
-  const bool returns = returns_something(query, result);
+  const bool returns = result != nullptr && (query.return_data || query.return_attributes);
   Results results(query.return_attributes);
   NSMutableArray *many = nil;
   id one = nil;

@@ -46,6 +46,7 @@ struct Field {
   double real = 0;
   std::string_view bytes;
 
+  bool operator==(const Field &) const = default;
   [[nodiscard]] bool present() const { return type != Type::absent; }
 
   static Field of(std::int64_t value) { return {Type::integer, value, 0, {}}; }

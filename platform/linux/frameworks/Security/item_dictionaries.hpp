@@ -1,15 +1,18 @@
-// What the dictionaries of the item functions say.
+// Items as the dictionaries that the item functions are given, and as the objects that they return.
 #pragma once
 
 #include "frameworks/Security/attributes.hpp"
+#include "frameworks/Security/sealing.hpp"
 
-#include <CoreFoundation/CFBase.h>
+#import <Foundation/Foundation.h>
+
 #include <MacTypes.h>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace veltro::host::keychain {
 
@@ -34,5 +37,34 @@ struct ItemQuery {
 /// Reads `dictionary`; errSecParam where it is not what the documentation asks for, and
 /// errSecUnimplemented where it asks for references.
 OSStatus read_item_query(CFDictionaryRef dictionary, Use use, ItemQuery &out);
+
+/// Makes the results of one call; values that many items share become one object.
+class Results {
+public:
+  explicit Results(bool attributes);
+  ~Results();
+  Results(const Results &) = delete;
+  Results &operator=(const Results &) = delete;
+
+  /// The secret, a dictionary of attributes, or one of both where there is a secret; nil where
+  /// neither is wanted. The caller owns it, and the secret's bytes become its own.
+  id new_result(const Fields &fields, Secret secret);
+
+  /// Overwrites the secret in a result that nobody gets.
+  static void wipe_secret_of(id result);
+
+private:
+  /// An object and what it was made of.
+  struct Value {
+    Field field; ///< its bytes are those of `bytes`
+    std::string bytes;
+    id object = nil;
+  };
+
+  /// The object for a value, which holds until the next item.
+  id value(std::size_t at, const Field &field);
+
+  std::vector<Value> last_; ///< of each attribute; none where attributes are not wanted
+};
 
 } // namespace veltro::host::keychain
