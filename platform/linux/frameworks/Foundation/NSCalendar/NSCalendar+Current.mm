@@ -1,8 +1,7 @@
-// The user's calendar: +currentCalendar with the settings of the moment,
-// +autoupdatingCurrentCalendar whose settings are always those of the moment. Follows Apple's
-// NSCalendar class reference. The settings are the current locale's calendar and weeks and the
-// default time zone; a region's customary calendar other than the Gregorian has to be named in the
-// locale ("th_TH@calendar=buddhist"). Setting something on the autoupdating calendar changes
+// +currentCalendar, and +autoupdatingCurrentCalendar whose settings are always those of the moment:
+// the current locale's calendar and weeks and the default time zone. Follows Apple's NSCalendar
+// class reference. A region's customary calendar other than the Gregorian has to be named in the
+// locale ("th_TH@calendar=buddhist"); setting something on the autoupdating calendar changes
 // nothing.
 //
 // Both are objects of the class NSCalendar itself: in this runtime a subclass would not notice that
@@ -29,8 +28,7 @@ NSCalendar *new_current_calendar() {
 
 std::atomic<const void *> autoupdating{nullptr};
 
-/// A calendar with the settings of the moment and what it was made from: to make one takes ICU
-/// long.
+/// A calendar and the settings that it was made from: to make one takes ICU long.
 struct Snapshot {
   NSLocale *locale = nil;
   NSTimeZone *zone = nil;

@@ -1,8 +1,7 @@
 // The methods of NSCalendar that take dates apart, put them together, step by days and find where a
-// unit begins. Follows Apple's NSCalendar and NSDateComponents class references; time zones come
-// from the system's time-zone files, in full. What GNUstep does otherwise, and why that does not
-// do, is in docs/calendar.md. Left to GNUstep: the fields of calendars other than the Gregorian,
-// dates from weeks and weekdays, and steps by other units than days.
+// unit begins. Follows Apple's NSCalendar and NSDateComponents class references; docs/calendar.md
+// has what GNUstep does otherwise. Left to GNUstep: the fields of calendars other than the
+// Gregorian, dates from weeks and weekdays, and steps by other units than days.
 
 #include "frameworks/Foundation/NSCalendar/current_calendar.hpp"
 #include "frameworks/Foundation/NSTimeZone/time_zone_rules.hpp"
@@ -14,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -27,9 +27,8 @@ struct {
   NSDate *(*adding)(NSCalendar *, SEL, NSDateComponents *, NSDate *, NSUInteger) = nullptr;
 } constinit gnustep_methods;
 
-/// A calendar of GNUstep's own (autoreleased) that belongs to the calling thread only, with the
-/// settings of `settings` and the time zone `zone`. GNUstep's calendars change inside while they
-/// work, so that two threads cannot share one.
+/// A calendar of GNUstep's own (autoreleased) with the settings of `settings` and the time zone
+/// `zone`, for one thread: GNUstep's calendars change inside while they work.
 NSCalendar *gnustep_calendar(NSCalendar *settings, NSTimeZone *zone) {
   NSCalendar *calendar =
       [[[NSCalendar alloc] initWithCalendarIdentifier:[settings calendarIdentifier]] autorelease];
@@ -72,10 +71,6 @@ bool is_gregorian(NSCalendar *calendar) {
   return identifier == nil || [identifier isEqualToString:NSCalendarIdentifierGregorian];
 }
 
-bool is_set(NSInteger component) {
-  return component != NSDateComponentUndefined;
-}
-
 NSTimeZone *greenwich() {
   return [NSTimeZone timeZoneForSecondsFromGMT:0];
 }
@@ -85,22 +80,13 @@ WeekRules week_rules_of(NSCalendar *calendar) {
           static_cast<int>([calendar minimumDaysInFirstWeek])};
 }
 
-struct Field {
-  NSUInteger unit;
-  SEL setter;
-  std::int64_t value;
-};
+using Field = std::pair<NSCalendarUnit, std::int64_t>;
 
 /// Sets those of the fields that `units` asks for.
 void fill(NSDateComponents *components, NSUInteger units, std::initializer_list<Field> fields) {
-  for (const Field &field : fields)
-    if ((units & field.unit) != 0) {
-      using Setter = void (*)(id, SEL, NSInteger);
-      using Untyped = void (*)();
-      const IMP method = [components methodForSelector:field.setter];
-      reinterpret_cast<Setter>(reinterpret_cast<Untyped>(method))(
-          components, field.setter, static_cast<NSInteger>(field.value));
-    }
+  for (const auto &[unit, value] : fields)
+    if ((units & unit) != 0)
+      [components setValue:static_cast<NSInteger>(value) forComponent:unit];
 }
 
 NSDateComponents *gregorian_components(NSCalendar *calendar, NSUInteger units, LocalTime local,
@@ -110,25 +96,24 @@ NSDateComponents *gregorian_components(NSCalendar *calendar, NSUInteger units, L
   const std::int64_t second = local - day * kSecondsInDay;
   const CivilDate date = civil_from_days(day);
   fill(components, units,
-       {{NSCalendarUnitEra, @selector(setEra:), date.year < 1 ? 0 : 1},
-        {NSCalendarUnitYear, @selector(setYear:), date.year < 1 ? 1 - date.year : date.year},
-        {NSCalendarUnitQuarter, @selector(setQuarter:), (date.month + 2) / 3},
-        {NSCalendarUnitMonth, @selector(setMonth:), date.month},
-        {NSCalendarUnitDay, @selector(setDay:), date.day},
-        {NSCalendarUnitWeekday, @selector(setWeekday:), weekday_of(day)},
-        {NSCalendarUnitWeekdayOrdinal, @selector(setWeekdayOrdinal:), (date.day - 1) / 7 + 1},
-        {NSCalendarUnitHour, @selector(setHour:), second / 3600},
-        {NSCalendarUnitMinute, @selector(setMinute:), second / 60 % 60},
-        {NSCalendarUnitSecond, @selector(setSecond:), second % 60},
-        {NSCalendarUnitNanosecond, @selector(setNanosecond:),
-         static_cast<std::int64_t>(fraction * 1e9)}});
+       {{NSCalendarUnitEra, date.year < 1 ? 0 : 1},
+        {NSCalendarUnitYear, date.year < 1 ? 1 - date.year : date.year},
+        {NSCalendarUnitQuarter, (date.month + 2) / 3},
+        {NSCalendarUnitMonth, date.month},
+        {NSCalendarUnitDay, date.day},
+        {NSCalendarUnitWeekday, weekday_of(day)},
+        {NSCalendarUnitWeekdayOrdinal, (date.day - 1) / 7 + 1},
+        {NSCalendarUnitHour, second / 3600},
+        {NSCalendarUnitMinute, second / 60 % 60},
+        {NSCalendarUnitSecond, second % 60},
+        {NSCalendarUnitNanosecond, static_cast<std::int64_t>(fraction * 1e9)}});
   if ((units & kWeekUnits) != 0) {
     const WeekNumbers weeks = week_numbers(day, week_rules_of(calendar));
     fill(components, units,
-         {{NSWeekCalendarUnit, @selector(setWeek:), weeks.of_year},
-          {NSCalendarUnitWeekOfYear, @selector(setWeekOfYear:), weeks.of_year},
-          {NSCalendarUnitWeekOfMonth, @selector(setWeekOfMonth:), weeks.of_month},
-          {NSCalendarUnitYearForWeekOfYear, @selector(setYearForWeekOfYear:), weeks.year}});
+         {{NSWeekCalendarUnit, weeks.of_year},
+          {NSCalendarUnitWeekOfYear, weeks.of_year},
+          {NSCalendarUnitWeekOfMonth, weeks.of_month},
+          {NSCalendarUnitYearForWeekOfYear, weeks.year}});
   }
   return components;
 }
@@ -152,33 +137,39 @@ NSDateComponents *components_from_date(NSCalendar *self, SEL selector, NSUIntege
   return components;
 }
 
+bool is_set(NSDateComponents *components, NSCalendarUnit unit) {
+  return [components valueForComponent:unit] != NSDateComponentUndefined;
+}
+
 bool names_weeks(NSDateComponents *components) {
-  return is_set([components week]) || is_set([components weekOfYear]) ||
-         is_set([components weekOfMonth]) || is_set([components yearForWeekOfYear]) ||
-         is_set([components weekday]) || is_set([components weekdayOrdinal]);
+  constexpr NSCalendarUnit kUnits[] = {NSCalendarUnitWeekday, NSCalendarUnitWeekdayOrdinal,
+                                       NSCalendarUnitWeekOfYear, NSCalendarUnitWeekOfMonth,
+                                       NSCalendarUnitYearForWeekOfYear};
+  return std::ranges::any_of(kUnits, std::bind_front(is_set, components));
 }
 
 /// The local time that year to second give; nothing where one lies too far out.
 std::optional<LocalTime> local_time_from(NSDateComponents *components) {
   bool in_reach = true;
-  const auto value = [&](std::int64_t component, std::int64_t unset, std::int64_t most) {
-    if (!is_set(static_cast<NSInteger>(component)))
+  const auto value = [&](NSCalendarUnit unit, std::int64_t unset, std::int64_t most) {
+    if (!is_set(components, unit))
       return unset;
+    const std::int64_t component = [components valueForComponent:unit];
     in_reach = in_reach && component >= -most && component <= most;
     return std::clamp(component, -most, most);
   };
   constexpr std::int64_t kMostYears = 10'000'000;
   constexpr std::int64_t kMostSeconds = kFarthest / 8;
-  std::int64_t year = value([components year], 1, kMostYears);
-  if (is_set([components era]) && [components era] == 0)
+  std::int64_t year = value(NSCalendarUnitYear, 1, kMostYears);
+  if ([components era] == 0)
     year = 1 - year;
   const std::int64_t day =
-      days_from_civil(year, value([components month], 1, kMostYears),
-                      value([components day], 1, kMostSeconds / kSecondsInDay));
+      days_from_civil(year, value(NSCalendarUnitMonth, 1, kMostYears),
+                      value(NSCalendarUnitDay, 1, kMostSeconds / kSecondsInDay));
   const LocalTime local = day * kSecondsInDay +
-                          value([components hour], 0, kMostSeconds / 3600) * 3600 +
-                          value([components minute], 0, kMostSeconds / 60) * 60 +
-                          value([components second], 0, kMostSeconds);
+                          value(NSCalendarUnitHour, 0, kMostSeconds / 3600) * 3600 +
+                          value(NSCalendarUnitMinute, 0, kMostSeconds / 60) * 60 +
+                          value(NSCalendarUnitSecond, 0, kMostSeconds);
   return in_reach ? std::optional(local) : std::nullopt;
 }
 
@@ -199,21 +190,19 @@ NSDate *date_from_components(NSCalendar *self, SEL selector, NSDateComponents *c
   }
   if (!local)
     return nil;
-  const double fraction =
-      is_set([components nanosecond]) ? static_cast<double>([components nanosecond]) / 1e9 : 0;
+  const double fraction = is_set(components, NSCalendarUnitNanosecond)
+                              ? static_cast<double>([components nanosecond]) / 1e9
+                              : 0;
   const auto rules = rules_of(zone, date_at(*local));
   return date_at(moment_of(*rules, *local), fraction);
 }
 
 bool holds_days_only(NSDateComponents *components) {
-  const NSInteger others[] = {[components era],         [components year],
-                              [components quarter],     [components month],
-                              [components hour],        [components minute],
-                              [components second],      [components nanosecond],
-                              [components weekday],     [components weekdayOrdinal],
-                              [components week],        [components weekOfYear],
-                              [components weekOfMonth], [components yearForWeekOfYear]};
-  return std::ranges::none_of(others, is_set);
+  constexpr NSCalendarUnit kOthers[] = {
+      NSCalendarUnitEra,  NSCalendarUnitYear,   NSCalendarUnitQuarter, NSCalendarUnitMonth,
+      NSCalendarUnitHour, NSCalendarUnitMinute, NSCalendarUnitSecond,  NSCalendarUnitNanosecond};
+  return !names_weeks(components) &&
+         std::ranges::none_of(kOthers, std::bind_front(is_set, components));
 }
 
 NSDate *date_by_adding_components(NSCalendar *self, SEL selector, NSDateComponents *components,
@@ -224,7 +213,7 @@ NSDate *date_by_adding_components(NSCalendar *self, SEL selector, NSDateComponen
   if (options != 0 || !holds_days_only(components))
     return gnustep_methods.adding(gnustep_calendar(calendar, [calendar timeZone]), selector,
                                   components, date, options);
-  const std::int64_t days = is_set([components day]) ? [components day] : 0;
+  const std::int64_t days = is_set(components, NSCalendarUnitDay) ? [components day] : 0;
   const Moment moment = moment_of_date(date);
   constexpr std::int64_t kMostDays = kFarthest / kSecondsInDay;
   const double seconds = moment.far || days > kMostDays || days < -kMostDays

@@ -153,16 +153,6 @@ std::int64_t local_seconds(const YearlyRule::Change &change, std::int64_t year) 
   return day * kSecondsInDay + change.time;
 }
 
-/// The transitions of the year `year`, in order of time.
-std::vector<Transition> transitions_of(const YearlyRule &rule, std::int64_t year) {
-  if (rule.summer == rule.standard)
-    return {};
-  const Transition summer{local_seconds(rule.to_summer, year) - rule.standard, rule.summer};
-  const Transition standard{local_seconds(rule.to_standard, year) - rule.summer, rule.standard};
-  return summer.time < standard.time ? std::vector{summer, standard}
-                                     : std::vector{standard, summer};
-}
-
 std::int64_t year_of(UnixTime time) {
   return civil_from_days(floor_div(time, kSecondsInDay)).year;
 }
@@ -230,13 +220,17 @@ std::vector<Transition> ZoneRules::transitions_between(UnixTime from, UnixTime t
   auto next = std::ranges::upper_bound(table_, from, {}, &Transition::time);
   for (; next != table_.end() && next->time <= to; ++next)
     found.push_back(*next);
-  if (next == table_.end() && rule_) {
+  if (next == table_.end() && rule_ && rule_->summer != rule_->standard) {
+    const auto &[standard, summer, to_summer, to_standard] = *rule_;
     const UnixTime table_end = table_.empty() ? from : std::max(from, table_.back().time);
     // A day of a local year may lie in the year before or after it in UTC.
     for (std::int64_t year = year_of(table_end) - 1; year <= year_of(to) + 1; ++year)
-      for (const Transition &transition : transitions_of(*rule_, year))
+      for (const Transition &transition :
+           {Transition{local_seconds(to_summer, year) - standard, summer},
+            Transition{local_seconds(to_standard, year) - summer, standard}})
         if (transition.time > table_end && transition.time <= to)
           found.push_back(transition);
+    std::ranges::sort(found, {}, &Transition::time);
   }
   return found;
 }
