@@ -5,6 +5,9 @@
 
 namespace veltro::host {
 
+/// What the property list `data` holds; nil where it is none. Never raises.
+id property_list_in(NSData *data);
+
 /// Whether `data` begins as a binary or an XML property list does.
 bool begins_as_property_list(NSData *data);
 

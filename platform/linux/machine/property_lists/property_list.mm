@@ -28,6 +28,13 @@ std::string why_unreadable(const std::string &path) {
 
 } // namespace
 
+id property_list_in(NSData *data) {
+  return [NSPropertyListSerialization propertyListWithData:data
+                                                   options:NSPropertyListImmutable
+                                                    format:nullptr
+                                                     error:nullptr];
+}
+
 bool begins_as_property_list(NSData *data) {
   const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
   return bytes.starts_with("bplist") || bytes.starts_with("<") ||
@@ -37,10 +44,7 @@ bool begins_as_property_list(NSData *data) {
 NSDictionary *dictionary_in(NSData *data) {
   if (!begins_as_property_list(data))
     return nil;
-  id const list = [NSPropertyListSerialization propertyListWithData:data
-                                                            options:NSPropertyListImmutable
-                                                             format:nullptr
-                                                              error:nullptr];
+  id const list = property_list_in(data);
   return [list isKindOfClass:[NSDictionary class]] ? list : nil;
 }
 
@@ -55,15 +59,9 @@ PlistStrings plist_strings(const std::string &path, std::initializer_list<const 
     return result;
   @autoreleasepool {
     NSData *data = [NSData dataWithContentsOfFile:string_of(path)];
-    if (data == nil) {
-      result.problem = "cannot be read";
-      return result;
-    }
     NSDictionary *list = dictionary_in(data);
-    if (list == nil) {
-      result.problem = "not a property list with a dictionary";
-      return result;
-    }
+    if (list == nil)
+      result.problem = data == nil ? "cannot be read" : "not a property list with a dictionary";
     for (const char *key : keys) {
       id value = [list objectForKey:string_of(key)];
       const char *text = [value isKindOfClass:[NSString class]] ? [value UTF8String] : nullptr;

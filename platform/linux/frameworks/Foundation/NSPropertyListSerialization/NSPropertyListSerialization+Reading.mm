@@ -1,7 +1,7 @@
-// Reading property lists, and with them keyed archives, preferences and tables of strings. For a
-// damaged list the device returns nil and an error; GNUstep does so for some, raises for others,
-// and for a list that nests deeply or refers to itself runs into the end of the stack. Its readers
-// get only what they can read. Follows Apple's NSPropertyListSerialization and NSString references.
+// Reading property lists. For a damaged list the device returns nil and an error; GNUstep raises
+// for some, and for a list that nests deeply or refers to itself runs into the end of the stack.
+// Its readers get only what they can read. Follows Apple's NSPropertyListSerialization and NSString
+// references.
 //
 // -initWithContentsOfFile: and -initWithContentsOfURL: of NSDictionary and NSArray read binary
 // lists too, which GNUstep takes for text.
@@ -9,6 +9,7 @@
 #import <Foundation/Foundation.h>
 
 #include "frameworks/Foundation/replace_method.hpp"
+#include "machine/property_lists/property_list.hpp"
 #include "machine/property_lists/property_list_guard.hpp"
 
 #include <objc/runtime.h>
@@ -21,23 +22,16 @@ using veltro::host::replace_method;
 
 constexpr NSInteger kReadCorrupt = 3840; // Foundation's NSPropertyListReadCorruptError
 
-using WithData = id (*)(id, SEL, NSData *, NSPropertyListReadOptions, NSPropertyListFormat *,
-                        NSError **);
 using FromString = id (*)(NSString *, SEL);
 
-WithData gnustep_list;
+id (*gnustep_list)(id, SEL, NSData *, NSPropertyListReadOptions, NSPropertyListFormat *,
+                   NSError **);
 FromString gnustep_list_of_text;
 FromString gnustep_strings_of_text;
 
 bool is_harmless(NSData *data) {
   return data != nil && veltro::host::is_harmless_property_list(
                             {static_cast<const std::byte *>([data bytes]), [data length]});
-}
-
-NSError *corrupt(NSString *reason) {
-  NSDictionary *const info = [NSDictionary dictionaryWithObject:reason
-                                                         forKey:NSLocalizedDescriptionKey];
-  return [NSError errorWithDomain:NSCocoaErrorDomain code:kReadCorrupt userInfo:info];
 }
 
 id list_with_data(id self, SEL selector, NSData *data, NSPropertyListReadOptions options,
@@ -53,27 +47,18 @@ id list_with_data(id self, SEL selector, NSData *data, NSPropertyListReadOptions
       reason = [exception reason];
   }
   if (error != nullptr)
-    *error = corrupt(reason);
+    *error =
+        [NSError errorWithDomain:NSCocoaErrorDomain
+                            code:kReadCorrupt
+                        userInfo:[NSDictionary dictionaryWithObject:reason
+                                                             forKey:NSLocalizedDescriptionKey]];
   return nil;
 }
 
-id read_text(NSString *text, SEL selector, FromString original) {
-  if (!is_harmless([text dataUsingEncoding:NSUTF8StringEncoding]))
+template <FromString &original> id read_text(NSString *self, SEL selector) {
+  if (!is_harmless([self dataUsingEncoding:NSUTF8StringEncoding]))
     [NSException raise:NSParseErrorException format:@"not a property list"];
-  return original(text, selector);
-}
-
-id list_of_text(NSString *self, SEL selector) {
-  return read_text(self, selector, gnustep_list_of_text);
-}
-
-id strings_of_text(NSString *self, SEL selector) {
-  return read_text(self, selector, gnustep_strings_of_text);
-}
-
-bool is_binary(NSData *data) {
-  const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
-  return bytes.starts_with("bplist");
+  return original(self, selector);
 }
 
 id filled(NSDictionary *self, id list) {
@@ -93,12 +78,10 @@ template <typename Collection> struct Reading {
 
   static id from_file(Collection *self, SEL selector, id path) {
     NSData *const data = [NSData dataWithContentsOfFile:path];
-    if (!is_binary(data))
+    const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
+    if (!bytes.starts_with("bplist"))
       return gnustep_from_file(self, selector, path);
-    id const list = [NSPropertyListSerialization propertyListWithData:data
-                                                              options:NSPropertyListImmutable
-                                                               format:nullptr
-                                                                error:nullptr];
+    id const list = veltro::host::property_list_in(data);
     if ([list isKindOfClass:[Collection class]])
       return filled(self, list);
     [self release];
@@ -123,9 +106,9 @@ VH_AT_LOAD(VHReadingPropertyLists) {
   gnustep_list = replace_class_method(objc_getClass("NSPropertyListSerialization"),
                                       "propertyListWithData:options:format:error:", list_with_data);
   const Class string = objc_getClass("NSString");
-  gnustep_list_of_text = replace_method(string, "propertyList", list_of_text);
-  gnustep_strings_of_text =
-      replace_method(string, "propertyListFromStringsFileFormat", strings_of_text);
+  gnustep_list_of_text = replace_method(string, "propertyList", read_text<gnustep_list_of_text>);
+  gnustep_strings_of_text = replace_method(string, "propertyListFromStringsFileFormat",
+                                           read_text<gnustep_strings_of_text>);
   Reading<NSDictionary>::patch("NSDictionary");
   Reading<NSArray>::patch("NSArray");
 }

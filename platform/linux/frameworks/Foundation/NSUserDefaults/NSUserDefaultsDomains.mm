@@ -1,7 +1,7 @@
-// The persistent domains of NSUserDefaults as the device keeps them: one property list a domain in
-// var/mobile/Library/Preferences under the device root, binary, replaced as a whole. Every read
-// reads the file, so that any process sees what another wrote last. GNUstep keeps domains in files
-// of its own and remembers them; the application's own and the global domain stay there. It takes a
+// The persistent domains of NSUserDefaults as the device keeps them: one binary property list a
+// domain in var/mobile/Library/Preferences under the device root, replaced as a whole and read
+// every time, so that any process sees what another wrote last. GNUstep keeps domains in files of
+// its own and remembers them; the application's own and the global domain stay there. It takes a
 // file that does not read for an empty one: before it replaces such a file, that is kept under
 // another name. The names of all domains, managed preferences and change notifications are left
 // out.
@@ -17,6 +17,8 @@
 #include "machine/root/device_root.hpp"
 #include "machine/text/utf8.hpp"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <objc/runtime.h>
 #include <unistd.h>
@@ -25,13 +27,9 @@ namespace {
 
 using veltro::host::replace_method;
 
-using Read = NSDictionary *(*)(NSUserDefaults *, SEL, NSString *);
-using Write = void (*)(NSUserDefaults *, SEL, NSDictionary *, NSString *);
-using Remove = void (*)(NSUserDefaults *, SEL, NSString *);
-
-Read read_of_gnustep;
-Write write_of_gnustep;
-Remove remove_of_gnustep;
+NSDictionary *(*read_of_gnustep)(NSUserDefaults *, SEL, NSString *);
+void (*write_of_gnustep)(NSUserDefaults *, SEL, NSDictionary *, NSString *);
+void (*remove_of_gnustep)(NSUserDefaults *, SEL, NSString *);
 BOOL (*synchronize_of_gnustep)(id, SEL);
 
 bool is_gnustep_s(NSString *domain) {
@@ -53,7 +51,7 @@ std::string file_of(NSString *domain) {
   return folder() + '/' + name + ".plist";
 }
 
-/// The folder holds what the user set: nobody else's business.
+/// For the user only: it holds what they set.
 bool make_folder() {
   namespace fs = std::filesystem;
   std::error_code error;
@@ -114,25 +112,14 @@ id held(id domain, const char *name) {
 }
 
 bool has_changes(id domain) {
-  return [held(domain, "added") count] + [held(domain, "modified") count] +
-             [held(domain, "removed") count] !=
-         0;
-}
-
-bool is_corrupt(NSString *path) {
-  NSData *const data = [NSData dataWithContentsOfFile:path];
-  if (data == nil)
-    return false;
-  id const list = [NSPropertyListSerialization propertyListWithData:data
-                                                            options:NSPropertyListImmutable
-                                                             format:nullptr
-                                                              error:nullptr];
-  return ![list isKindOfClass:[NSDictionary class]];
+  return std::ranges::any_of(std::array{"added", "modified", "removed"},
+                             [&](const char *name) { return [held(domain, name) count] != 0; });
 }
 
 BOOL synchronize(id self, SEL selector) {
   NSString *const path = held(self, "path");
-  if (is_corrupt(path)) {
+  NSData *const data = [NSData dataWithContentsOfFile:path];
+  if (data != nil && ![veltro::host::property_list_in(data) isKindOfClass:[NSDictionary class]]) {
     const char *const file = [path fileSystemRepresentation];
     veltro::host::log_corrupt_file(file);
     if (has_changes(self) && !veltro::host::quarantine_file(file))
