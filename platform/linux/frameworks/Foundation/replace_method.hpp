@@ -9,9 +9,8 @@
 
 namespace veltro::host {
 
-/// method_setImplementation. A class that was sent nothing yet shares one empty table of methods
-/// with all others of its kind, and the runtime's call would write into that: any of them would
-/// have the new method, where it is the first that they are sent. The list of the class's own
+/// method_setImplementation, which for a class that was sent nothing yet would write into the empty
+/// table of methods that it shares with all others of its kind: the list of the class's own
 /// methods, of which its table will be made, is what counts then.
 inline IMP set_implementation(Class owner, Method method, IMP implementation) {
   struct ClassLayout {

@@ -1,13 +1,10 @@
 // NSBundle by path and by identifier, as on the device:
-//  - a path that exists under the device root is that one (so an absolute path of the device
-//    resolves there); any other path is this machine's, such as one that lies under the root
-//    already;
-//  - every call looks at the disk, where GNUstep remembers that a folder was missing and continues
-//    to find a bundle whose folder is gone;
+//  - a path that exists under the device root is that one; any other path is this machine's;
+//  - every call looks at the disk, where GNUstep remembers folders that were missing or there;
 //  - a path gives the bundle at that path, where GNUstep gives an older one with the same
 //    identifier;
-//  - an identifier finds the system's frameworks too. It does not find apps that no bundle object
-//    of this process stands for, neither does the device;
+//  - an identifier finds the system's frameworks too, and no apps that no bundle object of this
+//    process stands for;
 //  - the main bundle of a program NAME without GNUstep's folder Resources/NAME beside it is
 //    ../share/NAME, where installed programs keep their files;
 //  - +allBundles lists every object whose folder is still there.
@@ -48,9 +45,9 @@ struct Known {
   NSBundle *bundle;
 };
 
-// The bundle objects of this process, the oldest first. GNUstep's own registry hands out objects
-// that it does not retain, so that another thread's last release frees them meanwhile; these stay.
-// Never destroyed: other threads may ask while the process ends.
+// The bundle objects of this process, the oldest first, which stay: GNUstep's own registry hands
+// out objects that another thread's last release frees meanwhile. Never destroyed: other threads
+// may ask while the process ends.
 std::mutex &mutex = *new std::mutex;
 std::vector<Known> &registry = *new std::vector<Known>;
 

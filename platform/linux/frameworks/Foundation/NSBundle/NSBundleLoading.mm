@@ -1,10 +1,9 @@
-// NSBundle's resources and executable in the device's flat layout: Info.plist, the executable and
-// the resources lie in the bundle's folder itself. Where GNUstep's own layout is found, it is
-// GNUstep's.
+// NSBundle's resources and executable in the device's flat layout, all in the bundle's folder
+// itself, beside GNUstep's own layout.
 //
 // -load links an executable that can be linked. A bundle without one, or whose executable is a
-// program like an app's, has nothing to link: it counts as loaded, YES. Where Info.plist names an
-// executable that is missing the result is NO. A bundle that was loaded stays, also as an object.
+// program, has nothing to link: it counts as loaded, YES. Where Info.plist names an executable that
+// is missing the result is NO. A bundle that was loaded stays, also as an object.
 
 #import <Foundation/Foundation.h>
 

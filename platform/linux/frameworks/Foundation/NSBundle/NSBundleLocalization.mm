@@ -2,8 +2,8 @@
 // bundles: a table of the bundle's folder itself comes first, then that of the localization that
 // suits the user best, then that of the development region; a key that the first table found does
 // not have gives the default value, or the key itself where that is nil or empty.
-// Tables and languages are those of the moment.
-// GNUstep's default NSShowNonLocalizedStrings and tables of plural rules are left out.
+// Tables and languages are those of the moment. GNUstep's default NSShowNonLocalizedStrings and
+// tables of plural rules are left out.
 
 #import <Foundation/Foundation.h>
 
@@ -13,8 +13,8 @@
 #include "machine/property_lists/property_list.hpp"
 #include "machine/text/utf8.hpp"
 
-#include <algorithm>
 #include <filesystem>
+#include <set>
 #include <string_view>
 
 namespace {
@@ -34,17 +34,15 @@ std::vector<std::string> resource_folders(NSBundle *bundle) {
 }
 
 std::vector<std::string> localizations_in(const std::vector<std::string> &folders) {
-  std::vector<std::string> names;
+  std::set<std::string> names;
   for (const std::string &folder : folders) {
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error))
       if (entry->path().extension() == ".lproj")
-        names.push_back(entry->path().stem().string());
+        names.insert(entry->path().stem());
   }
-  std::ranges::sort(names);
-  names.erase(std::ranges::unique(names).begin(), names.end());
-  return names;
+  return {names.begin(), names.end()};
 }
 
 std::vector<std::string> preferred_in(NSBundle *bundle, const std::vector<std::string> &available) {
@@ -52,8 +50,7 @@ std::vector<std::string> preferred_in(NSBundle *bundle, const std::vector<std::s
   id region = [[bundle infoDictionary] objectForKey:@"CFBundleDevelopmentRegion"];
   if ([region isKindOfClass:[NSString class]])
     wanted.push_back(utf8_of(region));
-  for (const char *last : {"en", "Base"})
-    wanted.emplace_back(last);
+  wanted.insert(wanted.end(), {"en", "Base"});
   return veltro::host::matching_localizations(available, wanted);
 }
 
@@ -61,9 +58,8 @@ std::vector<std::string> preferred_in(NSBundle *bundle, const std::vector<std::s
 NSDictionary *parse_table(NSData *data) {
   if (veltro::host::begins_as_property_list(data))
     return veltro::host::dictionary_in(data);
-  const auto *bytes = static_cast<const unsigned char *>([data bytes]);
-  const bool wide = [data length] >= 2 && ((bytes[0] == 0xFE && bytes[1] == 0xFF) ||
-                                           (bytes[0] == 0xFF && bytes[1] == 0xFE));
+  const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
+  const bool wide = bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE");
   NSString *source = [[[NSString alloc]
       initWithData:data
           encoding:wide ? NSUTF16StringEncoding : NSUTF8StringEncoding] autorelease];
@@ -89,11 +85,9 @@ NSDictionary *table_named(NSBundle *bundle, const std::string &name) {
   for (const std::string &language : preferred_in(bundle, localizations_in(folders)))
     places.push_back('/' + language + ".lproj/");
   for (const std::string &place : places)
-    for (std::string path : folders) {
-      path.append(place).append(name).append(".strings");
-      if (NSDictionary *table = table_at(path); table != nil)
+    for (const std::string &folder : folders)
+      if (NSDictionary *table = table_at(folder + place + name + ".strings"); table != nil)
         return table;
-    }
   return nil;
 }
 

@@ -1,8 +1,7 @@
 // Dates and the text "$null" in keyed archives, in the device's form.
 //
 // - A date is an object of class NSDate with the key NS.time, the seconds since 2001 in UTC.
-//   GNUstep writes a property list's date instead, whose readers elsewhere do not expect one. Both
-//   forms are read, by GNUstep itself.
+//   GNUstep writes a property list's date instead. It reads both forms.
 // - The text "$null", which GNUstep cannot tell from the null reference, is an object of class
 //   NSString with the key NS.string; NSKeyedUnarchiver+Objects.mm reads that form.
 
@@ -12,9 +11,8 @@
 
 namespace {
 
-/// A class that stands for one of Foundation's while an object is archived, under the name of that:
-/// GNUstep writes an object of its own property list types, which it knows by their class, as it
-/// stands.
+/// A class that stands for one of Foundation's while an object is archived: GNUstep writes objects
+/// of the property list's own classes as they stand.
 Class archived_as(NSString *name, const char *stand_in) {
   const Class made = objc_allocateClassPair([NSObject class], stand_in, 0);
   objc_registerClassPair(made);

@@ -1,11 +1,11 @@
 // What NSKeyedUnarchiver makes of one object of the archive, where GNUstep differs from the device.
 //
 // - requiresSecureCoding is enforced before the object is made: its class must be asked for, or
-//   inherit from one that is, and must support secure coding. Where a class decodes a key without
-//   naming classes, those of the key that the object itself stands under hold. Two exceptions: the
-//   elements of a collection may be property list objects also where only the collection was named,
-//   and Foundation's other classes, which on the device name the classes of their own parts, may
-//   have any of Foundation's objects as parts.
+//   inherit from one that is, and must support secure coding. A key decoded without naming classes
+//   may hold those of the key that the object itself stands under. Two exceptions: a collection's
+//   elements may be property list objects also where only the collection was named, and
+//   Foundation's other classes, which on the device name those of their parts, may have any of
+//   Foundation's.
 // - The text "$null" is not taken for the null reference.
 //
 // Follows Apple's references of NSKeyedUnarchiver and NSSecureCoding. Left out: the delegate's
@@ -66,13 +66,12 @@ NSUInteger reference(id record, NSString *name) {
   return [number isKindOfClass:[NSNumber class]] ? [number unsignedIntegerValue] : NSNotFound;
 }
 
-/// The property list class that `value` is of, or of which `value` itself is a subclass; Nil where
-/// there is none.
-Class property_list_class(id value, bool value_is_class) {
+/// The property list class that `found` inherits from; Nil where there is none.
+Class property_list_class(Class found) {
   const Class classes[] = {[NSString class], [NSNumber class], [NSDate class],
                            [NSData class],   [NSArray class],  [NSDictionary class]};
   for (const Class candidate : classes)
-    if (value_is_class ? [value isSubclassOfClass:candidate] : [value isKindOfClass:candidate])
+    if ([found isSubclassOfClass:candidate])
       return candidate;
   return Nil;
 }
@@ -81,7 +80,7 @@ Class property_list_class(id value, bool value_is_class) {
 Class class_of(NSKeyedUnarchiver *coder, id record) {
   const id description = record_at(coder, reference(record, @"$class"));
   if (description == nil)
-    return property_list_class(record, false);
+    return property_list_class([record class]);
   const id name = field(description, @"$classname");
   if (![name isKindOfClass:[NSString class]])
     return Nil;
@@ -92,8 +91,7 @@ Class class_of(NSKeyedUnarchiver *coder, id record) {
 }
 
 bool is_expected(Class found, const Expectation &expectation) {
-  if (expectation.classes == nil ||
-      (expectation.elements && property_list_class(found, true) != Nil) ||
+  if (expectation.classes == nil || (expectation.elements && property_list_class(found) != Nil) ||
       (expectation.parts && veltro::host::foundation_decodes(found)))
     return true;
   for (const Class expected in expectation.classes)
@@ -117,11 +115,8 @@ void check(Class found, const Expectation &expectation) {
                 format:@"Secure coding is required and class '%@' does not support it.", found];
 }
 
-using DecodeObject = id (*)(id, SEL, unsigned);
-using DecodeForKey = id (*)(id, SEL, NSString *);
-
-DecodeObject decode_object;
-DecodeForKey decode_elements;
+id (*decode_object)(id, SEL, unsigned);
+id (*decode_elements)(id, SEL, NSString *);
 
 id decode_checked(NSKeyedUnarchiver *self, SEL selector, unsigned index) {
   Expectation expectation = current(self);
