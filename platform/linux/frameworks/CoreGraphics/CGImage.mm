@@ -36,11 +36,17 @@ VHImage *object(CGImageRef image) {
   return reinterpret_cast<VHImage *>(image);
 }
 
-std::optional<PixelFormat> rgb_format(CGBitmapInfo info) {
+std::optional<PixelFormat> format_of(size_t bits_per_component, size_t bits_per_pixel,
+                                     CGColorSpaceRef space, CGBitmapInfo info) {
+  const CGColorSpaceModel model = CGColorSpaceGetModel(space);
   const CGBitmapInfo order = info & kCGBitmapByteOrderMask;
   const CGBitmapInfo alpha = info & kCGBitmapAlphaInfoMask;
   const bool little = order == kCGBitmapByteOrder32Little;
-  if ((!little && order != kCGBitmapByteOrderDefault && order != kCGBitmapByteOrder32Big) ||
+  if (model == kCGColorSpaceModelMonochrome && bits_per_component == 8 && bits_per_pixel == 8 &&
+      alpha == kCGImageAlphaNone)
+    return veltro::host::kGrayBytes;
+  if (model != kCGColorSpaceModelRGB || bits_per_component != 8 || bits_per_pixel != 32 ||
+      (!little && order != kCGBitmapByteOrderDefault && order != kCGBitmapByteOrder32Big) ||
       alpha < kCGImageAlphaPremultipliedLast || alpha > kCGImageAlphaNoneSkipFirst)
     return std::nullopt;
   // The even ones.
@@ -56,19 +62,6 @@ std::optional<PixelFormat> rgb_format(CGBitmapInfo info) {
                      .alpha = at(alpha_first ? 0 : 3),
                      .has_alpha = alpha <= kCGImageAlphaFirst,
                      .premultiplied = alpha <= kCGImageAlphaPremultipliedFirst};
-}
-
-std::optional<PixelFormat> format_of(size_t bits_per_component, size_t bits_per_pixel,
-                                     CGColorSpaceRef space, CGBitmapInfo info) {
-  if (bits_per_component != 8)
-    return std::nullopt;
-  const CGColorSpaceModel model = CGColorSpaceGetModel(space);
-  if (model == kCGColorSpaceModelRGB && bits_per_pixel == 32)
-    return rgb_format(info);
-  if (model == kCGColorSpaceModelMonochrome && bits_per_pixel == 8 &&
-      (info & kCGBitmapAlphaInfoMask) == kCGImageAlphaNone)
-    return veltro::host::kGrayBytes;
-  return std::nullopt;
 }
 
 } // namespace

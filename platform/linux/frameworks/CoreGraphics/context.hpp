@@ -1,6 +1,4 @@
-// What stands behind a CGImageRef and a CGContextRef: pixels; a bitmap, the cairo context that
-// draws into it, and the graphics state that cairo has no place for. UIKit's stand-in draws through
-// these.
+// What stands behind a CGImageRef and a CGContextRef, through which UIKit's stand-in draws.
 #pragma once
 
 #include "machine/images/bitmap.hpp"
@@ -35,9 +33,6 @@ public:
   /// blue stand in each other's place in the bitmap. `exposed` tells that others know the bitmap's
   /// bytes.
   Context(Bitmap pixels, const cairo_matrix_t &base, bool swapped, bool exposed);
-  ~Context();
-  Context(const Context &) = delete;
-  Context &operator=(const Context &) = delete;
 
   /// To be asked for anew after `pixels()`.
   cairo_t *cairo();
@@ -55,7 +50,7 @@ public:
   std::vector<GraphicsState> states{1};
 
 private:
-  cairo_t *cairo_;
+  std::unique_ptr<cairo_t, void (*)(cairo_t *)> cairo_{nullptr, cairo_destroy};
   bool exposed_;
   std::shared_ptr<Pixels> shared_;
 };
@@ -98,9 +93,8 @@ void rounded_rect(cairo_t *cairo, CGRect rect, double radius);
 /// Draws `pixels`, which fill the unit square from its top left corner and y downwards, through
 /// `placement` into the drawing's coordinates. Keeps the current path.
 ///
-/// The filter of the state's interpolation quality: by default cairo's GOOD, which averages over
-/// the whole area that a pixel of the target covers where it reduces, so that nothing aliases, and
-/// is bilinear where it enlarges. The edge of the image does not fade.
+/// By default with cairo's filter GOOD, which averages over the whole area that a pixel of the
+/// target covers, so that nothing aliases. The edge of the image does not fade.
 void draw_pixels(Context &context, const Pixels &pixels, const cairo_matrix_t &placement);
 
 } // namespace veltro::host

@@ -63,27 +63,23 @@ void draw_bitmap(cairo_t *cairo, const Bitmap &bitmap, const GraphicsState &stat
 Context::Context(Bitmap pixels, const cairo_matrix_t &base, bool swapped, bool exposed)
     : bitmap(std::move(pixels)), swapped(swapped), exposed_(exposed) {
   cairo_surface_t *surface = surface_over(bitmap);
-  cairo_ = cairo_create(surface);
+  cairo_.reset(cairo_create(surface));
   cairo_surface_destroy(surface);
-  cairo_set_matrix(cairo_, &base);
-  cairo_set_line_width(cairo_, 1);
+  cairo_set_matrix(cairo_.get(), &base);
+  cairo_set_line_width(cairo_.get(), 1);
   // cairo's own tolerance, a tenth of a pixel, shows at the edge of a circle.
-  cairo_set_tolerance(cairo_, 0.02);
-}
-
-Context::~Context() {
-  cairo_destroy(cairo_);
+  cairo_set_tolerance(cairo_.get(), 0.02);
 }
 
 cairo_t *Context::cairo() {
   if (shared_.use_count() > 1)
     shared_->detach();
   shared_.reset();
-  return cairo_;
+  return cairo_.get();
 }
 
 std::shared_ptr<Pixels> Context::pixels() {
-  cairo_surface_flush(cairo_get_target(cairo_));
+  cairo_surface_flush(cairo_get_target(cairo_.get()));
   if (swapped || exposed_)
     return std::make_shared<Pixels>(clone(bitmap, swapped));
   if (shared_ == nullptr)

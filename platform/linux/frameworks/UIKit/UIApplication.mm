@@ -1,7 +1,6 @@
-// UIApplication: the shared application and the launching of others. The launching follows what the
-// system's home screen does with it: the app becomes a detached process here. Whether
-// an app comes to the screen makes no difference on Linux. Delegates, events, windows, states and
-// opening URLs are left out.
+// UIApplication: the shared application and the launching of others, which follows the system's
+// home screen: they become detached processes. Whether one comes to the screen makes no difference
+// on Linux. Delegates, events, windows, states and opening URLs are left out.
 
 #import <UIKit/UIApplication.h>
 

@@ -1,8 +1,6 @@
-// UIFont: the system's font, regular and bold: Liberation Sans, whose letters are as wide as
-// Helvetica's, so that lines break where they do on the device. What it has no letters for is set
-// in whatever font of the machine has them, and so is all text where it is not installed;
-// fontconfig chooses. Follows Apple's UIFont class reference; fonts by name, descriptors and single
-// glyphs' measures are left out.
+// UIFont: Liberation Sans, whose letters are as wide as Helvetica's, so that lines break where they
+// do on the device; fontconfig chooses for letters that it lacks. Follows Apple's UIFont class
+// reference; fonts by name, descriptors and single glyphs' measures are left out.
 
 #import <UIKit/UIFont.h>
 

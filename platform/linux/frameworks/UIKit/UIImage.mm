@@ -41,9 +41,7 @@ const Turn *turn_of(UIImageOrientation orientation) {
 /// 2 and 3 for a name that ends in @2x and @3x before its extension.
 CGFloat scale_in_name(NSString *path) {
   NSString *const name = [path stringByDeletingPathExtension];
-  if ([name hasSuffix:@"@2x"])
-    return 2;
-  return [name hasSuffix:@"@3x"] ? 3 : 1;
+  return [name hasSuffix:@"@2x"] ? 2 : [name hasSuffix:@"@3x"] ? 3 : 1;
 }
 
 NSData *data_of(const std::vector<std::uint8_t> &file) {

@@ -30,10 +30,7 @@ constexpr AlertStyle kFlat{.light = true,
                            .message_size = 14,
                            .below_text = 20,
                            .button_size = 17,
-                           .button_height = 44,
-                           .button_margin = 0,
-                           .button_gap = 0,
-                           .below_buttons = 0};
+                           .button_height = 44};
 
 } // namespace
 

@@ -22,10 +22,10 @@ struct AlertStyle {
   CGFloat button_size;
   CGFloat button_height;
   /// The buttons' distance from the sides and from each other, beside and above one another.
-  CGFloat button_margin;
-  CGFloat button_gap;
+  CGFloat button_margin = 0;
+  CGFloat button_gap = 0;
   /// Below the last button, and below the text where there is none.
-  CGFloat below_buttons;
+  CGFloat below_buttons = 0;
 };
 
 /// The style of the release that this machine plays.

@@ -7,28 +7,23 @@
 
 #include "frameworks/CoreGraphics/context.hpp"
 
-namespace veltro::host {
 namespace {
 
-/// As on the device: what is as pale as this is not drawn.
-constexpr CGFloat kVisibleAlpha = 0.01;
+using veltro::host::cairo_of;
+using veltro::host::rounded_rect;
 
 void draw_view(UIView *view, CGPoint at, CGContextRef context);
 
-/// Makes the view's shape the context's path.
-void add_shape(UIView *view, CGContextRef context) {
-  rounded_rect(cairo_of(context), [view bounds], [[view layer] cornerRadius]);
-}
-
 void draw_content(UIView *view, CGContextRef context) {
   const CGRect bounds = [view bounds];
+  const CGFloat radius = [[view layer] cornerRadius];
   if (UIColor *const color = [view backgroundColor]) {
     CGContextSetFillColorWithColor(context, [color CGColor]);
-    add_shape(view, context);
+    rounded_rect(cairo_of(context), bounds, radius);
     CGContextFillPath(context);
   }
   if ([view clipsToBounds]) {
-    add_shape(view, context);
+    rounded_rect(cairo_of(context), bounds, radius);
     CGContextClip(context);
   }
   CGContextSaveGState(context);
@@ -43,6 +38,8 @@ void draw_content(UIView *view, CGContextRef context) {
 
 /// Draws `view` and all it holds, its bounds' origin at `at`.
 void draw_view(UIView *view, CGPoint at, CGContextRef context) {
+  // As on the device: what is as pale as this is not drawn.
+  constexpr CGFloat kVisibleAlpha = 0.01;
   if ([view isHidden] || [view alpha] < kVisibleAlpha)
     return;
   [view layoutIfNeeded];
@@ -63,12 +60,11 @@ void draw_view(UIView *view, CGPoint at, CGContextRef context) {
 }
 
 } // namespace
-} // namespace veltro::host
 
 @implementation UIView (VHLayerDrawing)
 
 - (void)vh_drawInContext:(CGContextRef)context {
-  veltro::host::draw_view(self, CGPointZero, context);
+  draw_view(self, CGPointZero, context);
 }
 
 @end

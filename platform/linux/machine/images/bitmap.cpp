@@ -5,13 +5,6 @@
 #include <cstdlib>
 
 namespace veltro::host {
-namespace {
-
-std::uint32_t with_red_and_blue_swapped(std::uint32_t word) {
-  return (word & 0xFF00FF00) | (word >> 16 & 0xFF) | (word & 0xFF) << 16;
-}
-
-} // namespace
 
 Bitmap create_bitmap(std::size_t width, std::size_t height, bool opaque, void *data,
                      std::size_t stride) {
@@ -34,7 +27,9 @@ Bitmap clone(const Bitmap &bitmap, bool swapped) {
   for (std::size_t y = 0; y < bitmap.height; ++y)
     if (swapped)
       std::transform(bitmap.row(y), bitmap.row(y) + bitmap.width, other.row(y),
-                     with_red_and_blue_swapped);
+                     [](std::uint32_t word) {
+                       return (word & 0xFF00FF00) | (word >> 16 & 0xFF) | (word & 0xFF) << 16;
+                     });
     else
       std::copy_n(bitmap.row(y), bitmap.width, other.row(y));
   return other;

@@ -16,7 +16,6 @@ namespace {
 /// What the loader's signal is to do, and what it tells.
 struct Reading {
   ReadOptions options;
-  bool is_jpeg;
   ImageFile image;
 };
 
@@ -34,7 +33,7 @@ void size_is_known(GdkPixbufLoader *loader, int width, int height, Reading *read
     gdk_pixbuf_loader_set_size(loader, 0, 0);
     return;
   }
-  if (options.least_side == 0 || !reading->is_jpeg)
+  if (options.least_side == 0)
     return;
   for (const int divisor : {8, 4, 2}) {
     const int less_wide = (width + divisor - 1) / divisor;
@@ -119,8 +118,9 @@ constexpr std::array<std::uint8_t, 36> exif(std::uint8_t orientation) {
 } // namespace
 
 ImageFile read_image(std::span<const std::uint8_t> file, const ReadOptions &options) {
-  const bool is_jpeg = file.size() >= 2 && file[0] == 0xFF && file[1] == 0xD8;
-  Reading reading{options, is_jpeg, {}};
+  Reading reading{options, {}};
+  if (file.size() < 2 || file[0] != 0xFF || file[1] != 0xD8)
+    reading.options.least_side = 0;
   ImageFile &image = reading.image;
   if (file.empty()) {
     image.problem = "it is empty";
