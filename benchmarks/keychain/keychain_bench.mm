@@ -70,8 +70,6 @@ void use_keychain(std::int64_t items) {
       database.open(paths.database, keychain::Database::Access::read_write) != SQLITE_OK)
     std::abort();
   keychain::Transaction transaction(database);
-  std::string associated_data;
-  std::string sealed;
   for (std::int64_t number = 1; number < items; ++number) {
     const std::string name = account_name(number);
     keychain::Row row;
@@ -82,8 +80,7 @@ void use_keychain(std::int64_t items) {
     row.fields[keychain::created] = keychain::Field::of(1000.0);
     row.fields[keychain::modified] = keychain::Field::of(1000.0);
     row.fields[keychain::accessible] = keychain::Field::text("ak");
-    keychain::write_associated_data(row.fields, associated_data);
-    keychain::seal(*key, associated_data, "secret of item", sealed);
+    const std::string sealed = keychain::seal(*key, row.fields, "secret of item");
     row.sealed = sealed;
     if (keychain::insert_item(database, row) != SQLITE_DONE)
       std::abort();

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <sodium.h>
 #include <system_error>
 
 namespace veltro::host::keychain {
@@ -134,7 +135,8 @@ OSStatus read_key(const Paths &paths, std::optional<SealingKey> &key) {
 }
 
 OSStatus make_key(const Paths &paths) {
-  MasterKey key = new_master_key();
+  MasterKey key;
+  randombytes_buf(key.data(), key.size());
   const bool made =
       replace_file(paths.key, {reinterpret_cast<const char *>(key.data()), key.size()});
   wipe(key);

@@ -40,10 +40,7 @@ void log_unsealable(const Session &session, std::int64_t items) {
 }
 
 int insert_sealed(const Session &session, Row row, std::string_view secret) {
-  std::string associated_data;
-  std::string sealed;
-  write_associated_data(row.fields, associated_data);
-  seal(session.key(), associated_data, secret, sealed);
+  const std::string sealed = seal(session.key(), row.fields, secret);
   row.sealed = sealed;
   return insert_item(session.database(), row);
 }
@@ -60,9 +57,7 @@ int replace(const Session &session, std::int64_t id, const Fields &changes,
   read_row(selection, row);
   Secret old;
   if (!secret) {
-    std::string associated_data;
-    write_associated_data(row.fields, associated_data);
-    old = unseal(session.key(), associated_data, row.sealed);
+    old = unseal(session.key(), row.fields, row.sealed);
     if (!old) {
       log_unsealable(session, 1);
       status = errSecDecode;
@@ -147,11 +142,10 @@ bool Search::next() {
     if (code_ != SQLITE_ROW)
       return false;
     read_row(*selection_, row_);
-    write_associated_data(row_.fields, associated_data_);
     if (with_secrets_)
-      secret_ = unseal(session_.key(), associated_data_, row_.sealed);
+      secret_ = unseal(session_.key(), row_.fields, row_.sealed);
     if (with_secrets_ ? static_cast<bool>(secret_)
-                      : verify(session_.key(), associated_data_, row_.sealed)) {
+                      : verify(session_.key(), row_.fields, row_.sealed)) {
       ++found_;
       return true;
     }

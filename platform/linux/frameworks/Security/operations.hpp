@@ -5,7 +5,6 @@
 #include "frameworks/Security/session.hpp"
 
 #include <optional>
-#include <string>
 #include <string_view>
 #include <utility>
 
@@ -45,7 +44,6 @@ private:
   std::int64_t skipped_ = 0;
   Row row_;
   Secret secret_;
-  std::string associated_data_;
 };
 
 } // namespace veltro::host::keychain

@@ -14,7 +14,7 @@ namespace veltro::host::keychain {
 namespace {
 
 // A sealed secret: this byte, the nonce, and the encrypted secret with its tag.
-constexpr unsigned char kSealedForm = 1;
+constexpr char kSealedForm = 1;
 constexpr std::size_t kNonceLength = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
 constexpr std::size_t kTagLength = crypto_aead_xchacha20poly1305_ietf_ABYTES;
 constexpr std::size_t kSealedExtra = 1 + kNonceLength + kTagLength;
@@ -25,10 +25,33 @@ const unsigned char *bytes_of(std::string_view text) {
   return reinterpret_cast<const unsigned char *>(text.data());
 }
 
-template <typename Number> void append_number(std::string &out, Number number) {
-  std::array<char, sizeof number> raw{};
-  std::memcpy(raw.data(), &number, sizeof number);
+template <typename Number> void append_number(std::string &out, Field::Type type, Number number) {
+  std::array<char, 1 + sizeof number> raw{static_cast<char>(type)};
+  std::memcpy(&raw[1], &number, sizeof number);
   out.append(raw.data(), raw.size());
+}
+
+std::string associated_data(const Fields &fields) {
+  std::string out;
+  out.reserve(256); // enough for most
+  for (const Field &field : fields)
+    switch (field.type) {
+    case Field::Type::absent:
+      out += static_cast<char>(field.type);
+      break;
+    case Field::Type::integer:
+      append_number(out, field.type, field.integer);
+      break;
+    case Field::Type::real:
+      append_number(out, field.type, field.real);
+      break;
+    case Field::Type::text:
+    case Field::Type::data:
+      append_number(out, field.type, static_cast<std::uint64_t>(field.bytes.size()));
+      out += field.bytes;
+      break;
+    }
+  return out;
 }
 
 bool has_sealed_form(std::string_view sealed) {
@@ -36,14 +59,15 @@ bool has_sealed_form(std::string_view sealed) {
 }
 
 /// Decrypts into `secret`; with none, only verifies the tag.
-bool decrypt(const SealingKey &key, std::string_view associated_data, std::string_view sealed,
+bool decrypt(const SealingKey &key, const Fields &fields, std::string_view sealed,
              unsigned char *secret) {
+  const std::string attributes = associated_data(fields);
   const unsigned char *const nonce = bytes_of(sealed) + 1;
   const unsigned char *const encrypted = nonce + kNonceLength;
   const std::size_t length = sealed.size() - kSealedExtra;
   return crypto_aead_xchacha20poly1305_ietf_decrypt_detached(
-             secret, nullptr, encrypted, length, encrypted + length, bytes_of(associated_data),
-             associated_data.size(), nonce, key.bytes.data()) == 0;
+             secret, nullptr, encrypted, length, encrypted + length, bytes_of(attributes),
+             attributes.size(), nonce, key.bytes.data()) == 0;
 }
 
 /// Never empty, so that it is told from none.
@@ -55,16 +79,6 @@ Secret new_secret(std::size_t length) {
 }
 
 } // namespace
-
-bool sealing_is_ready() {
-  return sodium_init() >= 0;
-}
-
-MasterKey new_master_key() {
-  MasterKey key;
-  randombytes_buf(key.data(), key.size());
-  return key;
-}
 
 void wipe(std::span<unsigned char> bytes) {
   sodium_memzero(bytes.data(), bytes.size());
@@ -89,50 +103,26 @@ Secret secret_of(std::string_view bytes) {
   return secret;
 }
 
-void write_associated_data(const Fields &fields, std::string &out) {
-  out.clear();
-  out.reserve(256); // enough for most
-  for (const Field &field : fields) {
-    out += static_cast<char>(field.type);
-    switch (field.type) {
-    case Field::Type::absent:
-      break;
-    case Field::Type::integer:
-      append_number(out, field.integer);
-      break;
-    case Field::Type::real:
-      append_number(out, field.real);
-      break;
-    case Field::Type::text:
-    case Field::Type::data:
-      append_number(out, static_cast<std::uint64_t>(field.bytes.size()));
-      out += field.bytes;
-      break;
-    }
-  }
-}
-
-void seal(const SealingKey &key, std::string_view associated_data, std::string_view secret,
-          std::string &out) {
-  out.resize(kSealedExtra + secret.size());
-  auto *const form = reinterpret_cast<unsigned char *>(out.data());
-  unsigned char *const nonce = form + 1;
-  *form = kSealedForm;
+std::string seal(const SealingKey &key, const Fields &fields, std::string_view secret) {
+  const std::string attributes = associated_data(fields);
+  std::string sealed(kSealedExtra + secret.size(), kSealedForm); // the rest is written over
+  auto *const nonce = reinterpret_cast<unsigned char *>(sealed.data()) + 1;
   randombytes_buf(nonce, kNonceLength);
-  crypto_aead_xchacha20poly1305_ietf_encrypt(
-      nonce + kNonceLength, nullptr, bytes_of(secret), secret.size(), bytes_of(associated_data),
-      associated_data.size(), nullptr, nonce, key.bytes.data());
+  crypto_aead_xchacha20poly1305_ietf_encrypt(nonce + kNonceLength, nullptr, bytes_of(secret),
+                                             secret.size(), bytes_of(attributes), attributes.size(),
+                                             nullptr, nonce, key.bytes.data());
+  return sealed;
 }
 
-Secret unseal(const SealingKey &key, std::string_view associated_data, std::string_view sealed) {
+Secret unseal(const SealingKey &key, const Fields &fields, std::string_view sealed) {
   if (!has_sealed_form(sealed))
     return {};
   Secret secret = new_secret(sealed.size() - kSealedExtra);
-  return decrypt(key, associated_data, sealed, secret.get()) ? std::move(secret) : Secret();
+  return decrypt(key, fields, sealed, secret.get()) ? std::move(secret) : Secret();
 }
 
-bool verify(const SealingKey &key, std::string_view associated_data, std::string_view sealed) {
-  return has_sealed_form(sealed) && decrypt(key, associated_data, sealed, nullptr);
+bool verify(const SealingKey &key, const Fields &fields, std::string_view sealed) {
+  return has_sealed_form(sealed) && decrypt(key, fields, sealed, nullptr);
 }
 
 } // namespace veltro::host::keychain

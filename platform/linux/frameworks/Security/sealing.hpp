@@ -39,26 +39,16 @@ using Secret = std::unique_ptr<unsigned char, WipeAndFree>;
 /// A copy of `bytes`.
 Secret secret_of(std::string_view bytes);
 
-/// Makes libsodium ready; false where it cannot be.
-bool sealing_is_ready();
-
-/// A new master key.
-MasterKey new_master_key();
-
 /// Overwrites `bytes`, also where nobody reads them again.
 void wipe(std::span<unsigned char> bytes);
 
-/// Replaces `out` by the associated data of an item with these attributes.
-void write_associated_data(const Fields &fields, std::string &out);
+/// `secret`, sealed for an item with these attributes.
+std::string seal(const SealingKey &key, const Fields &fields, std::string_view secret);
 
-/// Replaces `out` by `secret`, sealed.
-void seal(const SealingKey &key, std::string_view associated_data, std::string_view secret,
-          std::string &out);
-
-/// The secret; none where `sealed` was not made with this key and associated data.
-Secret unseal(const SealingKey &key, std::string_view associated_data, std::string_view sealed);
+/// The secret; none where `sealed` was not made with this key and these attributes.
+Secret unseal(const SealingKey &key, const Fields &fields, std::string_view sealed);
 
 /// Whether `unseal` would return the secret, which stays sealed.
-bool verify(const SealingKey &key, std::string_view associated_data, std::string_view sealed);
+bool verify(const SealingKey &key, const Fields &fields, std::string_view sealed);
 
 } // namespace veltro::host::keychain

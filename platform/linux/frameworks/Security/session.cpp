@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <pthread.h>
+#include <sodium.h>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -149,7 +150,7 @@ OSStatus Connection::open_files(bool create, bool &corrupt) {
 }
 
 OSStatus Connection::open_key(bool database_is_there) {
-  if (!sealing_is_ready())
+  if (sodium_init() < 0)
     return errSecNotAvailable;
   OSStatus status = check_key(paths_, key_file_, key_identity_);
   if (status == errSecItemNotFound && database_is_there) {
