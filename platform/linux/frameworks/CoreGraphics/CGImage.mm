@@ -2,7 +2,6 @@
 // than 8 bits a component are left out.
 
 #include "frameworks/CoreGraphics/context.hpp"
-#include "machine/images/pixel_format.hpp"
 
 #import <Foundation/Foundation.h>
 

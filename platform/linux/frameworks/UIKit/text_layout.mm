@@ -46,10 +46,9 @@ TextLayout lay_out(NSString *text, UIFont *font, CGSize space, long lines) {
   pango_layout_set_ellipsize(layout, PANGO_ELLIPSIZE_END);
   // A negative height counts lines, of each paragraph.
   const int height = pango_units(space.height);
-  const int unlimited = std::numeric_limits<int>::max();
   pango_layout_set_height(layout, lines > 0    ? static_cast<int>(-lines)
                                   : height > 0 ? height
-                                               : unlimited);
+                                               : std::numeric_limits<int>::max());
   pango_layout_set_single_paragraph_mode(layout, lines == 1 ? TRUE : FALSE);
   return {layout, g_object_unref};
 }

@@ -1,5 +1,5 @@
 // Pixels: premultiplied, alpha in the high byte of a word, rows from the top. What a context draws
-// into and what an image holds.
+// into and what an image holds, and the formats of bytes that become pixels.
 #pragma once
 
 #include <cstddef>
@@ -61,5 +61,26 @@ private:
   mutable std::shared_mutex mutex_;
   Bitmap bitmap_;
 };
+
+/// Where the components of a pixel stand, and what alpha means.
+struct PixelFormat {
+  std::uint8_t bytes;
+  std::uint8_t red;
+  std::uint8_t green;
+  std::uint8_t blue;
+  std::uint8_t alpha;
+  bool has_alpha;
+  bool premultiplied;
+
+  friend bool operator==(const PixelFormat &, const PixelFormat &) = default;
+};
+
+constexpr PixelFormat kRgbBytes{3, 0, 1, 2, 0, false, false};
+constexpr PixelFormat kRgbaBytes{4, 0, 1, 2, 3, true, false};
+constexpr PixelFormat kGrayBytes{1, 0, 0, 0, 0, false, false};
+
+/// The pixels in rows of bytes `stride` apart; null where there is no bitmap of that size.
+std::shared_ptr<Pixels> convert(std::size_t width, std::size_t height, const std::uint8_t *bytes,
+                                std::size_t stride, const PixelFormat &format);
 
 } // namespace veltro::host

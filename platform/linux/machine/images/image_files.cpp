@@ -1,8 +1,5 @@
 #include "machine/images/image_files.hpp"
 
-#include "machine/images/image_truncation.hpp"
-#include "machine/images/pixel_format.hpp"
-
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
 #include <algorithm>

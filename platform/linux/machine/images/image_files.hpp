@@ -32,6 +32,10 @@ struct ImageFile {
   std::string problem;
 };
 
+/// Whether the file is a PNG without its last chunk, a JPEG without its end marker or a BMP shorter
+/// than it says, whose pixels gdk-pixbuf fills up with gray. False for anything else.
+bool is_truncated(std::span<const std::uint8_t> file);
+
 /// Reads the whole file; one that ends early is not read.
 ImageFile read_image(std::span<const std::uint8_t> file, const ReadOptions &options);
 

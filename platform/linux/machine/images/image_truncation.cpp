@@ -1,4 +1,4 @@
-#include "machine/images/image_truncation.hpp"
+#include "machine/images/image_files.hpp"
 
 #include <algorithm>
 #include <array>
@@ -54,13 +54,6 @@ bool jpeg_is_truncated(Bytes rest) {
   return true;
 }
 
-bool bmp_is_truncated(Bytes file) {
-  if (file.size() < 6)
-    return true;
-  const std::array<std::uint8_t, 4> length{file[5], file[4], file[3], file[2]};
-  return big_endian(length) > file.size();
-}
-
 } // namespace
 
 bool is_truncated(Bytes file) {
@@ -69,7 +62,10 @@ bool is_truncated(Bytes file) {
     return png_is_truncated(file.subspan(8));
   if (text.starts_with("\xFF\xD8\xFF"))
     return jpeg_is_truncated(file.subspan(2));
-  return text.starts_with("BM") && bmp_is_truncated(file);
+  // A BMP says its length after that, the low byte first.
+  return text.starts_with("BM") &&
+         (file.size() < 6 ||
+          big_endian(std::array{file[5], file[4], file[3], file[2]}) > file.size());
 }
 
 } // namespace veltro::host

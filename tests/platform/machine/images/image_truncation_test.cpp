@@ -1,4 +1,4 @@
-#include "machine/images/image_truncation.hpp"
+#include "machine/images/image_files.hpp"
 
 #include "support/png.hpp"
 
