@@ -24,10 +24,9 @@ thread_local FailedRemoval failed_removal;
 
 /// Seconds since the first of January 2001, as dates count.
 double now() {
-  constexpr double kReferenceDate = 978307200;
-  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
-             .count() -
-         kReferenceDate;
+  using namespace std::chrono;
+  constexpr sys_days kReferenceDate = 2001y / January / 1;
+  return duration<double>(system_clock::now() - kReferenceDate).count();
 }
 
 template <typename Value> void fill(Field &field, Value value) {
