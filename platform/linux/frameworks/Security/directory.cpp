@@ -5,12 +5,12 @@
 
 #include <Security/SecBase.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <sodium.h>
+#include <span>
 #include <system_error>
 
 namespace veltro::host::keychain {
@@ -32,7 +32,6 @@ OSStatus check_private(const std::string &path, mode_t allowed, struct stat &sta
   return errSecNotAvailable;
 }
 
-/// Makes the names in a directory durable.
 bool sync_names_in(const std::string &path) {
   const File directory(path, O_RDONLY | O_DIRECTORY);
   return directory && ::fsync(directory.number()) == 0;
@@ -41,11 +40,8 @@ bool sync_names_in(const std::string &path) {
 } // namespace
 
 Paths Paths::at(const std::string &device_root) {
-  Paths paths;
-  paths.directory = (device_root == "/" ? std::string() : device_root) + "/var/Keychains";
-  paths.database = paths.directory + "/keychain.db";
-  paths.key = paths.directory + "/keychain.key";
-  return paths;
+  const std::string directory = (device_root == "/" ? "" : device_root) + "/var/Keychains";
+  return {directory, directory + "/keychain.db", directory + "/keychain.key"};
 }
 
 Identity Identity::of(const struct stat &status) {
@@ -121,13 +117,10 @@ OSStatus read_key(const Paths &paths, std::optional<SealingKey> &key) {
   // One byte more than a key has, so that a longer file shows.
   std::array<unsigned char, kMasterKeyLength + 1> bytes{};
   const ssize_t length = file ? ::read(file.number(), bytes.data(), bytes.size()) : -1;
-  MasterKey master;
-  std::copy_n(bytes.begin(), master.size(), master.begin());
-  wipe(bytes);
-  const bool is_key = length == static_cast<ssize_t>(master.size());
+  const bool is_key = length == ssize_t{kMasterKeyLength};
   if (is_key)
-    key.emplace(master);
-  wipe(master);
+    key.emplace(std::span(bytes).first<kMasterKeyLength>());
+  wipe(bytes);
   if (is_key)
     return errSecSuccess;
   log_trouble(paths.key, length < 0 ? "cannot be read" : "is not a key");

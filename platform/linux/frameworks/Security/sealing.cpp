@@ -84,7 +84,7 @@ void wipe(std::span<unsigned char> bytes) {
   sodium_memzero(bytes.data(), bytes.size());
 }
 
-SealingKey::SealingKey(const MasterKey &master) {
+SealingKey::SealingKey(std::span<const unsigned char, kMasterKeyLength> master) {
   crypto_kdf_derive_from_key(bytes.data(), bytes.size(), 1, "keychain", master.data());
 }
 

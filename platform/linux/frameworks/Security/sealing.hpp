@@ -20,7 +20,7 @@ using MasterKey = std::array<unsigned char, kMasterKeyLength>;
 /// The key for secrets, derived from a master key; wiped when the object goes away.
 class SealingKey {
 public:
-  explicit SealingKey(const MasterKey &master);
+  explicit SealingKey(std::span<const unsigned char, kMasterKeyLength> master);
   ~SealingKey();
   SealingKey(const SealingKey &) = delete;
   SealingKey &operator=(const SealingKey &) = delete;
