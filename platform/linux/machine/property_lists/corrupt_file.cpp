@@ -7,7 +7,6 @@
 #include <cstring>
 #include <map>
 #include <mutex>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace veltro::host {
@@ -18,8 +17,7 @@ bool is_news(const std::string &path) {
   // Never destroyed: another thread may still ask while the process ends.
   static std::mutex &mutex = *new std::mutex;
   static auto &reported = *new std::map<std::string, WatchedPath>;
-  struct stat status{};
-  if (stat(path.c_str(), &status) != 0)
+  if (access(path.c_str(), F_OK) != 0)
     return false;
   const std::lock_guard lock(mutex);
   const auto known = reported.find(path);

@@ -85,9 +85,11 @@ NSDictionary *table_named(NSBundle *bundle, const std::string &name) {
   for (const std::string &language : preferred_in(bundle, localizations_in(folders)))
     places.push_back('/' + language + ".lproj/");
   for (const std::string &place : places)
-    for (const std::string &folder : folders)
-      if (NSDictionary *table = table_at(folder + place + name + ".strings"); table != nil)
+    for (std::string path : folders) {
+      path.append(place).append(name).append(".strings");
+      if (NSDictionary *table = table_at(path); table != nil)
         return table;
+    }
   return nil;
 }
 

@@ -4,7 +4,6 @@
 #include "machine/text/utf8.hpp"
 
 #include <algorithm>
-#include <array>
 #include <sstream>
 #include <utility>
 
@@ -13,11 +12,11 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::array kOldNames{
-    std::pair{"English"sv, "en"sv}, std::pair{"German"sv, "de"sv},   std::pair{"French"sv, "fr"sv},
-    std::pair{"Spanish"sv, "es"sv}, std::pair{"Italian"sv, "it"sv},  std::pair{"Dutch"sv, "nl"sv},
-    std::pair{"Arabic"sv, "ar"sv},  std::pair{"Japanese"sv, "ja"sv},
-};
+using Naming = std::pair<std::string_view, std::string_view>;
+
+constexpr Naming kOldNames[] = {{"English", "en"}, {"German", "de"},  {"French", "fr"},
+                                {"Spanish", "es"}, {"Italian", "it"}, {"Dutch", "nl"},
+                                {"Arabic", "ar"},  {"Japanese", "ja"}};
 
 /// How well `offered` suits `wanted`; 0 where it does not.
 int suitability(const Language &offered, const Language &wanted) {
@@ -38,8 +37,8 @@ std::string_view without_encoding(std::string_view locale) {
 
 Language Language::named(std::string_view name) {
   name = without_encoding(name);
-  const auto *old = std::ranges::find(kOldNames, name, &decltype(kOldNames)::value_type::first);
-  if (old != kOldNames.end())
+  const auto *old = std::ranges::find(kOldNames, name, &Naming::first);
+  if (old != std::end(kOldNames))
     name = old->second;
   @autoreleasepool {
     NSDictionary *parts = [NSLocale componentsFromLocaleIdentifier:string_of(std::string(name))];

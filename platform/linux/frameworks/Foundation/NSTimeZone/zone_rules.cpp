@@ -221,15 +221,17 @@ std::vector<Transition> ZoneRules::transitions_between(UnixTime from, UnixTime t
   for (; next != table_.end() && next->time <= to; ++next)
     found.push_back(*next);
   if (next == table_.end() && rule_ && rule_->summer != rule_->standard) {
-    const auto &[standard, summer, to_summer, to_standard] = *rule_;
+    const YearlyRule &rule = *rule_;
     const UnixTime table_end = table_.empty() ? from : std::max(from, table_.back().time);
+    const auto add = [&](const Transition &transition) {
+      if (transition.time > table_end && transition.time <= to)
+        found.push_back(transition);
+    };
     // A day of a local year may lie in the year before or after it in UTC.
-    for (std::int64_t year = year_of(table_end) - 1; year <= year_of(to) + 1; ++year)
-      for (const Transition &transition :
-           {Transition{local_seconds(to_summer, year) - standard, summer},
-            Transition{local_seconds(to_standard, year) - summer, standard}})
-        if (transition.time > table_end && transition.time <= to)
-          found.push_back(transition);
+    for (std::int64_t year = year_of(table_end) - 1; year <= year_of(to) + 1; ++year) {
+      add({local_seconds(rule.to_summer, year) - rule.standard, rule.summer});
+      add({local_seconds(rule.to_standard, year) - rule.summer, rule.standard});
+    }
     std::ranges::sort(found, {}, &Transition::time);
   }
   return found;
