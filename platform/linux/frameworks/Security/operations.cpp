@@ -56,8 +56,7 @@ int replace(const Session &session, std::int64_t id, const Fields &changes,
   read_row(selection, row);
   Secret old;
   if (!secret) {
-    old = unseal(session.key(), row.fields, row.sealed);
-    if (!old) {
+    if (!unseal(session.key(), row.fields, row.sealed, &old)) {
       log_unsealable(session, 1);
       status = errSecDecode;
       return SQLITE_DONE;
@@ -136,15 +135,10 @@ Search::Search(const Query &query, bool with_secrets)
 }
 
 bool Search::next() {
-  while (selection_ && (limit_ == 0 || found_ < limit_)) {
-    code_ = selection_->step();
-    if (code_ != SQLITE_ROW)
-      return false;
+  while (selection_ && (limit_ == 0 || found_ < limit_) &&
+         (code_ = selection_->step()) == SQLITE_ROW) {
     read_row(*selection_, row_);
-    if (with_secrets_)
-      secret_ = unseal(session_.key(), row_.fields, row_.sealed);
-    if (with_secrets_ ? static_cast<bool>(secret_)
-                      : verify(session_.key(), row_.fields, row_.sealed)) {
+    if (unseal(session_.key(), row_.fields, row_.sealed, with_secrets_ ? &secret_ : nullptr)) {
       ++found_;
       return true;
     }

@@ -54,22 +54,6 @@ std::string associated_data(const Fields &fields) {
   return out;
 }
 
-bool has_sealed_form(std::string_view sealed) {
-  return sealed.size() >= kSealedExtra && sealed.front() == kSealedForm;
-}
-
-/// Decrypts into `secret`; with none, only verifies the tag.
-bool decrypt(const SealingKey &key, const Fields &fields, std::string_view sealed,
-             unsigned char *secret) {
-  const std::string attributes = associated_data(fields);
-  const unsigned char *const nonce = bytes_of(sealed) + 1;
-  const unsigned char *const encrypted = nonce + kNonceLength;
-  const std::size_t length = sealed.size() - kSealedExtra;
-  return crypto_aead_xchacha20poly1305_ietf_decrypt_detached(
-             secret, nullptr, encrypted, length, encrypted + length, bytes_of(attributes),
-             attributes.size(), nonce, key.bytes.data()) == 0;
-}
-
 /// Never empty, so that it is told from none.
 Secret new_secret(std::size_t length) {
   auto *const bytes = static_cast<unsigned char *>(std::malloc(std::max<std::size_t>(length, 1)));
@@ -114,15 +98,22 @@ std::string seal(const SealingKey &key, const Fields &fields, std::string_view s
   return sealed;
 }
 
-Secret unseal(const SealingKey &key, const Fields &fields, std::string_view sealed) {
-  if (!has_sealed_form(sealed))
-    return {};
-  Secret secret = new_secret(sealed.size() - kSealedExtra);
-  return decrypt(key, fields, sealed, secret.get()) ? std::move(secret) : Secret();
-}
-
-bool verify(const SealingKey &key, const Fields &fields, std::string_view sealed) {
-  return has_sealed_form(sealed) && decrypt(key, fields, sealed, nullptr);
+bool unseal(const SealingKey &key, const Fields &fields, std::string_view sealed, Secret *secret) {
+  if (sealed.size() < kSealedExtra || sealed.front() != kSealedForm)
+    return false;
+  const std::string attributes = associated_data(fields);
+  const unsigned char *const nonce = bytes_of(sealed) + 1;
+  const unsigned char *const encrypted = nonce + kNonceLength;
+  const std::size_t length = sealed.size() - kSealedExtra;
+  Secret plain = secret != nullptr ? new_secret(length) : Secret();
+  // With nowhere to decrypt to, libsodium only verifies the tag.
+  if (crypto_aead_xchacha20poly1305_ietf_decrypt_detached(
+          plain.get(), nullptr, encrypted, length, encrypted + length, bytes_of(attributes),
+          attributes.size(), nonce, key.bytes.data()) != 0)
+    return false;
+  if (secret != nullptr)
+    *secret = std::move(plain);
+  return true;
 }
 
 } // namespace veltro::host::keychain

@@ -45,10 +45,8 @@ void wipe(std::span<unsigned char> bytes);
 /// `secret`, sealed for an item with these attributes.
 std::string seal(const SealingKey &key, const Fields &fields, std::string_view secret);
 
-/// The secret; none where `sealed` was not made with this key and these attributes.
-Secret unseal(const SealingKey &key, const Fields &fields, std::string_view sealed);
-
-/// Whether `unseal` would return the secret, which stays sealed.
-bool verify(const SealingKey &key, const Fields &fields, std::string_view sealed);
+/// Whether `sealed` was made with this key and these attributes; its secret then goes to `secret`.
+/// Where that is null the secret stays sealed.
+bool unseal(const SealingKey &key, const Fields &fields, std::string_view sealed, Secret *secret);
 
 } // namespace veltro::host::keychain
