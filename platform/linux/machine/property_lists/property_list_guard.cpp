@@ -185,12 +185,6 @@ int nesting_of_brackets(std::string_view text) {
   return deepest;
 }
 
-/// Whether nothing but white space and a byte order mark stand before an XML declaration.
-bool is_xml(std::string_view text) {
-  const std::size_t start = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
-  return start != std::string_view::npos && text.substr(start).starts_with("<?xml");
-}
-
 } // namespace
 
 bool is_harmless_property_list(std::span<const std::byte> bytes) {
@@ -200,8 +194,10 @@ bool is_harmless_property_list(std::span<const std::byte> bytes) {
   // GNUstep takes these for the start of formats of its own, whose lengths it believes.
   if (text.starts_with('\0') || text.starts_with('\1'))
     return false;
+  // White space and a byte order mark may stand before an XML declaration.
+  const std::size_t start = std::min(text.find_first_not_of(" \t\r\n\xEF\xBB\xBF"), text.size());
   return nesting_of_tags(text) <= kDeepest &&
-         (is_xml(text) || nesting_of_brackets(text) <= kDeepest);
+         (text.substr(start).starts_with("<?xml") || nesting_of_brackets(text) <= kDeepest);
 }
 
 } // namespace veltro::host
