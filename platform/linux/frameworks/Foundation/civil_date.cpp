@@ -17,14 +17,6 @@ std::int64_t first_week(std::int64_t start, WeekRules rules) {
   return start - missing + (7 - missing >= rules.minimum_days ? 0 : 7);
 }
 
-std::int64_t first_week_of_year(std::int64_t year, WeekRules rules) {
-  return first_week(days_from_civil(year, 1, 1), rules);
-}
-
-int week_since(std::int64_t first, std::int64_t day) {
-  return static_cast<int>(floor_div(day - first, 7)) + 1;
-}
-
 } // namespace
 
 CivilDate civil_from_days(std::int64_t days) {
@@ -58,13 +50,14 @@ int weekday_of(std::int64_t days) {
 
 WeekNumbers week_numbers(std::int64_t days, WeekRules rules) {
   const CivilDate date = civil_from_days(days);
-  std::int64_t year = date.year;
-  if (days < first_week_of_year(year, rules))
+  const auto week_since = [days, rules](std::int64_t start) {
+    return static_cast<int>(floor_div(days - first_week(start, rules), 7)) + 1;
+  };
+  // The days before a year's first week belong to the year before.
+  std::int64_t year = date.year + 1;
+  while (days < first_week(days_from_civil(year, 1, 1), rules))
     --year;
-  else if (days >= first_week_of_year(year + 1, rules))
-    ++year;
-  return {week_since(first_week_of_year(year, rules), days),
-          week_since(first_week(days - date.day + 1, rules), days), year};
+  return {week_since(days_from_civil(year, 1, 1)), week_since(days - date.day + 1), year};
 }
 
 } // namespace veltro::host

@@ -20,12 +20,9 @@
 namespace veltro::host {
 namespace {
 
-/// The methods as GNUstep implements them, filled in when the patched ones take their place.
-struct {
-  NSDateComponents *(*components)(NSCalendar *, SEL, NSUInteger, NSDate *) = nullptr;
-  NSDate *(*date)(NSCalendar *, SEL, NSDateComponents *) = nullptr;
-  NSDate *(*adding)(NSCalendar *, SEL, NSDateComponents *, NSDate *, NSUInteger) = nullptr;
-} constinit gnustep_methods;
+NSDateComponents *(*gnustep_components)(NSCalendar *, SEL, NSUInteger, NSDate *);
+NSDate *(*gnustep_date)(NSCalendar *, SEL, NSDateComponents *);
+NSDate *(*gnustep_adding)(NSCalendar *, SEL, NSDateComponents *, NSDate *, NSUInteger);
 
 /// A calendar of GNUstep's own (autoreleased) with the settings of `settings` and the time zone
 /// `zone`, for one thread: GNUstep's calendars change inside while they work.
@@ -126,10 +123,9 @@ NSDateComponents *components_from_date(NSCalendar *self, SEL selector, NSUIntege
   const Moment moment = moment_of_date(date);
   const LocalTime local = local_time(*rules_of([calendar timeZone], date), moment.seconds);
   NSDateComponents *components =
-      is_gregorian(calendar)
-          ? gregorian_components(calendar, units, local, moment.fraction)
-          : gnustep_methods.components(gnustep_calendar(calendar, greenwich()), selector, units,
-                                       date_at(local, moment.fraction));
+      is_gregorian(calendar) ? gregorian_components(calendar, units, local, moment.fraction)
+                             : gnustep_components(gnustep_calendar(calendar, greenwich()), selector,
+                                                  units, date_at(local, moment.fraction));
   if ((units & NSCalendarUnitCalendar) != 0)
     [components setCalendar:self];
   if ((units & NSCalendarUnitTimeZone) != 0)
@@ -184,8 +180,8 @@ NSDate *date_from_components(NSCalendar *self, SEL selector, NSDateComponents *c
   } else {
     NSDateComponents *in_greenwich = [[components copy] autorelease];
     [in_greenwich setTimeZone:nil];
-    local = moment_of_date(gnustep_methods.date(gnustep_calendar(calendar, greenwich()), selector,
-                                                in_greenwich))
+    local = moment_of_date(
+                gnustep_date(gnustep_calendar(calendar, greenwich()), selector, in_greenwich))
                 .seconds;
   }
   if (!local)
@@ -211,8 +207,8 @@ NSDate *date_by_adding_components(NSCalendar *self, SEL selector, NSDateComponen
     return nil;
   NSCalendar *calendar = snapshot_of(self);
   if (options != 0 || !holds_days_only(components))
-    return gnustep_methods.adding(gnustep_calendar(calendar, [calendar timeZone]), selector,
-                                  components, date, options);
+    return gnustep_adding(gnustep_calendar(calendar, [calendar timeZone]), selector, components,
+                          date, options);
   const std::int64_t days = is_set(components, NSCalendarUnitDay) ? [components day] : 0;
   const Moment moment = moment_of_date(date);
   constexpr std::int64_t kMostDays = kFarthest / kSecondsInDay;
@@ -295,10 +291,9 @@ BOOL range_of_unit(NSCalendar *self, SEL /*selector*/, NSCalendarUnit unit, NSDa
 VH_AT_LOAD(VHCalendarPatches) {
   using namespace veltro::host;
   Class calendar = objc_getClass("NSCalendar");
-  gnustep_methods.components =
-      replace_method(calendar, "components:fromDate:", &components_from_date);
-  gnustep_methods.date = replace_method(calendar, "dateFromComponents:", &date_from_components);
-  gnustep_methods.adding = replace_method(
+  gnustep_components = replace_method(calendar, "components:fromDate:", &components_from_date);
+  gnustep_date = replace_method(calendar, "dateFromComponents:", &date_from_components);
+  gnustep_adding = replace_method(
       calendar, "dateByAddingComponents:toDate:options:", &date_by_adding_components);
   replace_method(calendar, "rangeOfUnit:startDate:interval:forDate:", &range_of_unit);
 }

@@ -1,6 +1,5 @@
-// +currentLocale: the locale that the user default AppleLocale names, as on the device, and at
-// every call, so that it follows a change. GNUstep takes the environment's at the first call and
-// keeps it, which still stands where that default is not set.
+// +currentLocale: the locale that the user default AppleLocale names at that moment, as on the
+// device; where it names none, GNUstep's, which is the environment's at the first call.
 
 #include "frameworks/Foundation/replace_method.hpp"
 

@@ -10,8 +10,7 @@ namespace veltro::host {
 /// Seconds since 1970 as a clock on the wall counts them.
 using LocalTime = std::int64_t;
 
-/// Moments and day counts beyond this many seconds (31 million years) are not looked at more
-/// closely.
+/// Moments and day counts beyond this many seconds (31 million years) are not looked at closely.
 constexpr std::int64_t kFarthest = 1'000'000'000'000'000;
 
 LocalTime local_time(const ZoneRules &zone, UnixTime time);
