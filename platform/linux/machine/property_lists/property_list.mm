@@ -11,22 +11,6 @@
 #include <sys/stat.h>
 
 namespace veltro::host {
-namespace {
-
-constexpr off_t kSizeLimit = off_t{16} << 20;
-
-std::string why_unreadable(const std::string &path) {
-  struct stat status{};
-  if (stat(path.c_str(), &status) != 0)
-    return std::strerror(errno);
-  if (!S_ISREG(status.st_mode))
-    return "not a file";
-  if (status.st_size > kSizeLimit)
-    return "too large";
-  return "";
-}
-
-} // namespace
 
 id property_list_in(NSData *data) {
   return [NSPropertyListSerialization propertyListWithData:data
@@ -54,7 +38,15 @@ std::string PlistStrings::value(const char *key) const {
 }
 
 PlistStrings plist_strings(const std::string &path, std::initializer_list<const char *> keys) {
-  PlistStrings result{why_unreadable(path), {}};
+  constexpr off_t kSizeLimit = off_t{16} << 20;
+  PlistStrings result;
+  struct stat status{};
+  if (stat(path.c_str(), &status) != 0)
+    result.problem = std::strerror(errno);
+  else if (!S_ISREG(status.st_mode))
+    result.problem = "not a file";
+  else if (status.st_size > kSizeLimit)
+    result.problem = "too large";
   if (!result.problem.empty())
     return result;
   @autoreleasepool {
