@@ -6,26 +6,19 @@
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/files/file.hpp"
 
-#include <optional>
-#include <string>
 #include <sys/stat.h>
 
 namespace {
 
-std::optional<std::string> contents_of(const char *path) {
-  // Opening a pipe without a writer would wait.
-  const veltro::host::File file(path, O_RDONLY | O_NONBLOCK);
-  struct stat status{};
-  if (!file || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))
-    return std::nullopt;
-  return veltro::host::read_all(file.number());
-}
-
 id init_with_contents_of_file(NSData *self, SEL /*command*/, NSString *path) {
-  const std::optional<std::string> text =
-      [path length] != 0 ? contents_of([path fileSystemRepresentation]) : std::nullopt;
-  if (text)
-    return [self initWithBytes:text->data() length:text->size()];
+  if ([path length] != 0) {
+    // Opening a pipe without a writer would wait.
+    const veltro::host::File file([path fileSystemRepresentation], O_RDONLY | O_NONBLOCK);
+    struct stat status{};
+    if (file && fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode))
+      if (const auto text = veltro::host::read_all(file.number()))
+        return [self initWithBytes:text->data() length:text->size()];
+  }
   [self release];
   return nil;
 }
