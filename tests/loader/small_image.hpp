@@ -35,9 +35,11 @@ struct SmallImage {
   uint32_t magic = 0xfeedfacf, processor = 0x01000007, subtype = 3, file_type = 6;
   uint32_t text_protection = 5, data_protection = 3, data_flags = 0;
   uint64_t data_size = 0x1000, data_address = kData, link_size = 0x1000;
+  // Empty, so that a test names only what it breaks. NOLINTBEGIN(readability-redundant-member-init)
   Octets rebases{}, binds{}, lazy_binds{}, exports{};
   std::vector<Section> sections{};
   std::vector<Octets> commands{}; // besides segments and dyld info
+  // NOLINTEND(readability-redundant-member-init)
   Octets contents = Octets(kLink);
   bool wide = true;
 

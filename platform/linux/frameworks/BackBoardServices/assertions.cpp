@@ -64,20 +64,17 @@ void acquire(State &state) {
   std::exchange(state.report, nullptr)(acquired);
 }
 
-void resume(const State &state, pid_t process) {
-  const std::lock_guard lock(monitor().mutex);
-  if (state.phase == State::held)
-    kill(process, SIGCONT);
-}
-
 void poll(State &state) {
   if (state.report)
     acquire(state);
   else if (++state.looks % kLooksBetweenSearches == 0)
     state.processes = processes_of(state.identifier, state.executable);
   for (const pid_t process : state.processes)
-    if (stopped_by_signal(process) && runs(process, state.executable))
-      resume(state, process);
+    if (stopped_by_signal(process) && runs(process, state.executable)) {
+      const std::lock_guard lock(monitor().mutex);
+      if (state.phase == State::held)
+        kill(process, SIGCONT);
+    }
 }
 
 [[noreturn]] void run() {

@@ -21,27 +21,17 @@ int fail(int error) {
   return -1;
 }
 
-/// Copies what fits of `length` bytes and leaves the number copied.
-int give(const void *bytes, std::size_t length, void *buffer, std::size_t *size) {
+/// What there is to do where no buffer is given: a size to tell, or nothing.
+int tell(std::size_t length, const void *buffer, std::size_t *size) {
   if (size == nullptr)
     return buffer == nullptr ? 0 : fail(EFAULT);
-  if (buffer == nullptr) {
-    *size = length;
-    return 0;
-  }
-  const std::size_t fitting = std::min(length, *size);
-  std::memcpy(buffer, bytes, fitting);
-  *size = fitting;
-  return fitting == length ? 0 : fail(ENOMEM);
+  *size = length;
+  return 0;
 }
 
 int process_table(void *buffer, std::size_t *size) {
-  if (size == nullptr)
-    return buffer == nullptr ? 0 : fail(EFAULT);
-  if (buffer == nullptr) {
-    *size = veltro::host::process_record_bound() * sizeof(kinfo_proc);
-    return 0;
-  }
+  if (size == nullptr || buffer == nullptr)
+    return tell(veltro::host::process_record_bound() * sizeof(kinfo_proc), buffer, size);
   std::size_t count = 0;
   const int error = veltro::host::read_process_records(
       {static_cast<kinfo_proc *>(buffer), *size / sizeof(kinfo_proc)}, count);
@@ -74,7 +64,13 @@ int sysctlbyname(const char *name, void *oldp, size_t *oldlenp, void *newp, size
   if (newp != nullptr)
     return fail(EPERM);
   const std::string model = veltro::host::machine_model();
-  return give(model.c_str(), model.size() + 1, oldp, oldlenp);
+  const std::size_t length = model.size() + 1;
+  if (oldlenp == nullptr || oldp == nullptr)
+    return tell(length, oldp, oldlenp);
+  // What fits is copied all the same.
+  *oldlenp = std::min(length, *oldlenp);
+  std::memcpy(oldp, model.c_str(), *oldlenp);
+  return *oldlenp == length ? 0 : fail(ENOMEM);
 }
 
 } // extern "C"

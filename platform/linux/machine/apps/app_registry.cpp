@@ -201,10 +201,6 @@ Index &index() {
   return only;
 }
 
-bool is_file_name(const std::string &name) {
-  return name.find('/') == std::string::npos && name != "." && name != "..";
-}
-
 std::string first_of(std::initializer_list<std::string> candidates) {
   const auto *found =
       std::ranges::find_if(candidates, [](const auto &text) { return !text.empty(); });
@@ -243,11 +239,12 @@ InstalledApp read_app_bundle(const std::string &bundle_path, std::string &proble
                     {"CFBundleIdentifier", "CFBundleDisplayName", "CFBundleName",
                      "CFBundleExecutable", "CFBundleShortVersionString", "CFBundleVersion"});
   InstalledApp app;
+  const std::string executable = info.value("CFBundleExecutable");
   if (!info.problem.empty())
     problem = "Info.plist: " + info.problem;
   else if (info.value("CFBundleIdentifier").empty())
     problem = "Info.plist: no CFBundleIdentifier";
-  else if (!is_file_name(info.value("CFBundleExecutable")))
+  else if (executable.find('/') != std::string::npos || executable == "." || executable == "..")
     problem = "Info.plist: CFBundleExecutable is no file name";
   if (!problem.empty())
     return app;
@@ -255,7 +252,7 @@ InstalledApp read_app_bundle(const std::string &bundle_path, std::string &proble
   app.name = first_of({info.value("CFBundleDisplayName"), info.value("CFBundleName"),
                        fs::path(bundle_path).stem().string()});
   app.version = first_of({info.value("CFBundleShortVersionString"), info.value("CFBundleVersion")});
-  app.executable = info.value("CFBundleExecutable");
+  app.executable = executable;
   app.bundle_path = bundle_path;
   return app;
 }

@@ -10,7 +10,7 @@ namespace {
 bool is_at(const std::string &path, const File &file) {
   struct stat held{};
   struct stat named{};
-  return fstat(file.number(), &held) == 0 && stat(path.c_str(), &named) == 0 &&
+  return file && fstat(file.number(), &held) == 0 && stat(path.c_str(), &named) == 0 &&
          held.st_dev == named.st_dev && held.st_ino == named.st_ino;
 }
 

@@ -26,9 +26,7 @@ namespace veltro::host {
 namespace {
 
 constexpr std::size_t kStackSize = std::size_t{32} * 1024;
-constexpr int kNoSignalAtTheEnd = 0;
-constexpr int kClonedChildren = static_cast<int>(__WCLONE);
-constexpr int kLikeVfork = CLONE_VM | CLONE_VFORK | kNoSignalAtTheEnd;
+constexpr int kLikeVfork = CLONE_VM | CLONE_VFORK; // and no signal at the end
 // The middle process changes nothing of what it shares, and ends.
 constexpr int kMiddle = kLikeVfork | CLONE_FILES | CLONE_FS | CLONE_SIGHAND;
 
@@ -81,9 +79,8 @@ struct Request {
 }
 
 bool has_command_line(pid_t process) {
-  const std::string path = "/proc/" + std::to_string(process) + "/cmdline";
   char first = 0;
-  const File file(path, O_RDONLY);
+  const File file("/proc/" + std::to_string(process) + "/cmdline", O_RDONLY);
   return read(file.number(), &first, 1) == 1;
 }
 
@@ -136,7 +133,7 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
     request.result.error = errno;
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
 
-  while (middle > 0 && waitpid(middle, nullptr, kClonedChildren) < 0 && errno == EINTR) {
+  while (middle > 0 && waitpid(middle, nullptr, static_cast<int>(__WCLONE)) < 0 && errno == EINTR) {
   }
   if (request.result.error != 0)
     request.result.process = 0;

@@ -73,11 +73,6 @@ bool has_ended(std::string_view fields) {
   return thread_count == "1" || thread_count == "0";
 }
 
-/// Whether the process is one of the kernel's own, which have no memory and no executable.
-bool is_of_the_kernel(std::string_view fields) {
-  return field(fields, 23) == "0";
-}
-
 /// Fills `record` for the process, or leaves it as it is where the process has ended. The device's
 /// apps are gone as soon as they end; here they may stay for as long as init does not ask for them.
 bool fill(kinfo_proc &record, int proc, pid_t process) {
@@ -95,7 +90,9 @@ bool fill(kinfo_proc &record, int proc, pid_t process) {
 
   const std::span<char> name = std::span(text).subspan(begin);
   std::size_t count = end - begin;
-  if (count == kKernelNameLength && !is_of_the_kernel(fields))
+  const bool has_memory =
+      field(fields, 23) != "0"; // unlike the kernel's own, without an executable
+  if (count == kKernelNameLength && has_memory)
     count = restore_last_byte(proc, process, name);
   count = std::min<std::size_t>(count, MAXCOMLEN);
   replace_stray_bytes(name.first(count));

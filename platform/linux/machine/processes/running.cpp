@@ -21,8 +21,6 @@
 namespace veltro::host {
 namespace {
 
-namespace fs = std::filesystem;
-
 std::string contents(pid_t process, const char *file) {
   std::ifstream stream("/proc/" + std::to_string(process) + '/' + file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
@@ -41,7 +39,7 @@ std::optional<Program> program_at(const std::string &executable) {
   // The kernel cuts a process's name at fifteen bytes.
   constexpr std::size_t kKernelNameLength = 15;
   std::error_code error;
-  std::string real_path = fs::canonical(executable, error).string();
+  std::string real_path = std::filesystem::canonical(executable, error).string();
   if (error)
     return std::nullopt;
   return Program{executable, std::move(real_path),

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <pwd.h>
 #include <unistd.h>
+#include <utility>
 
 namespace veltro::host {
 namespace {
@@ -22,18 +23,15 @@ std::string without_trailing_slashes(std::string path) {
   return path;
 }
 
-std::string absolute(std::string path) {
-  if (path.starts_with('/'))
-    return path;
-  std::error_code ignored;
-  return (std::filesystem::current_path(ignored) / path).string();
-}
-
 } // namespace
 
 std::string device_root() {
-  if (const std::string_view root = variable("VELTRO_ROOT"); !root.empty())
-    return without_trailing_slashes(absolute(std::string(root)));
+  if (std::string root(variable("VELTRO_ROOT")); !root.empty()) {
+    std::error_code ignored;
+    if (!root.starts_with('/'))
+      root = std::filesystem::absolute(root, ignored);
+    return without_trailing_slashes(std::move(root));
+  }
   if (const std::string_view data = variable("XDG_DATA_HOME"); !data.empty())
     return without_trailing_slashes(std::string(data)) + "/veltro";
   return without_trailing_slashes(home()) + "/.local/share/veltro";

@@ -33,13 +33,6 @@ bool write_folder(const fs::path &staging, std::string_view folder) {
   return complete;
 }
 
-void provide_frameworks() {
-  constexpr std::string_view kInfo = "/Info.plist";
-  for (const SystemFile &file : system_files())
-    if (file.path.ends_with(kInfo))
-      provide_system_folder(file.path.substr(0, file.path.size() - kInfo.size()));
-}
-
 } // namespace
 
 void provide_system_folder(std::string_view folder) {
@@ -59,7 +52,10 @@ void provide_system_folder(std::string_view folder) {
 
 std::string system_framework(const std::string &identifier) {
   constexpr const char *kIdentifier = "CFBundleIdentifier";
-  provide_frameworks();
+  constexpr std::string_view kInfo = "/Info.plist";
+  for (const SystemFile &file : system_files())
+    if (file.path.ends_with(kInfo))
+      provide_system_folder(file.path.substr(0, file.path.size() - kInfo.size()));
   for (const char *folder : kFrameworks) {
     std::error_code error;
     for (fs::directory_iterator entry(on_this_machine(folder), error), end; !error && entry != end;

@@ -10,10 +10,13 @@
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/property_lists/corrupt_file.hpp"
 #include "machine/property_lists/property_list.hpp"
-#include "machine/root/loadable_object.hpp"
 #include "machine/text/utf8.hpp"
 
+#include <cstring>
+#include <elf.h>
 #include <filesystem>
+#include <fstream>
+#include <link.h>
 
 namespace {
 
@@ -26,6 +29,25 @@ NSDictionary *(*gnustep_info)(NSBundle *, SEL);
 NSString *(*gnustep_resource_path)(NSBundle *, SEL);
 BOOL (*gnustep_load)(NSBundle *, SEL);
 Class (*gnustep_class)(NSBundle *, SEL, NSString *);
+
+/// Whether the regular file at `path` is a shared object, which a process can link while it runs,
+/// and no program, script or file of another kind.
+bool can_be_linked(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  ElfW(Ehdr) header{};
+  if (!file.read(reinterpret_cast<char *>(&header), sizeof header) ||
+      std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_type != ET_DYN)
+    return false;
+  // Programs are shared objects to the letter, too; but only they name an interpreter.
+  file.seekg(static_cast<std::streamoff>(header.e_phoff));
+  for (int left = header.e_phnum; left > 0; --left) {
+    ElfW(Phdr) segment{};
+    if (!file.read(reinterpret_cast<char *>(&segment), sizeof segment) ||
+        segment.p_type == PT_INTERP)
+      return false;
+  }
+  return true;
+}
 
 NSString *flat_info_path(NSBundle *bundle) {
   return [[bundle bundlePath] stringByAppendingPathComponent:@"Info.plist"];
@@ -60,7 +82,7 @@ BOOL link(NSBundle *bundle, SEL command) {
   std::error_code error;
   if (!path.empty() && !std::filesystem::is_regular_file(path, error))
     return NO;
-  if (bundle == [NSBundle mainBundle] || veltro::host::is_loadable_object(path))
+  if (bundle == [NSBundle mainBundle] || can_be_linked(path))
     return gnustep_load(bundle, command);
   bundle->_codeLoaded = YES;
   return YES;
