@@ -8,8 +8,8 @@
 
 #include <atomic>
 #include <cstdio>
-#include <future>
 #include <memory>
+#include <semaphore>
 
 struct dispatch_queue_s {
   const char *label;
@@ -84,11 +84,11 @@ void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) {
   check_queue(queue);
   if (veltro::host::on_main_thread())
     client_bug("dispatch_sync called on queue already owned by current thread");
-  // Broken when the queue lets go of the work, also after an exception of the block.
-  auto pending = std::make_shared<std::promise<void>>();
-  const std::future<void> finished = pending->get_future();
+  std::binary_semaphore finished(0);
+  // Released when the queue lets go of the work, also after an exception of the block.
+  std::shared_ptr<std::binary_semaphore> pending(&finished, [](auto *one) { one->release(); });
   main_queue().add([pending = std::move(pending), block] { block(); });
-  finished.wait();
+  finished.acquire();
 }
 
 } // extern "C"
