@@ -117,7 +117,7 @@ NSMutableArray *known_bundles() {
   NSMutableArray *const all = [NSMutableArray array];
   const std::lock_guard lock(mutex);
   for (const Known &known : registry)
-    if (std::filesystem::is_directory(known.path))
+    if (std::error_code error; std::filesystem::is_directory(known.path, error))
       [all addObject:known.bundle];
   return all;
 }
@@ -131,7 +131,7 @@ NSArray *all_bundles(Class self, SEL command) {
 }
 
 id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
-  if (![identifier isKindOfClass:[NSString class]])
+  if (![identifier isKindOfClass:[NSString class]] || utf8_of(identifier).empty())
     return nil;
   const std::string framework = veltro::host::system_framework(utf8_of(identifier));
   if (!framework.empty())

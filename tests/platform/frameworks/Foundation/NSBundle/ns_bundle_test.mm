@@ -159,6 +159,9 @@ TEST_F(Bundles, BrokenFrameworksDoNotHideOthers) {
   fs::create_directories(device_root() / "System/Library/Frameworks/Empty.framework");
   const fs::path framework = lay_framework("Own", "com.example.own");
   EXPECT_EQ(path_of([NSBundle bundleWithIdentifier:@"com.example.own"]), framework);
+  EXPECT_EQ([NSBundle bundleWithIdentifier:@""], nil) << "theirs is none, not an empty one";
+  NSString *const half = [[NSString stringWithUTF8String:"\xF0\x9F\x98\x80"] substringToIndex:1];
+  EXPECT_EQ([NSBundle bundleWithIdentifier:half], nil) << "what has no UTF-8 names none either";
 }
 
 TEST_F(Bundles, AppsAreNotFoundByIdentifier) {
@@ -284,6 +287,16 @@ TEST_F(Bundles, AreListedAsLongAsTheyAreThere) {
   EXPECT_TRUE([[NSBundle allBundles] containsObject:bundle]);
   EXPECT_TRUE([[NSBundle allBundles] containsObject:[NSBundle mainBundle]]);
   fs::remove_all(app);
+  EXPECT_FALSE([[NSBundle allBundles] containsObject:bundle]);
+}
+
+TEST_F(Bundles, AFolderThatBecomesALinkToItselfIsGone) {
+  const fs::path folder = device_root() / "Library/Loop.bundle";
+  write_file(folder / "Info.plist", info_plist("com.example.loop", "Loop"));
+  NSBundle *const bundle = [NSBundle bundleWithPath:text(folder)];
+  fs::remove_all(folder);
+  fs::create_directory_symlink(folder, folder);
+  EXPECT_EQ([NSBundle bundleWithIdentifier:@"com.example.loop"], nil);
   EXPECT_FALSE([[NSBundle allBundles] containsObject:bundle]);
 }
 
