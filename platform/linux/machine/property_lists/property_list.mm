@@ -56,9 +56,8 @@ PlistStrings plist_strings(const std::string &path, std::initializer_list<const 
       result.problem = data == nil ? "cannot be read" : "not a property list with a dictionary";
     for (const char *key : keys) {
       id value = [list objectForKey:string_of(key)];
-      const char *text = [value isKindOfClass:[NSString class]] ? [value UTF8String] : nullptr;
-      if (text != nullptr)
-        result.values.emplace(key, text);
+      if ([value isKindOfClass:[NSString class]])
+        result.values.emplace(key, utf8_of(value));
     }
   }
   return result;

@@ -219,6 +219,18 @@ INSTANTIATE_TEST_SUITE_P(
                                  "Info.plist: CFBundleExecutable is no file name"}),
     [](const auto &info) { return info.param.name; });
 
+TEST_F(AppRegistry, LeavesOutABundleWhoseIdentifierIsHalfACharacter) {
+  using namespace std::string_literals;
+  // A well-formed binary property list; the identifier is half a surrogate pair, which Foundation
+  // makes no string of.
+  write_file(device_root() / "Applications/Half.app/Info.plist",
+             "bplist00\xd1\x01\x02\x5f\x10\x12"
+             "CFBundleIdentifier\x61\xd8\x00\x08\x0b\x20"s +
+                 "\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x23"s);
+  EXPECT_THAT(identifiers(), IsEmpty());
+  EXPECT_THAT(logged_lines(), ElementsAre(HasSubstr("Info.plist: not a property list")));
+}
+
 TEST_F(AppRegistry, LeavesOutABundleWithoutInfoPlist) {
   fs::create_directories(device_root() / "Applications/Bad.app");
   lay_system_app("good", "Good");
