@@ -83,6 +83,12 @@ TEST(MatchingLocalizations, FollowTheOrderThatIsWanted) {
   const Names offered{"de", "en", "fr"};
   EXPECT_THAT(matching_localizations(offered, Names{"fr", "sv", "de", "fr_CA"}),
               ElementsAre("fr", "de"));
+  for (const char *const name : {"\xff", "en\xff", "Brazilian Portuguese"}) {
+    const Names odd{name};
+    EXPECT_THAT(matching_localizations(odd, Names{"en", "de", "C", "Base"}), IsEmpty()) << name;
+    EXPECT_THAT(matching_localizations(offered, odd), IsEmpty()) << name;
+    EXPECT_THAT(matching_localizations(odd, odd), ElementsAre(name));
+  }
   EXPECT_THAT(matching_localizations(offered, Names{"ja"}), IsEmpty());
   EXPECT_THAT(matching_localizations(Names{}, Names{"de"}), IsEmpty());
   EXPECT_THAT(matching_localizations(offered, Names{}), IsEmpty());

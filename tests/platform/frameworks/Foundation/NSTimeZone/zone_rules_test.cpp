@@ -158,6 +158,13 @@ TEST(YearlyRule, WithIrelandsNegativeSummerTime) {
   EXPECT_EQ(rule->offset_at(utc(2030, 7, 1)), 3600);
 }
 
+TEST(SpelledRules, MayHaveSummerAllYear) {
+  const auto rule = ZoneRules::spelled("EST5EDT4,0/0,J365/25");
+  ASSERT_TRUE(rule);
+  for (const UnixTime time : {utc(2024, 1, 1, 4), utc(2024, 7, 1), utc(2025, 1, 1, 5)})
+    EXPECT_EQ(rule->offset_at(time), -4 * 3600) << time;
+}
+
 TEST(YearlyRule, WithDaysOfTheYear) {
   const auto julian = ZoneRules::spelled("AAA0BBB,J60/0,J300/0");
   ASSERT_TRUE(julian);
