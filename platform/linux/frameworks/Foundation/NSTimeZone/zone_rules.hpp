@@ -51,7 +51,8 @@ public:
 
   [[nodiscard]] std::int32_t offset_at(UnixTime time) const;
 
-  /// The transitions after `from` and not after `to`, in order of time.
+  /// The transitions after `from` and not after `to`, in order of time; year by year where those of
+  /// a rule overlap.
   [[nodiscard]] std::vector<Transition> transitions_between(UnixTime from, UnixTime to) const;
 
 private:

@@ -37,7 +37,8 @@ TEST(SpelledZone, HasSummerTimeInEveryYear) {
 TEST(SpelledZone, HasTheOffsetsOfTheCLibrary) {
   for (const char *text : {"CET-1CEST,M3.5.0,M10.5.0/3", "NZST-12NZDT,M9.5.0,M4.1.0/3",
                            "AAA3BBB,J60/0,J300/26", "AAA-3BBB,59/-3,299", "<+0330>-3:30",
-                           "IST-1GMT0,M10.5.0,M3.5.0/1", "AAA12BBB11:30,M3.2.0/2:30,M11.1.0/-1"}) {
+                           "IST-1GMT0,M10.5.0,M3.5.0/1", "AAA12BBB11:30,M3.2.0/2:30,M11.1.0/-1",
+                           "AAA0BBB,0/-5,365/167", "AAA0BBB,365/167,0/-5", "AAA0BBB,20,20/1"}) {
     setenv("TZ", text, 1);
     tzset();
     const auto zone = ZoneRules::spelled(text);
