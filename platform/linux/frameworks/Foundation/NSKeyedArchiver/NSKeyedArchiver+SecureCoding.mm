@@ -31,7 +31,14 @@ id encode_checked(id self, SEL selector, id object, BOOL conditional) {
     [NSException raise:NSInvalidArchiveOperationException
                 format:@"Secure coding is required and class '%@' does not support it.",
                        [object classForCoder]];
-  return encode_object(self, selector, object, conditional);
+  // An object that raises leaves its own entries behind there, which GNUstep then releases twice.
+  static const Ivar current = class_getInstanceVariable([NSKeyedArchiver class], "_enc");
+  const id outer = object_getIvar(self, current);
+  @try {
+    return encode_object(self, selector, object, conditional);
+  } @finally {
+    object_setIvar(self, current, outer);
+  }
 }
 
 } // namespace

@@ -306,6 +306,21 @@ TEST(SecureCoding, ArchiverRefusesWhatDoesNotSupportIt) {
   }) isEqualToString:NSInvalidArchiveOperationException]);
 }
 
+TEST(SecureCoding, AnArchiverIsReleasedAfterAnObjectInsideAnotherRaised) {
+  const veltro::test::ScopedLsanDisabler disabler;
+  for (int again = 0; again < 3; ++again)
+    @autoreleasepool {
+      NSArray *const nested = @[ [SecureBox boxWith:[[[PlainBox alloc] init] autorelease]] ];
+      NSError *error = nil;
+      EXPECT_EQ([NSKeyedArchiver archivedDataWithRootObject:nested
+                                      requiringSecureCoding:YES
+                                                      error:&error],
+                nil);
+      EXPECT_EQ([error code], NSCoderInvalidValueError);
+    }
+  EXPECT_TRUE(comes_back(@[ @"text" ], [NSArray class]));
+}
+
 TEST(SecureCoding, ArchivingReportsAnErrorWhereAsked) {
   NSError *error = nil;
   PlainBox *const plain = [[[PlainBox alloc] init] autorelease];
