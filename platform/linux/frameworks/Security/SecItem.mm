@@ -10,7 +10,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include <utility>
+#include <string_view>
 
 using namespace veltro::host::keychain;
 
@@ -37,32 +37,30 @@ OSStatus SecItemCopyMatching(CFDictionaryRef dictionary, CFTypeRef *result) {
     return status;
   const bool returns = result != nullptr && (query.return_data || query.return_attributes);
   Results results(query.return_attributes);
-  NSMutableArray *many = nil;
-  id one = nil;
+  id all = nil; // that were found, or the one where one is asked for
   Search search(query.query, returns && query.return_data);
   while (search.next()) {
     if (!returns)
       continue;
     id found = results.new_result(search.fields(), search.take_secret());
     if (!query.many) {
-      one = found;
+      all = found;
       continue;
     }
-    if (many == nil)
-      many = [[NSMutableArray alloc] init];
-    [many addObject:found];
+    if (all == nil)
+      all = [[NSMutableArray alloc] init];
+    [all addObject:found];
     [found release];
   }
   status = search.finish();
   if (status == errSecSuccess && result != nullptr) {
-    *result = query.many ? many : one;
+    *result = all;
     return status;
   }
-  for (id unwanted in many)
+  // A search for one item does not fail once it has found it.
+  for (id unwanted in all)
     Results::wipe_secret_of(unwanted);
-  Results::wipe_secret_of(one);
-  [many release];
-  [one release];
+  [all release];
   return status;
 }
 

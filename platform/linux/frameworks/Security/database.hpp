@@ -8,7 +8,6 @@
 #include <memory>
 #include <sqlite3.h>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 
 namespace veltro::host::keychain {

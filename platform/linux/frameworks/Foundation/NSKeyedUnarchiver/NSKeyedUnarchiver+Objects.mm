@@ -23,7 +23,7 @@ using veltro::host::replace_method;
 /// What the key that is being decoded may hold. Keys nest as the objects do.
 struct Expectation {
   NSKeyedUnarchiver *coder = nil;
-  NSString *key = nil;         ///< the key, where classes were named for it
+  NSString *key = nil;         ///< the key that classes were named for
   NSSet *classes = nil;        ///< the classes asked for; nil where any will do
   bool elements = false;       ///< the key holds a collection's elements
   bool parts = false;          ///< the key holds a part of an object of Foundation's
@@ -106,10 +106,8 @@ void check(Class found, const Expectation &expectation) {
     return;
   if (!is_expected(found, expectation))
     [NSException raise:NSInvalidUnarchiveOperationException
-                format:@"The value%@%@ is of class '%@' and not of the classes asked for, %@.",
-                       expectation.key != nil ? @" for key " : @"",
-                       expectation.key != nil ? expectation.key : @"", found,
-                       [expectation.classes allObjects]];
+                format:@"Key %@ holds an object of class '%@' and not of those asked for, %@.",
+                       expectation.key, found, [expectation.classes allObjects]];
   if (!veltro::host::supports_secure_coding(found))
     [NSException raise:NSInvalidUnarchiveOperationException
                 format:@"Secure coding is required and class '%@' does not support it.", found];
@@ -133,11 +131,9 @@ id decode_checked(NSKeyedUnarchiver *self, SEL selector, unsigned index) {
     check(found, expectation);
   }
 
-  const NSUInteger description = reference(record, @"$class");
-  expectation.class_record = description != NSNotFound ? description : 0;
+  expectation.class_record = reference(record, @"$class");
   expectation.elements = false;
   expectation.parts = found != Nil && veltro::host::foundation_decodes(found);
-  expectation.key = nil;
   const Expecting inside(expectation);
   return decode_object(self, selector, index);
 }
