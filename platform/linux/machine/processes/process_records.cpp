@@ -1,5 +1,6 @@
 // Reads the file stat of each process, which begins with the id, the short name in brackets and the
-// state, as proc(5) documents it.
+// state, as proc(5) documents it; of the kernel's own threads, which are gone when they end, only
+// the name, which is half the work.
 
 #include "machine/processes/process_records.hpp"
 
@@ -11,7 +12,10 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <glib.h>
+#include <iterator>
+#include <set>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,10 +53,10 @@ void replace_stray_bytes(std::span<char> name) {
   }
 }
 
-/// The front of the process's file stat, in `text`: as much as holds the name and the state.
-std::string_view read_status(int proc, pid_t process, std::span<char> text) {
-  const File file = File::of(openat(proc, ProcPath(process, "stat").text(), O_RDONLY | O_CLOEXEC));
-  const ssize_t length = read(file.number(), text.data(), text.size());
+/// The front of one file of the process, in `text`.
+std::string_view read_front(int proc, pid_t process, const char *file, std::span<char> text) {
+  const File open = File::of(openat(proc, ProcPath(process, file).text(), O_RDONLY | O_CLOEXEC));
+  const ssize_t length = read(open.number(), text.data(), text.size());
   return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
 
@@ -73,34 +77,54 @@ bool has_ended(std::string_view fields) {
   return thread_count == "1" || thread_count == "0";
 }
 
-/// Fills `record` for the process, or leaves it as it is where the process has ended. The device's
-/// apps are gone as soon as they end; here they may stay for as long as init does not ask for them.
-bool fill(kinfo_proc &record, int proc, pid_t process) {
-  // Names of the kernel's own threads may be longer than any record's.
+/// What stands behind the name in a file stat, from the state on. The name may hold brackets of its
+/// own; what follows it holds none.
+std::string_view fields_of(std::string_view status) {
+  return status.substr(std::min(status.rfind(')') + 2, status.size()));
+}
+
+/// The kernel's own threads: the children of its first, which has no memory, unlike the process of
+/// the same id in a container. Empty where the kernel does not tell.
+std::set<pid_t> kernel_threads(int proc) {
+  constexpr pid_t kFirst = 2;
   std::array<char, 512> text;
-  const std::string_view status = read_status(proc, process, text);
-  // The name may hold brackets of its own; what follows it holds none.
-  const std::size_t begin = status.find('(') + 1;
-  const std::size_t end = status.rfind(')');
-  if (end == std::string_view::npos)
-    return false;
-  const std::string_view fields = status.substr(std::min(end + 2, status.size()));
-  if (has_ended(fields))
-    return false;
+  if (field(fields_of(read_front(proc, kFirst, "stat", text)), 23) != "0")
+    return {};
+  std::ifstream children("/proc/2/task/2/children");
+  return {std::istream_iterator<pid_t>(children), {}};
+}
 
-  const std::span<char> name = std::span(text).subspan(begin);
-  std::size_t count = end - begin;
-  const bool has_memory =
-      field(fields, 23) != "0"; // unlike the kernel's own, without an executable
-  if (count == kKernelNameLength && has_memory)
-    count = restore_last_byte(proc, process, name);
-  count = std::min<std::size_t>(count, MAXCOMLEN);
-  replace_stray_bytes(name.first(count));
-
+void fill(kinfo_proc &record, pid_t process, std::span<char> name) {
+  const auto shown = name.first(std::min<std::size_t>(name.size(), MAXCOMLEN));
+  replace_stray_bytes(shown);
   std::memset(&record, 0, sizeof record);
   record.kp_proc.p_pid = process;
-  std::copy_n(name.begin(), count, record.kp_proc.p_comm);
+  std::ranges::copy(shown, record.kp_proc.p_comm);
+}
+
+/// Fills `record` for the process, or leaves it as it is where the process has ended. The device's
+/// apps are gone as soon as they end; here they may stay for as long as init does not ask for them.
+bool fill_if_running(kinfo_proc &record, int proc, pid_t process) {
+  // Names of the kernel's own threads may be longer than any record's.
+  std::array<char, 512> text;
+  const std::string_view status = read_front(proc, process, "stat", text);
+  const std::size_t begin = status.find('(') + 1;
+  const std::size_t end = status.rfind(')');
+  if (end == std::string_view::npos || has_ended(fields_of(status)))
+    return false;
+  const std::span<char> name = std::span(text).subspan(begin);
+  std::size_t count = end - begin;
+  if (count == kKernelNameLength)
+    count = restore_last_byte(proc, process, name);
+  fill(record, process, name.first(count));
   return true;
+}
+
+bool fill_kernel_thread(kinfo_proc &record, int proc, pid_t thread) {
+  std::array<char, MAXCOMLEN> text;
+  const std::string_view name = read_front(proc, thread, "comm", text);
+  fill(record, thread, std::span(text).first(std::min(name.find('\n'), name.size())));
+  return !name.empty();
 }
 
 } // namespace
@@ -118,9 +142,12 @@ int read_process_records(std::span<kinfo_proc> records, std::size_t &count) {
   const ProcFolder proc;
   if (!proc)
     return errno;
+  const std::set<pid_t> of_kernel = kernel_threads(proc.descriptor());
   pid_t process = 0;
-  while ((process = proc.next()) != 0 && count < records.size())
+  while ((process = proc.next()) != 0 && count < records.size()) {
+    const auto fill = of_kernel.contains(process) ? fill_kernel_thread : fill_if_running;
     count += fill(records[count], proc.descriptor(), process) ? 1 : 0;
+  }
   // The kernel lists the oldest process first, the device the newest.
   std::ranges::reverse(records.first(count));
   return process == 0 ? 0 : ENOMEM;

@@ -239,6 +239,23 @@ std::string status_of(pid_t process) {
   return line;
 }
 
+TEST(ProcessTable, NamesTheKernelsOwnThreads) {
+  // In a container there may be none: the process 2 has memory there, and may have no children.
+  if (status_of(2).starts_with("2 (kthreadd) "))
+    EXPECT_EQ(name_of(2), "kthreadd");
+  std::ifstream children("/proc/2/task/2/children");
+  for (pid_t child = 0; children >> child;) {
+    const std::string status = status_of(child);
+    // What a worker does, behind a sign, may change meanwhile.
+    const std::string name = status.substr(status.find('(') + 1, status.rfind(')'));
+    const std::string expected =
+        name.substr(0, std::min<std::size_t>(name.find_first_of("+-)"), 16));
+    const std::string found = name_of(child);
+    EXPECT_TRUE(found.starts_with(expected) || status_of(child).empty())
+        << child << ": " << found << ", not " << expected;
+  }
+}
+
 TEST(ProcessTable, ProcessOutlivesItsFirstThread) {
   const pid_t child = fork();
   if (child == 0) {
