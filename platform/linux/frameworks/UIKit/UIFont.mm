@@ -13,15 +13,10 @@
 
 - (instancetype)initWithSize:(CGFloat)size bold:(BOOL)bold {
   if ((self = [super init]) != nil) {
-    _fontName = [(bold ? @"Liberation Sans Bold" : @"Liberation Sans") retain];
+    _fontName = bold ? @"Liberation Sans Bold" : @"Liberation Sans";
     _pointSize = size;
   }
   return self;
-}
-
-- (void)dealloc {
-  [_fontName release];
-  [super dealloc];
 }
 
 + (UIFont *)systemFontOfSize:(CGFloat)size {

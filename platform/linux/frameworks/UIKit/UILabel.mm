@@ -21,8 +21,8 @@ void draw(PangoLayout *layout, cairo_t *cairo, CGRect column, NSTextAlignment al
   const double share = alignment == NSTextAlignmentCenter  ? 0.5
                        : alignment == NSTextAlignmentRight ? 1
                                                            : 0;
-  pango_cairo_update_layout(cairo, layout);
-  // Line by line, since pango changes the sides of text that runs from right to left.
+  // Not adapted to the transform: pango would shrink the boxes of letters that no font has. Line by
+  // line, since pango changes the sides of text that runs from right to left.
   PangoLayoutIter *const line = pango_layout_get_iter(layout);
   do {
     PangoRectangle extents;
@@ -88,6 +88,12 @@ void draw(PangoLayout *layout, cairo_t *cairo, CGRect column, NSTextAlignment al
     return;
   const auto layout = veltro::host::lay_out(_text, _font, rect.size, _numberOfLines);
   veltro::host::Context &to = *veltro::host::context_of(context);
+  cairo_matrix_t matrix;
+  cairo_get_matrix(to.cairo(), &matrix);
+  const double scale = std::hypot(matrix.xx, matrix.xy, std::hypot(matrix.yx, matrix.yy));
+  // cairo's fonts fail beyond some size, and all text of the process with them.
+  if (scale * [_font pointSize] > 65000)
+    return;
   [_textColor setFill];
   veltro::host::use_color(to, to.state().fill);
   // In the middle of its height, as labels are; text that is too high begins at the top.

@@ -47,7 +47,6 @@
 
 - (void)setFrame:(CGRect)frame {
   _frame = CGRectStandardize(frame);
-  [self setNeedsLayout];
 }
 
 - (CGRect)bounds {
@@ -59,7 +58,6 @@
   _boundsOrigin = bounds.origin;
   _frame.size = bounds.size;
   [self setCenter:center];
-  [self setNeedsLayout];
 }
 
 - (CGPoint)center {
@@ -88,7 +86,6 @@
                   atIndex:static_cast<NSUInteger>(std::clamp<NSInteger>(index, 0, count))];
   view->_superview = self;
   [view release];
-  [self setNeedsLayout];
 }
 
 - (void)bringSubviewToFront:(UIView *)view {

@@ -245,4 +245,42 @@ TEST(Label, WrapsIntoItsLines) {
   EXPECT_GT(all, two + 10);
 }
 
+/// What is drawn of `label` under a transform that scales it, on nothing.
+Picture scaled(UILabel *label, CGFloat scale) {
+  UIGraphicsBeginImageContextWithOptions(CGSizeMake(200, 120), NO, 1);
+  const CGContextRef context = UIGraphicsGetCurrentContext();
+  CGContextSaveGState(context);
+  CGContextScaleCTM(context, scale, scale);
+  [[label layer] renderInContext:context];
+  CGContextRestoreGState(context);
+  // Whatever the scale, the context can still be drawn in.
+  CGContextFillRect(context, CGRectMake(199, 119, 1, 1));
+  UIImage *const image = UIGraphicsGetImageFromCurrentImageContext();
+  UIGraphicsEndImageContext();
+  return Picture(image);
+}
+
+TEST(Label, DrawsNothingThroughATransformWithoutInverse) {
+  for (const double scale : {0.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
+    const Ink drawn = ink_of(scaled(label_of(@"██"), scale));
+    EXPECT_EQ(drawn.pixels, 1U) << scale;
+    EXPECT_EQ(drawn.left, 199U) << scale;
+  }
+}
+
+TEST(Label, StandsGreatScales) {
+  for (const double scale : {100.0, 1e6})
+    EXPECT_EQ(scaled(label_of(@"██"), scale).at(199, 119), (Pixel{0, 0, 0, 255})) << scale;
+}
+
+TEST(Label, ScalesTheBoxesOfLettersThatNoFontHas) {
+  UILabel *const label = label_of(@"\u0378", 60, 30);
+  const auto height = [=](CGFloat scale) {
+    const Ink drawn = ink_of(picture_of(label, scale));
+    return static_cast<int>(drawn.bottom) - static_cast<int>(drawn.top);
+  };
+  EXPECT_GT(height(1), 8);
+  EXPECT_NEAR(height(3), 3 * height(1), 4);
+}
+
 } // namespace
