@@ -1,11 +1,8 @@
-// Two calls of clone(2) after the manner of vfork: the middle process ends at once, so that the
-// program is detached here. Neither announces its end with SIGCHLD, and plain wait calls of
+// Two calls of clone(2): the middle process awaits the program, as after vfork, and ends, so that
+// the program is detached here. Neither announces its end with SIGCHLD, and plain wait calls of
 // this process do not see them.
 
 #include "machine/processes/launch.hpp"
-
-#include "machine/files/file.hpp"
-#include "machine/processes/running.hpp"
 
 #include <algorithm>
 #include <array>
@@ -26,9 +23,9 @@ namespace veltro::host {
 namespace {
 
 constexpr std::size_t kStackSize = std::size_t{32} * 1024;
-constexpr int kLikeVfork = CLONE_VM | CLONE_VFORK; // and no signal at the end
-// The middle process changes nothing of what it shares, and ends.
-constexpr int kMiddle = kLikeVfork | CLONE_FILES | CLONE_FS | CLONE_SIGHAND;
+// Both give no signal at the end. The middle process changes nothing of what it shares.
+constexpr int kMiddle = CLONE_VM | CLONE_FILES | CLONE_FS | CLONE_SIGHAND;
+constexpr int kProgram = CLONE_VM | CLONE_VFORK;
 
 /// A stack for each of the two processes; they run in this one's memory.
 struct Stacks {
@@ -72,31 +69,10 @@ struct Request {
 [[clang::no_sanitize("address")]] int start_the_program(void *argument) {
   auto *const request = static_cast<Request *>(argument);
   std::byte *const top = request->stacks->program.data() + kStackSize;
-  request->result.process = clone(become_the_program, top, kLikeVfork, request);
+  request->result.process = clone(become_the_program, top, kProgram, request);
   if (request->result.process < 0)
     request->result.error = errno;
   _exit(0);
-}
-
-bool has_command_line(pid_t process) {
-  char first = 0;
-  const File file("/proc/" + std::to_string(process) + "/cmdline", O_RDONLY);
-  return read(file.number(), &first, 1) == 1;
-}
-
-/// Whether the process still has a program: one that has ended has none.
-bool has_program(pid_t process) {
-  char first = 0;
-  return readlink(("/proc/" + std::to_string(process) + "/exe").c_str(), &first, 1) == 1;
-}
-
-/// The kernel lets this process continue a little before it has noted the program's command line,
-/// by which the process of a script is known.
-void await_command_line(pid_t process) {
-  constexpr int kLooks = 10'000;
-  constexpr useconds_t kPause = 100;
-  for (int look = 0; look < kLooks && !has_command_line(process) && has_program(process); ++look)
-    usleep(kPause);
 }
 
 std::vector<char *> pointers_to(const std::vector<std::string> &texts) {
@@ -122,7 +98,8 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   Request request{executable.c_str(), name.c_str(), arguments.data(),
                   variables.data(),   stacks.get(), {}};
 
-  // A handler of this process must not run in the children, which share its memory.
+  // A handler of this process must not run in the children, which share its memory; nor here, as
+  // long as they share its errno.
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
@@ -131,14 +108,12 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
       clone(start_the_program, stacks->middle.data() + kStackSize, kMiddle, &request);
   if (middle < 0)
     request.result.error = errno;
+  else
+    waitpid(middle, nullptr, static_cast<int>(__WCLONE));
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
 
-  while (middle > 0 && waitpid(middle, nullptr, static_cast<int>(__WCLONE)) < 0 && errno == EINTR) {
-  }
   if (request.result.error != 0)
     request.result.process = 0;
-  else if (is_script(executable))
-    await_command_line(request.result.process);
   return request.result;
 }
 

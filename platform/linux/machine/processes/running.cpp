@@ -26,6 +26,13 @@ std::string contents(pid_t process, const char *file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+/// Whether the kernel runs the file by an interpreter that its first line names.
+bool is_script(const File &executable) {
+  std::array<char, 2> start{};
+  return pread(executable.number(), start.data(), start.size(), 0) == 2 &&
+         start == std::array{'#', '!'};
+}
+
 /// What is compared: where the file really lies, and for a script, which the kernel runs by its
 /// interpreter, the path that it hands to that.
 struct Program {
@@ -44,11 +51,12 @@ std::optional<Program> program_at(const std::string &executable) {
     return std::nullopt;
   return Program{executable, std::move(real_path),
                  executable.substr(executable.rfind('/') + 1, kKernelNameLength),
-                 is_script(executable)};
+                 is_script(File(executable, O_RDONLY))};
 }
 
 /// Whether the process's command line reads as the kernel writes it for a script: the interpreter,
-/// an argument of the interpreter's if the script names one, and the script.
+/// an argument of the interpreter's if the script names one, and the script. The kernel notes it a
+/// little after the process has the program; until then it is empty.
 bool runs_script(pid_t process, const Program &program) {
   if (contents(process, "comm") != program.short_name + '\n')
     return false;
@@ -60,13 +68,7 @@ bool runs_script(pid_t process, const Program &program) {
       return true;
     rest.remove_prefix(std::min(text.size() + 1, rest.size()));
   }
-  return false;
-}
-
-bool is_script(const File &executable) {
-  std::array<char, 2> start{};
-  return pread(executable.number(), start.data(), start.size(), 0) == 2 &&
-         start == std::array{'#', '!'};
+  return line.empty();
 }
 
 /// Whether nobody has the program open, and so nobody runs it: only then does the kernel grant a
@@ -91,10 +93,6 @@ bool runs(int proc, pid_t process, const Program &program) {
 }
 
 } // namespace
-
-bool is_script(const std::string &executable) {
-  return is_script(File(executable, O_RDONLY));
-}
 
 std::vector<pid_t> processes_running(const std::string &executable) {
   std::vector<pid_t> found;

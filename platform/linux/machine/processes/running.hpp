@@ -7,9 +7,6 @@
 
 namespace veltro::host {
 
-/// Whether the kernel runs the file by an interpreter that its first line names.
-bool is_script(const std::string &executable);
-
 /// The processes that run the file `executable` (absolute), be it a program or a script. Empty
 /// where the file does not exist.
 std::vector<pid_t> processes_running(const std::string &executable);
