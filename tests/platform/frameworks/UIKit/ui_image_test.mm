@@ -135,6 +135,31 @@ TEST(UIImage, DrawsEveryOrientationUpright) {
   }
 }
 
+TEST(UIImage, IsUprightWhereTheOrientationIsNone) {
+  const auto no_orientation = static_cast<UIImageOrientation>(99);
+  UIImage *const image = [UIImage imageWithCGImage:[six() CGImage]
+                                             scale:1
+                                       orientation:no_orientation];
+  EXPECT_TRUE(CGSizeEqualToSize([image size], CGSizeMake(3, 2)));
+  EXPECT_EQ(drawn(image, CGSizeMake(3, 2), CGRectMake(0, 0, 3, 2)).at(0, 0), kRed);
+  NSData *const file = UIImageJPEGRepresentation(image, 1);
+  EXPECT_TRUE([file isEqualToData:UIImageJPEGRepresentation(six(), 1)]);
+  EXPECT_EQ([[UIImage imageWithData:file] imageOrientation], UIImageOrientationUp);
+
+  UIImage *const turned = [UIImage imageWithCGImage:[six() CGImage]
+                                              scale:1
+                                        orientation:UIImageOrientationRight];
+  NSMutableData *const other = [[UIImageJPEGRepresentation(turned, 1) mutableCopy] autorelease];
+  std::uint8_t &orientation = static_cast<std::uint8_t *>([other mutableBytes])[31];
+  ASSERT_EQ(orientation, 6);
+  for (const int none : {0, 9, 255}) {
+    orientation = static_cast<std::uint8_t>(none);
+    UIImage *const read = [UIImage imageWithData:other];
+    EXPECT_EQ([read imageOrientation], UIImageOrientationUp) << none;
+    EXPECT_TRUE(CGSizeEqualToSize([read size], CGSizeMake(3, 2)));
+  }
+}
+
 TEST(UIImage, DrawsInARectangleAndAtAPoint) {
   const Picture stretched = drawn(six(), CGSizeMake(8, 6), CGRectMake(1, 1, 6, 4));
   EXPECT_EQ(stretched.at(0, 0), kClear);
