@@ -1,5 +1,6 @@
 // Drawing. A context belongs to one thread at a time. Every function takes a null context, does
-// nothing with it and returns zero.
+// nothing with it and returns zero. Numbers beyond 1e9 are taken for none: what they are part of is
+// left out, as where one is not finite.
 //
 // A bitmap context of Core Graphics has its origin at the bottom left, y upwards, and a unit of a
 // pixel; a context of UIKit has its origin at the top left, y downwards, and a unit of a point.
@@ -51,7 +52,7 @@ void CGContextSaveGState(CGContextRef context);
 void CGContextRestoreGState(CGContextRef context);
 
 // The transform from the drawing's coordinates to the bitmap's. Through a transform without an
-// inverse (a scale of 0 or of infinity) nothing is drawn until it is restored.
+// inverse (a scale of 0 or beyond 1e9) nothing is drawn until it is restored.
 void CGContextScaleCTM(CGContextRef context, CGFloat sx, CGFloat sy);
 void CGContextTranslateCTM(CGContextRef context, CGFloat tx, CGFloat ty);
 void CGContextRotateCTM(CGContextRef context, CGFloat angle);

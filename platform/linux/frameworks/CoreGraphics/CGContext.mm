@@ -17,13 +17,13 @@ using veltro::host::GraphicsState;
 
 namespace {
 
-void add_ellipse(cairo_t *cairo, double x, double y, double width, double height) {
+void add_ellipse(cairo_t *cairo, double mid_x, double mid_y, double width, double height) {
   cairo_save(cairo);
-  cairo_translate(cairo, x + width / 2, y + height / 2);
-  cairo_scale(cairo, width / 2, height / 2);
-  cairo_new_sub_path(cairo);
-  cairo_arc(cairo, 0, 0, 1, 0, 2 * M_PI);
-  cairo_close_path(cairo);
+  if (veltro::host::transform(cairo, {width / 2, 0, 0, height / 2, mid_x, mid_y})) {
+    cairo_new_sub_path(cairo);
+    cairo_arc(cairo, 0, 0, 1, 0, 2 * M_PI);
+    cairo_close_path(cairo);
+  }
   cairo_restore(cairo);
 }
 
@@ -148,8 +148,8 @@ void CGContextAddRect(CGContextRef context, CGRect rect) {
 }
 
 void CGContextAddEllipseInRect(CGContextRef context, CGRect rect) {
-  if (!CGRectIsEmpty(rect))
-    call(context, add_ellipse, rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
+  call(context, add_ellipse, CGRectGetMidX(rect), CGRectGetMidY(rect), CGRectGetWidth(rect),
+       CGRectGetHeight(rect));
 }
 
 void CGContextAddArc(CGContextRef context, CGFloat x, CGFloat y, CGFloat radius,

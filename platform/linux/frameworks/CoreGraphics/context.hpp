@@ -12,6 +12,9 @@
 
 namespace veltro::host {
 
+/// The greatest number and scale to draw with: cairo takes for ever over the arcs of greater ones.
+constexpr double kGreatest = 1e9;
+
 struct Color {
   double red = 0;
   double green = 0;
@@ -72,20 +75,21 @@ Context *context_of(CGContextRef context);
 /// blue are in their places in every context of UIKit.
 cairo_t *cairo_of(CGContextRef context);
 
-/// Calls a function of cairo's, with values that are all finite and a context that is not null.
+/// Calls a function of cairo's, with values up to `kGreatest` and a context that is not null.
 template <typename... Values>
 void call(CGContextRef context, void (*function)(cairo_t *, Values...),
           std::type_identity_t<Values>... values) {
-  const bool finite = (std::isfinite(static_cast<double>(values)) && ...);
-  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && finite)
+  const bool usable = ((std::abs(static_cast<double>(values)) <= kGreatest) && ...);
+  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && usable)
     function(cairo, values...);
 }
 
 /// Makes `color` cairo's source, weakened by the state's alpha.
 void use_color(Context &context, const Color &color);
 
-/// Adds `step` to the transform. Where that leaves none that cairo takes, clips everything away.
-void transform(cairo_t *cairo, const cairo_matrix_t &step);
+/// Adds `step` to the transform. Where that leaves none that cairo takes, clips everything away and
+/// returns false.
+bool transform(cairo_t *cairo, const cairo_matrix_t &step);
 
 /// Makes a rounded rectangle the path; `radius` is cut to half the shorter side.
 void rounded_rect(cairo_t *cairo, CGRect rect, double radius);

@@ -117,21 +117,25 @@ void use_color(Context &context, const Color &color) {
     cairo_set_source_rgba(context.cairo(), color.red, color.green, color.blue, alpha);
 }
 
-void transform(cairo_t *cairo, const cairo_matrix_t &step) {
+bool transform(cairo_t *cairo, const cairo_matrix_t &step) {
   cairo_matrix_t matrix;
   cairo_get_matrix(cairo, &matrix);
   cairo_matrix_multiply(&matrix, &step, &matrix);
   const double determinant = matrix.xx * matrix.yy - matrix.xy * matrix.yx;
-  if (std::isnormal(determinant) && std::isfinite(matrix.x0) && std::isfinite(matrix.y0))
+  const double scale = std::hypot(matrix.xx, matrix.xy, std::hypot(matrix.yx, matrix.yy));
+  const bool usable = std::abs(determinant) > 1e-100 && scale <= kGreatest &&
+                      std::isfinite(matrix.x0) && std::isfinite(matrix.y0);
+  if (usable)
     cairo_set_matrix(cairo, &matrix);
   else
     beside_path(cairo, [cairo] { cairo_clip(cairo); });
+  return usable;
 }
 
 void rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
   constexpr double kRightAngle = std::numbers::pi / 2;
   const double shorter = std::min(CGRectGetWidth(rect), CGRectGetHeight(rect));
-  const double r = std::clamp(radius, 0.0, shorter / 2);
+  const double r = std::clamp(radius, 0.0, std::min(shorter / 2, kGreatest));
   cairo_new_path(cairo);
   if (r == 0) {
     cairo_rectangle(cairo, CGRectGetMinX(rect), CGRectGetMinY(rect), CGRectGetWidth(rect),

@@ -79,7 +79,6 @@ std::atomic<double> veltro::host::animations_stopped_at{-1};
   const double age = !_animating ? 0 : stopped >= 0 ? stopped : now() - _started;
   // The brightest spoke goes round once a second.
   const int first = static_cast<int>(std::fmod(std::floor(age * kSpokes), kSpokes));
-  CGContextSaveGState(context);
   CGContextTranslateCTM(context, CGRectGetMidX(rect), CGRectGetMidY(rect));
   CGContextSetLineWidth(context, radius / 5);
   CGContextSetLineCap(context, kCGLineCapRound);
@@ -88,13 +87,11 @@ std::atomic<double> veltro::host::animations_stopped_at{-1};
     const CGFloat alpha = 1 - static_cast<CGFloat>(behind) / kSpokes * 0.85;
     const CGFloat angle = (spoke - 3) * 2 * std::numbers::pi / kSpokes;
     CGContextSetGrayStrokeColor(context, gray, alpha);
-    CGContextBeginPath(context);
     CGContextMoveToPoint(context, radius * 0.5 * std::cos(angle), radius * 0.5 * std::sin(angle));
     CGContextAddLineToPoint(context, radius * 0.88 * std::cos(angle),
                             radius * 0.88 * std::sin(angle));
     CGContextStrokePath(context);
   }
-  CGContextRestoreGState(context);
 }
 
 @end

@@ -83,8 +83,7 @@ constexpr CGFloat kAccessoryGap = 12;
   [_accessoryView removeFromSuperview];
   [_accessoryView release];
   _accessoryView = view;
-  if (view != nil)
-    [self addSubview:view];
+  [self addSubview:view];
 }
 
 - (NSInteger)addButtonWithTitle:(NSString *)title {

@@ -48,7 +48,6 @@ void stroke_inside(cairo_t *cairo, CGRect rect, double radius, double width, dou
 void draw_hairlines(cairo_t *cairo, const std::vector<CGRect> &buttons) {
   const double thickness = 1 / [[UIScreen mainScreen] scale];
   // One path, so that nothing is darker where the lines meet.
-  cairo_new_path(cairo);
   for (const CGRect &button : buttons) {
     cairo_rectangle(cairo, button.origin.x, button.origin.y, button.size.width, thickness);
     if (button.origin.x > 0)

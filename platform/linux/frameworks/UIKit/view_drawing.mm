@@ -50,9 +50,8 @@ void draw_view(UIView *view, CGPoint at, CGContextRef context) {
     // The view and all it holds fade as one picture.
     cairo_push_group(cairo_of(context));
     draw_content(view, context);
-    cairo_t *const cairo = cairo_of(context);
-    cairo_pop_group_to_source(cairo);
-    cairo_paint_with_alpha(cairo, [view alpha]);
+    cairo_pop_group_to_source(cairo_of(context));
+    cairo_paint_with_alpha(cairo_of(context), [view alpha]);
   } else {
     draw_content(view, context);
   }

@@ -255,6 +255,16 @@ TEST(CGContext, FillsEllipses) {
             kClear);
 }
 
+TEST(CGContext, AddsEllipsesOfNegativeSizesAsTheyStand) {
+  // One within the other, swept the same way: by the winding rule there is no hole.
+  const Picture picture = drawn(20, 20, [](CGContextRef context) {
+    CGContextAddEllipseInRect(context, CGRectMake(0, 0, 20, 20));
+    CGContextAddEllipseInRect(context, CGRectMake(15, 5, -10, 10));
+    CGContextFillPath(context);
+  });
+  EXPECT_EQ(picture.at(10, 10), kRed);
+}
+
 TEST(CGContext, StrokesWithItsOwnColour) {
   const Picture picture = drawn(10, 10, [](CGContextRef context) {
     CGContextSetRGBStrokeColor(context, 0, 1, 0, 1);
