@@ -35,7 +35,7 @@
 @property (nonatomic, copy) NSString *message;
 /// Not retained.
 @property (nonatomic, assign) id delegate;
-/// Returns the new button's index.
+/// Returns the new button's index. nil makes a button with an empty title.
 - (NSInteger)addButtonWithTitle:(NSString *)title;
 - (NSString *)buttonTitleAtIndex:(NSInteger)index;
 @property (nonatomic, readonly) NSInteger numberOfButtons;

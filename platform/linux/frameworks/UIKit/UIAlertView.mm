@@ -87,7 +87,7 @@ constexpr CGFloat kAccessoryGap = 12;
 }
 
 - (NSInteger)addButtonWithTitle:(NSString *)title {
-  [_buttonTitles addObject:[[title copy] autorelease]];
+  [_buttonTitles addObject:[NSString stringWithString:title != nil ? title : @""]];
   return static_cast<NSInteger>([_buttonTitles count]) - 1;
 }
 

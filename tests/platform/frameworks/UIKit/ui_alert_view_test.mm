@@ -103,6 +103,16 @@ TEST_F(Alert, MayBeEmpty) {
   [view dismissWithClickedButtonIndex:0 animated:NO];
 }
 
+TEST_F(Alert, MayHaveAButtonWithoutTitle) {
+  UIAlertView *const view = [[[UIAlertView alloc] init] autorelease];
+  EXPECT_EQ([view addButtonWithTitle:nil], 0);
+  EXPECT_EQ([view addButtonWithTitle:@"Second"], 1);
+  EXPECT_EQ([view numberOfButtons], 2);
+  EXPECT_STREQ([[view buttonTitleAtIndex:0] UTF8String], "");
+  [view show];
+  [view dismissWithClickedButtonIndex:0 animated:NO];
+}
+
 TEST_F(Alert, HasNoButtonsAfterTheNilThatEndsThem) {
   EXPECT_EQ([alert() numberOfButtons], 0);
   EXPECT_EQ([alert() cancelButtonIndex], -1);
