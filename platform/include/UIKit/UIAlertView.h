@@ -25,6 +25,7 @@
   UIView *_accessoryView;
   NSMutableArray *_labels;
   BOOL _visible;
+  BOOL _dismissing;
 }
 - (instancetype)initWithTitle:(NSString *)title
                       message:(NSString *)message

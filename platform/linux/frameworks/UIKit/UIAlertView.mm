@@ -216,11 +216,12 @@ constexpr CGFloat kAccessoryGap = 12;
 }
 
 - (void)dismissWithClickedButtonIndex:(NSInteger)index animated:(BOOL)animated {
-  if (!_visible)
+  if (!_visible || _dismissing)
     return;
+  _dismissing = YES;
   if ([_delegate respondsToSelector:@selector(alertView:willDismissWithButtonIndex:)])
     [_delegate alertView:self willDismissWithButtonIndex:index];
-  _visible = NO;
+  _dismissing = _visible = NO;
   [self removeFromSuperview];
   if ([_delegate respondsToSelector:@selector(alertView:didDismissWithButtonIndex:)])
     [_delegate alertView:self didDismissWithButtonIndex:index];

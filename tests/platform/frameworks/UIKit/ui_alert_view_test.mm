@@ -39,6 +39,18 @@ std::vector<std::string> &calls() {
 }
 @end
 
+/// Dismisses the alert again when it hears of its dismissal.
+@interface EagerListener : AlertListener
+@end
+
+@implementation EagerListener
+- (void)alertView:(UIAlertView *)alert willDismissWithButtonIndex:(NSInteger)index {
+  [super alertView:alert willDismissWithButtonIndex:index];
+  ASSERT_LT(calls().size(), 10U);
+  [alert dismissWithClickedButtonIndex:index + 1 animated:NO];
+}
+@end
+
 @interface UIAlertView (AccessoryView)
 - (void)_setAccessoryView:(UIView *)view;
 @end
@@ -129,6 +141,18 @@ TEST_F(Alert, TellsItsDelegate) {
   [view dismissWithClickedButtonIndex:2 animated:YES];
   [view dismissWithClickedButtonIndex:2 animated:YES];
   EXPECT_THAT(calls(), ElementsAre("will dismiss 2", "did dismiss 2"));
+}
+
+TEST_F(Alert, IsDismissedOnceWhateverItsDelegateDoesMeanwhile) {
+  EagerListener *const listener = [[[EagerListener alloc] init] autorelease];
+  UIAlertView *const view = alert();
+  [view setDelegate:listener];
+  for (int round = 0; round < 2; ++round) {
+    [view show];
+    calls().clear();
+    [view dismissWithClickedButtonIndex:0 animated:YES];
+    EXPECT_THAT(calls(), ElementsAre("will dismiss 0", "did dismiss 0"));
+  }
 }
 
 CGPoint middle_of(UIView *view) {
