@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <atomic>
 #include <dlfcn.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <span>
+#include <sstream>
 #include <sys/sysctl.h>
 #include <thread>
 
@@ -20,10 +22,10 @@ namespace {
 
 /// Whether the process belongs to this test's device: another test may run an app of the same name.
 bool is_ours(pid_t process) {
-  std::ifstream file("/proc/" + std::to_string(process) + "/environ", std::ios::binary);
-  const std::string environment{std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream environment; // an iterator throws where the process ends while it is read
+  environment << std::ifstream("/proc/" + std::to_string(process) + "/environ").rdbuf();
   const std::string root = "VELTRO_ROOT=" + veltro::test::device_root().string();
-  return ('\0' + environment).find('\0' + root + '\0') != std::string::npos;
+  return ('\0' + environment.str()).find('\0' + root + '\0') != std::string::npos;
 }
 
 } // namespace

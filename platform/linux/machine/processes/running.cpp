@@ -12,8 +12,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
@@ -21,9 +21,11 @@
 namespace veltro::host {
 namespace {
 
+/// Empty where the process has ended. An iterator would throw where it ends while it is read.
 std::string contents(pid_t process, const char *file) {
-  std::ifstream stream("/proc/" + std::to_string(process) + '/' + file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  std::ostringstream text;
+  text << std::ifstream("/proc/" + std::to_string(process) + '/' + file).rdbuf();
+  return text.str();
 }
 
 /// Whether the kernel runs the file by an interpreter that its first line names.

@@ -161,5 +161,23 @@ TEST(Stopped, IsWhatASignalStopped) {
   EXPECT_FALSE(stopped_by_signal(0));
 }
 
+TEST(Stopped, IsNothingThatEndsWhileItIsLookedAt) {
+  std::atomic<pid_t> latest = 0;
+  std::atomic<bool> done = false;
+  std::thread forks([&] {
+    while (!done) {
+      const pid_t child = fork();
+      if (child == 0)
+        _exit(0);
+      latest = child;
+      waitpid(child, nullptr, 0);
+    }
+  });
+  for (int round = 0; round < 20'000; ++round)
+    EXPECT_FALSE(stopped_by_signal(latest));
+  done = true;
+  forks.join();
+}
+
 } // namespace
 } // namespace veltro::host
