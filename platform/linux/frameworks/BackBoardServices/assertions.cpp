@@ -13,21 +13,6 @@
 #include <vector>
 
 namespace veltro::host {
-namespace {
-
-constexpr auto kBetweenLooks = std::chrono::milliseconds(100);
-// A process that starts later is found by a look through the whole process table, now and then.
-constexpr int kLooksBetweenSearches = 5;
-
-std::vector<pid_t> processes_of(const std::string &identifier, std::string &executable) {
-  const AppRecord app = installed_app(identifier);
-  if (app == nullptr || app->executable.empty())
-    return {};
-  executable = app->executable_path();
-  return processes_running(executable);
-}
-
-} // namespace
 
 struct Assertion::State {
   const std::string identifier;
@@ -42,6 +27,10 @@ namespace {
 
 using State = Assertion::State;
 
+constexpr auto kBetweenLooks = std::chrono::milliseconds(100);
+// A process that starts later is found by a look through the whole process table, now and then.
+constexpr int kLooksBetweenSearches = 5;
+
 struct Monitor {
   std::mutex mutex;
   std::condition_variable changed;
@@ -55,8 +44,14 @@ Monitor &monitor() {
   return only;
 }
 
+void find_processes(State &state) {
+  const AppRecord app = installed_app(state.identifier);
+  state.executable = app != nullptr ? app->executable_path() : "";
+  state.processes = processes_running(state.executable);
+}
+
 void acquire(State &state) {
-  state.processes = processes_of(state.identifier, state.executable);
+  find_processes(state);
   std::unique_lock lock(monitor().mutex);
   const bool acquired = state.phase == State::due && !state.processes.empty();
   state.phase = acquired ? State::held : State::over;
@@ -68,7 +63,7 @@ void poll(State &state) {
   if (state.report)
     acquire(state);
   else if (++state.looks % kLooksBetweenSearches == 0)
-    state.processes = processes_of(state.identifier, state.executable);
+    find_processes(state);
   for (const pid_t process : state.processes)
     if (stopped_by_signal(process) && runs(process, state.executable)) {
       const std::lock_guard lock(monitor().mutex);

@@ -14,7 +14,6 @@
 #include <fstream>
 #include <stdexcept>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace veltro::host {
 namespace {

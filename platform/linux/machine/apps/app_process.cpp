@@ -37,8 +37,7 @@ std::string launch_obstacle(const std::string &identifier) {
 
 std::vector<pid_t> app_processes(const std::string &identifier) {
   const AppRecord app = installed_app(identifier);
-  return app != nullptr && !app->executable.empty() ? processes_running(app->executable_path())
-                                                    : std::vector<pid_t>{};
+  return processes_running(app != nullptr ? app->executable_path() : "");
 }
 
 std::string start_app(const std::string &identifier) {

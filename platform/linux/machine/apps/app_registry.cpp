@@ -24,10 +24,9 @@ std::vector<std::string> names_in(const std::string &folder) {
   std::vector<std::string> names;
   std::error_code error;
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
+       entry.increment(error))
     if (std::string name = entry->path().filename().string(); !name.starts_with('.'))
       names.push_back(std::move(name));
-  }
   std::ranges::sort(names);
   return names;
 }
