@@ -17,8 +17,6 @@
 #include "machine/root/device_root.hpp"
 #include "machine/text/utf8.hpp"
 
-#include <algorithm>
-#include <array>
 #include <filesystem>
 #include <objc/runtime.h>
 #include <unistd.h>
@@ -26,11 +24,20 @@
 namespace {
 
 using veltro::host::replace_method;
+using veltro::host::string_of;
 
+void (*initialize_of_gnustep)(Class, SEL);
 NSDictionary *(*read_of_gnustep)(NSUserDefaults *, SEL, NSString *);
 void (*write_of_gnustep)(NSUserDefaults *, SEL, NSDictionary *, NSString *);
 void (*remove_of_gnustep)(NSUserDefaults *, SEL, NSString *);
 BOOL (*synchronize_of_gnustep)(id, SEL);
+
+/// Makes the shared object while the runtime lets nobody else initialize a class: whoever makes it
+/// later holds its lock meanwhile, for which NSBundle waits while it is initialized.
+void initialize(Class self, SEL selector) {
+  initialize_of_gnustep(self, selector);
+  [self standardUserDefaults];
+}
 
 bool is_gnustep_s(NSString *domain) {
   return [domain isEqual:NSGlobalDomain] || [domain isEqual:NSArgumentDomain] ||
@@ -60,17 +67,14 @@ bool make_folder() {
   return fs::is_directory(folder(), error);
 }
 
-NSData *contents_of(const std::string &file) {
-  return [NSData dataWithContentsOfFile:veltro::host::string_of(file)];
-}
-
 NSDictionary *read_domain(NSUserDefaults *self, SEL selector, NSString *domain) {
   if (is_gnustep_s(domain))
     return read_of_gnustep(self, selector, domain);
   const std::string file = file_of(domain);
   if (file.empty())
     return nil;
-  NSDictionary *const settings = veltro::host::dictionary_in(contents_of(file));
+  NSDictionary *const settings =
+      veltro::host::dictionary_in([NSData dataWithContentsOfFile:string_of(file)]);
   if (settings == nil)
     veltro::host::log_corrupt_file(file);
   return settings;
@@ -78,7 +82,7 @@ NSDictionary *read_domain(NSUserDefaults *self, SEL selector, NSString *domain) 
 
 /// Whether the file may be replaced: what does not read is kept under another name.
 bool make_way(const std::string &file) {
-  NSData *const old = contents_of(file);
+  NSData *const old = [NSData dataWithContentsOfFile:string_of(file)];
   return old == nil || veltro::host::dictionary_in(old) != nil ||
          veltro::host::quarantine_file(file);
 }
@@ -112,8 +116,8 @@ id held(id domain, const char *name) {
 }
 
 bool has_changes(id domain) {
-  return std::ranges::any_of(std::array{"added", "modified", "removed"},
-                             [&](const char *name) { return [held(domain, name) count] != 0; });
+  return [held(domain, "added") count] != 0 || [held(domain, "modified") count] != 0 ||
+         [held(domain, "removed") count] != 0;
 }
 
 BOOL synchronize(id self, SEL selector) {
@@ -132,6 +136,7 @@ BOOL synchronize(id self, SEL selector) {
 
 VH_AT_LOAD(VHUserDefaultsDomains) {
   const Class defaults = objc_getClass("NSUserDefaults");
+  initialize_of_gnustep = veltro::host::replace_class_method(defaults, "initialize", initialize);
   read_of_gnustep = replace_method(defaults, "persistentDomainForName:", read_domain);
   write_of_gnustep = replace_method(defaults, "setPersistentDomain:forName:", write_domain);
   remove_of_gnustep = replace_method(defaults, "removePersistentDomainForName:", remove_domain);
