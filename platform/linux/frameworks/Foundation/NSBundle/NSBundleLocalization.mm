@@ -107,7 +107,8 @@ NSString *localized_string(NSBundle *self, SEL /*command*/, NSString *key, NSStr
 NSArray *names(const std::vector<std::string> &list) {
   NSMutableArray *array = [NSMutableArray array];
   for (const std::string &name : list)
-    [array addObject:string_of(name)];
+    if (NSString *const text = string_of(name))
+      [array addObject:text];
   return array;
 }
 

@@ -48,6 +48,15 @@ TEST_F(Localization, FindsAStringInTheDefaultTableOrAnother) {
   EXPECT_EQ(string(@"key", nil, @"Other"), "other");
 }
 
+TEST_F(Localization, PassesOverAFolderWhoseNameIsNoText) {
+  lay_table("\xff.lproj/Localizable.strings", "\"key\" = \"of no language\";");
+  lay_table("de.lproj/Localizable.strings", "\"key\" = \"deutsch\";");
+  set_language("de:\xff");
+  EXPECT_EQ(string(@"key"), "deutsch");
+  EXPECT_TRUE([[bundle() localizations] isEqual:[NSArray arrayWithObject:@"de"]]);
+  EXPECT_TRUE([[bundle() preferredLocalizations] isEqual:[NSArray arrayWithObject:@"de"]]);
+}
+
 TEST_F(Localization, ReturnsTheKeyOrTheValueForAMissingString) {
   lay_table("en.lproj/Localizable.strings", "\"key\" = \"label\"; \"empty\" = \"\";");
   for (NSString *table : {(NSString *)nil, @"NoTable"}) {
