@@ -48,7 +48,10 @@ struct Report {
   void send(int number) const { static_cast<void>(write(writing_end, &number, sizeof number)); }
 };
 
-[[noreturn]] void become(const char *executable, char *const *variables, Report report) {
+[[noreturn]] void become(const char *executable, const std::vector<std::string> &changes,
+                         Report report) {
+  for (const std::string &change : changes)
+    putenv(const_cast<char *>(change.c_str()));
   setsid();
   for (int number = 1; number < NSIG; ++number)
     std::signal(number, SIG_DFL);
@@ -62,7 +65,7 @@ struct Report {
   sigemptyset(&none);
   char *const arguments[]{const_cast<char *>(executable), nullptr};
   if (chdir("/") == 0 && sigprocmask(SIG_SETMASK, &none, nullptr) == 0)
-    execve(executable, arguments, variables);
+    execv(executable, arguments);
   kept.send(-errno);
   _exit(1);
 }
@@ -71,12 +74,7 @@ struct Report {
 
 // QEMU knows no process that shares its parent's memory and ends without a signal, which is what
 // the platform starts. Unlike that, this sends a SIGCHLD.
-Launch launch(const std::string &executable, const std::vector<std::string> &environment) {
-  std::vector<char *> variables;
-  for (const std::string &variable : environment)
-    variables.push_back(const_cast<char *>(variable.c_str()));
-  variables.push_back(nullptr);
-
+Launch launch(const std::string &executable, const std::vector<std::string> &changes) {
   int pipe_ends[2];
   if (pipe2(pipe_ends, O_CLOEXEC) != 0)
     return {0, errno};
@@ -85,7 +83,7 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
     const Report report{pipe_ends[1]};
     const pid_t program = fork();
     if (program == 0)
-      become(executable.c_str(), variables.data(), report);
+      become(executable.c_str(), changes, report);
     report.send(program > 0 ? program : -errno);
     _exit(0);
   }

@@ -51,8 +51,7 @@ std::string start_app(const std::string &identifier) {
   if (!processes_running(app->executable_path()).empty())
     return {};
   const Launch launched =
-      launch(app->executable_path(),
-             environment_with({"HOME=" + home_of(*app), "VELTRO_ROOT=" + device_root()}));
+      launch(app->executable_path(), {"HOME=" + home_of(*app), "VELTRO_ROOT=" + device_root()});
   return launched.error == 0 ? "" : std::strerror(launched.error);
 }
 

@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::size_t kStackSize = std::size_t{32} * 1024;
 // Both give no signal at the end. The middle process changes nothing of what it shares.
-constexpr int kMiddle = CLONE_VM | CLONE_FILES | CLONE_FS | CLONE_SIGHAND;
+constexpr int kMiddle = CLONE_VM | CLONE_VFORK | CLONE_FILES | CLONE_FS | CLONE_SIGHAND;
 constexpr int kProgram = CLONE_VM | CLONE_VFORK;
 
 /// A stack for each of the two processes; they run in this one's memory.
@@ -75,23 +75,26 @@ struct Request {
   _exit(0);
 }
 
-std::vector<char *> pointers_to(const std::vector<std::string> &texts) {
-  std::vector<char *> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (const std::string &text : texts)
-    pointers.push_back(const_cast<char *>(text.c_str()));
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
 std::string_view name_of(std::string_view variable) {
   return variable.substr(0, variable.find('='));
 }
 
+/// This process's environment with each of `changes` instead of its own.
+std::vector<char *> environment_with(const std::vector<std::string> &changes) {
+  std::vector<char *> variables;
+  for (char **variable = environ; variable != nullptr && *variable != nullptr; ++variable)
+    if (std::ranges::find(changes, name_of(*variable), name_of) == changes.end())
+      variables.push_back(*variable);
+  for (const std::string &change : changes)
+    variables.push_back(const_cast<char *>(change.c_str()));
+  variables.push_back(nullptr);
+  return variables;
+}
+
 } // namespace
 
-Launch launch(const std::string &executable, const std::vector<std::string> &environment) {
-  const std::vector<char *> variables = pointers_to(environment);
+Launch launch(const std::string &executable, const std::vector<std::string> &changes) {
+  const std::vector<char *> variables = environment_with(changes);
   const std::array<char *, 2> arguments{const_cast<char *>(executable.c_str()), nullptr};
   const auto stacks = std::make_unique_for_overwrite<Stacks>();
   const std::string name = executable.substr(executable.rfind('/') + 1);
@@ -115,15 +118,6 @@ Launch launch(const std::string &executable, const std::vector<std::string> &env
   if (request.result.error != 0)
     request.result.process = 0;
   return request.result;
-}
-
-std::vector<std::string> environment_with(const std::vector<std::string> &changes) {
-  std::vector<std::string> variables;
-  for (char **variable = environ; *variable != nullptr; ++variable)
-    if (std::ranges::find(changes, name_of(*variable), name_of) == changes.end())
-      variables.emplace_back(*variable);
-  variables.insert(variables.end(), changes.begin(), changes.end());
-  return variables;
 }
 
 } // namespace veltro::host

@@ -12,13 +12,11 @@ struct Launch {
   int error;     ///< the errno of what went wrong, else 0
 };
 
-/// Starts `executable` (absolute) with `environment` (NAME=value each): in a session of its own, in
-/// the folder /, with /dev/null as its standard descriptors and no others, no signal blocked or
-/// ignored, and no parent to wait for it. Returns once the program has taken the place of this
-/// one's copy. Any thread; this process's own children and their signals are not disturbed.
-Launch launch(const std::string &executable, const std::vector<std::string> &environment);
-
-/// This process's environment with each of `changes` (NAME=value) instead of its own.
-std::vector<std::string> environment_with(const std::vector<std::string> &changes);
+/// Starts `executable` (absolute) with this process's environment and each of `changes`
+/// (NAME=value) instead of its own: in a session of its own, in the folder /, with /dev/null as its
+/// standard descriptors and no others, no signal blocked or ignored, and no parent to wait for it.
+/// Returns once the program has taken the place of this one's copy. Any thread; this process's own
+/// children and their signals are not disturbed.
+Launch launch(const std::string &executable, const std::vector<std::string> &changes);
 
 } // namespace veltro::host

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>
@@ -18,7 +20,7 @@ namespace {
 using test::IdleApp;
 
 std::vector<std::string> environment_of(const IdleApp &app) {
-  return environment_with({"HOME=" + app.home().string()});
+  return {"HOME=" + app.home().string()};
 }
 
 TEST(Launch, StartsTheProgramInASessionOfItsOwn) {
@@ -120,6 +122,14 @@ TEST(Launch, WorksWhileOtherThreadsAllocate) {
     thread.join();
 }
 
+TEST(Launch, WorksWithoutAnyEnvironment) {
+  char **const saved = environ;
+  environ = nullptr; // as clearenv leaves it
+  const Launch launched = launch("/bin/true", {});
+  environ = saved;
+  EXPECT_EQ(launched.error, 0);
+}
+
 TEST(Launch, SaysWhyAProgramCannotBeStarted) {
   const test::ScratchFolder folder;
   EXPECT_EQ(launch((folder.path() / "missing").string(), {}).error, ENOENT);
@@ -131,11 +141,20 @@ TEST(Launch, SaysWhyAProgramCannotBeStarted) {
   EXPECT_EQ(launch(folder.path().string(), {}).error, EACCES);
 }
 
-TEST(Environment, TakesTheChangesInsteadOfItsOwn) {
+TEST(Launch, TakesTheChangesInsteadOfItsOwnVariables) {
   setenv("VELTRO_TEST_KEPT", "kept", 1);
   setenv("VELTRO_TEST_CHANGED", "old", 1);
-  const std::vector<std::string> variables =
-      environment_with({"VELTRO_TEST_CHANGED=new", "VELTRO_TEST_ADDED=a=b"});
+  const test::ScratchFolder folder;
+  const std::filesystem::path seen = folder.path() / "seen";
+  test::write_script(folder.path() / "program",
+                     "#!/bin/sh\nenv >\"$SEEN.part\"; mv \"$SEEN.part\" \"$SEEN\"\n");
+  launch((folder.path() / "program").string(),
+         {"VELTRO_TEST_CHANGED=new", "VELTRO_TEST_ADDED=a=b", "SEEN=" + seen.string()});
+  EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(seen); }));
+  std::vector<std::string> variables;
+  std::ifstream file(seen);
+  for (std::string line; std::getline(file, line);)
+    variables.push_back(line);
   EXPECT_EQ(std::ranges::count(variables, "VELTRO_TEST_KEPT=kept"), 1);
   EXPECT_EQ(std::ranges::count(variables, "VELTRO_TEST_CHANGED=new"), 1);
   EXPECT_EQ(std::ranges::count(variables, "VELTRO_TEST_CHANGED=old"), 0);

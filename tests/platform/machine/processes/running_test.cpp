@@ -28,7 +28,7 @@ public:
   explicit Script(const std::filesystem::path &path, const std::string &first_line = "#!/bin/sh")
       : path_(path.string()) {
     test::write_script(path, first_line + "\nwhile :; do sleep 0.05; done\n");
-    process_ = launch(path_, environment_with({})).process;
+    process_ = launch(path_, {}).process;
   }
   ~Script() { kill(process_, SIGKILL); }
   Script(const Script &) = delete;
@@ -46,7 +46,7 @@ TEST(Running, FindsAProgramByItsFile) {
   const IdleApp app("org.example.idle", "Idle");
   const std::string executable = app.executable().string();
   EXPECT_TRUE(processes_running(executable).empty());
-  const Launch launched = launch(executable, environment_with({"HOME=" + app.home().string()}));
+  const Launch launched = launch(executable, {"HOME=" + app.home().string()});
   EXPECT_EQ(processes_running(executable), std::vector{launched.process});
   EXPECT_TRUE(runs(launched.process, executable));
   EXPECT_FALSE(runs(getpid(), executable));
@@ -57,7 +57,7 @@ TEST(Running, TellsAProgramThatIsReadFromOneThatRuns) {
   const std::string executable = app.executable().string();
   const int reader = open(executable.c_str(), O_RDONLY | O_CLOEXEC);
   EXPECT_TRUE(processes_running(executable).empty());
-  const Launch launched = launch(executable, environment_with({"HOME=" + app.home().string()}));
+  const Launch launched = launch(executable, {"HOME=" + app.home().string()});
   EXPECT_EQ(processes_running(executable), std::vector{launched.process});
   close(reader);
 }
@@ -91,8 +91,7 @@ TEST(Running, FindsAScriptAsSoonAsItWasLaunched) {
 
 TEST(Running, FindsAProgramThroughALink) {
   const IdleApp app("org.example.idle", "Idle");
-  const Launch launched =
-      launch(app.executable().string(), environment_with({"HOME=" + app.home().string()}));
+  const Launch launched = launch(app.executable().string(), {"HOME=" + app.home().string()});
   const std::filesystem::path link = test::scratch() / "link";
   std::filesystem::create_directory_symlink(app.bundle(), link);
   EXPECT_EQ(processes_running((link / "Idle").string()), std::vector{launched.process});
@@ -101,7 +100,7 @@ TEST(Running, FindsAProgramThroughALink) {
 TEST(Running, DoesNotTakeACopyForTheProgram) {
   const IdleApp app("org.example.idle", "Idle", "A");
   const IdleApp copy("org.example.copy", "Idle", "B");
-  launch(app.executable().string(), environment_with({"HOME=" + app.home().string()}));
+  launch(app.executable().string(), {"HOME=" + app.home().string()});
   EXPECT_NE(app.process(), 0);
   EXPECT_TRUE(copy.processes().empty());
 }
@@ -152,8 +151,7 @@ TEST(Running, DoesNotCountWhoHasEnded) {
 
 TEST(Stopped, IsWhatASignalStopped) {
   const IdleApp app("org.example.idle", "I) T (dle");
-  const Launch launched =
-      launch(app.executable().string(), environment_with({"HOME=" + app.home().string()}));
+  const Launch launched = launch(app.executable().string(), {"HOME=" + app.home().string()});
   EXPECT_FALSE(stopped_by_signal(launched.process));
   EXPECT_TRUE(app.stop());
   kill(launched.process, SIGCONT);
