@@ -15,7 +15,8 @@ using std::chrono::milliseconds;
 milliseconds duration(NSDictionary *description, NSString *key) {
   constexpr double kLongest = 30'000;
   const double asked = [[description objectForKey:key] doubleValue] * 1000;
-  return milliseconds(static_cast<long>(std::clamp(std::round(asked), 0.0, kLongest)));
+  // fmax and fmin, unlike clamp, take the number where the other is none.
+  return milliseconds(std::lround(std::fmin(std::fmax(asked, 0.0), kLongest)));
 }
 
 /// On and off in turn until the total is reached.

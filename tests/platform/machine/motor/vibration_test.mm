@@ -5,6 +5,7 @@
 
 #include "support/captured_log.hpp"
 
+#include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -77,6 +78,15 @@ TEST_F(VibrationServices, RepeatsACycleUntilTheTotal) {
   EXPECT_THAT(last_.pulses,
               ElementsAre(Pulse{0ms, 500ms}, Pulse{600ms, 500ms}, Pulse{1200ms, 200ms}));
   drive(0, 0.1, 1);
+  EXPECT_THAT(last_.pulses, IsEmpty());
+}
+
+TEST_F(VibrationServices, TakesADurationThatIsNoNumberForNone) {
+  drive(0.5, std::nan(""), 0.6);
+  EXPECT_THAT(last_.pulses, ElementsAre(Pulse{0ms, 500ms}, Pulse{500ms, 100ms}));
+  drive(std::nan(""), 0.1, 0.6);
+  EXPECT_THAT(last_.pulses, IsEmpty());
+  drive(-1, -1, -1);
   EXPECT_THAT(last_.pulses, IsEmpty());
 }
 
