@@ -12,7 +12,9 @@
 #include "machine/property_lists/property_list.hpp"
 #include "machine/property_lists/property_list_guard.hpp"
 
+#include <algorithm>
 #include <objc/runtime.h>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -34,12 +36,25 @@ bool is_harmless(NSData *data) {
                             {static_cast<const std::byte *>([data bytes]), [data length]});
 }
 
-id list_with_data(id self, SEL selector, NSData *data, NSPropertyListReadOptions options,
+/// GNUstep takes for XML only what begins with a declaration, at its very start.
+NSData *declared(NSData *data) {
+  const std::string_view text(static_cast<const char *>([data bytes]), [data length]);
+  const std::size_t start = std::min(text.find_first_not_of(" \t\r\n\xEF\xBB\xBF"), text.size());
+  const std::string_view list = text.substr(start);
+  const bool lacks_it = list.starts_with("<plist") || list.starts_with("<!DOCTYPE");
+  if (!lacks_it && (start == 0 || !list.starts_with("<?xml")))
+    return data;
+  const std::string whole = (lacks_it ? "<?xml version=\"1.0\"?>" : "") + std::string(list);
+  return [NSData dataWithBytes:whole.data() length:whole.size()];
+}
+
+id list_with_data(id self, SEL selector, NSData *source, NSPropertyListReadOptions options,
                   NSPropertyListFormat *format, NSError **error) {
   // Initializes the class: a first message that finds a replaced method does not.
   [self class];
   NSString *reason = @"not a property list";
   @try {
+    NSData *const data = declared(source);
     if (data == nil || is_harmless(data))
       return gnustep_list(self, selector, data, options, format, error);
   } @catch (NSException *exception) {
@@ -61,14 +76,6 @@ template <FromString &original> id read_text(NSString *self, SEL selector) {
   return original(self, selector);
 }
 
-id filled(NSDictionary *self, id list) {
-  return [self initWithDictionary:list];
-}
-
-id filled(NSArray *self, id list) {
-  return [self initWithArray:list];
-}
-
 /// Fills a collection from a binary list; what is none, GNUstep reads. A file that does not hold
 /// the collection gives nil, as on the device.
 template <typename Collection> struct Reading {
@@ -83,7 +90,8 @@ template <typename Collection> struct Reading {
       return gnustep_from_file(self, selector, path);
     id const list = veltro::host::property_list_in(data);
     if ([list isKindOfClass:[Collection class]])
-      return filled(self, list);
+      return [list isKindOfClass:[NSArray class]] ? [(id)self initWithArray:list]
+                                                  : [(id)self initWithDictionary:list];
     [self release];
     return nil;
   }

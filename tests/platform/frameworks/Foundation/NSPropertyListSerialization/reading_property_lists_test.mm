@@ -20,6 +20,26 @@ std::string repeated(const std::string &text, int times) {
 
 const std::string kXmlStart = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
 
+TEST(XmlList, NeedsNoDeclarationAtTheVeryStart) {
+  const std::string type = "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+                           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">";
+  const std::string list =
+      "<plist version=\"1.0\"><dict><key>\xC3\xA4</key><string>(</string></dict></plist>";
+  const std::string declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+  for (const std::string &text :
+       {declaration + type + list, list, type + list, " \r\n\t" + declaration + list,
+        "\xEF\xBB\xBF" + declaration + list, "\xEF\xBB\xBF\n" + list}) {
+    NSPropertyListFormat format = NSPropertyListOpenStepFormat;
+    NSDictionary *const found = [NSPropertyListSerialization
+        propertyListWithData:[NSData dataWithBytes:text.data() length:text.size()]
+                     options:NSPropertyListImmutable
+                      format:&format
+                       error:nullptr];
+    EXPECT_TRUE([found isEqual:[NSDictionary dictionaryWithObject:@"(" forKey:@"ä"]]) << text;
+    EXPECT_EQ(format, NSPropertyListXMLFormat_v1_0) << text;
+  }
+}
+
 struct Damaged {
   const char *name;
   std::string bytes;
