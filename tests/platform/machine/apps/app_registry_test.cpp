@@ -2,6 +2,7 @@
 
 #include "support/app_bundles.hpp"
 #include "support/captured_log.hpp"
+#include "support/scoped_lsan_disabler.hpp"
 
 #include <gmock/gmock.h>
 #include <thread>
@@ -227,6 +228,7 @@ TEST_F(AppRegistry, LeavesOutABundleWhoseIdentifierIsHalfACharacter) {
              "bplist00\xd1\x01\x02\x5f\x10\x12"
              "CFBundleIdentifier\x61\xd8\x00\x08\x0b\x20"s +
                  "\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x23"s);
+  const ScopedLsanDisabler disabler; // GNUstep loses its reader when that raises
   EXPECT_THAT(identifiers(), IsEmpty());
   EXPECT_THAT(logged_lines(), ElementsAre(HasSubstr("Info.plist: not a property list")));
 }
