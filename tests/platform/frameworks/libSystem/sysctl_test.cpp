@@ -4,10 +4,10 @@
 #include "machine/processes/process_records.hpp"
 #include "support/named_process.hpp"
 #include "support/scratch.hpp"
+#include "support/short_lived_processes.hpp"
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -203,15 +203,7 @@ TEST(ProcessTable, NameStaysWhereTheExecutableIsRemoved) {
 }
 
 TEST(ProcessTable, VanishingProcessesAreLeftOutAndNeverHalfFilled) {
-  std::atomic<bool> done = false;
-  std::thread forks([&] {
-    while (!done) {
-      const pid_t child = fork();
-      if (child == 0)
-        _exit(0);
-      waitpid(child, nullptr, 0);
-    }
-  });
+  const veltro::test::ShortLivedProcesses churn;
   for (int round = 0; round < 200; ++round) {
     const std::vector<kinfo_proc> records = whole_table();
     for (const kinfo_proc &record : records) {
@@ -219,8 +211,6 @@ TEST(ProcessTable, VanishingProcessesAreLeftOutAndNeverHalfFilled) {
       EXPECT_NE(record.kp_proc.p_comm[0], '\0') << record.kp_proc.p_pid;
     }
   }
-  done = true;
-  forks.join();
 }
 
 TEST(ProcessTable, ProcessThatHasEndedIsLeftOutBeforeItsParentAsksForIt) {

@@ -2,6 +2,7 @@
 
 #include "machine/processes/launch.hpp"
 #include "support/idle_apps.hpp"
+#include "support/short_lived_processes.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -160,21 +161,9 @@ TEST(Stopped, IsWhatASignalStopped) {
 }
 
 TEST(Stopped, IsNothingThatEndsWhileItIsLookedAt) {
-  std::atomic<pid_t> latest = 0;
-  std::atomic<bool> done = false;
-  std::thread forks([&] {
-    while (!done) {
-      const pid_t child = fork();
-      if (child == 0)
-        _exit(0);
-      latest = child;
-      waitpid(child, nullptr, 0);
-    }
-  });
+  const test::ShortLivedProcesses churn;
   for (int round = 0; round < 20'000; ++round)
-    EXPECT_FALSE(stopped_by_signal(latest));
-  done = true;
-  forks.join();
+    EXPECT_FALSE(stopped_by_signal(churn.latest()));
 }
 
 } // namespace
