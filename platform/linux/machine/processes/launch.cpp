@@ -101,8 +101,8 @@ Launch launch(const std::string &executable, const std::vector<std::string> &cha
   Request request{executable.c_str(), name.c_str(), arguments.data(),
                   variables.data(),   stacks.get(), {}};
 
-  // A handler of this process must not run in the children, which share its memory; nor here, as
-  // long as they share its errno.
+  // A handler of this process must not run in the children, which share its memory, nor interrupt
+  // the wait for them.
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
