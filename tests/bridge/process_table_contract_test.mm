@@ -115,6 +115,7 @@ TEST_F(ProcessTableContract, EntryHoldsTwoKeys) {
   NSDictionary *const expected =
       @{@"PROCESS_ID" : [NSNumber numberWithInt:7], @"PROCESS_NAME" : @"seven"};
   EXPECT_TRUE([[processes lastObject] isEqual:expected]);
+  EXPECT_FALSE([[processes lastObject] isKindOfClass:[NSMutableDictionary class]]);
   EXPECT_TRUE([processes isKindOfClass:[NSMutableArray class]]);
 }
 
@@ -268,6 +269,7 @@ TEST_F(ProcessTableContract, LookupAcceptsTheNameAnywhereInItsOwnCase) {
   EXPECT_EQ([device() __zltGetPIDForProcess:@"WHATSAPP"], 0);
   EXPECT_EQ([device() __zltGetPIDForProcess:@"absent"], 0);
   EXPECT_EQ([device() __zltGetPIDForProcess:@""], 0);
+  EXPECT_EQ([device() __zltGetPIDForProcess:nil], 0);
 }
 
 TEST_F(ProcessTableContract, MatchWithIdentifierZeroDoesNotStopTheWalk) {

@@ -83,8 +83,8 @@ std::string_view fields_of(std::string_view status) {
   return status.substr(std::min(status.rfind(')') + 2, status.size()));
 }
 
-/// The kernel's own threads: the children of its first, which has no memory, unlike the process of
-/// the same id in a container. Empty where the kernel does not tell.
+/// The kernel's own threads, and programs that it starts: the children of its first, which has no
+/// memory, unlike the process of the same id in a container. Empty where the kernel does not tell.
 std::set<pid_t> kernel_threads(int proc) {
   constexpr pid_t kFirst = 2;
   std::array<char, 512> text;
@@ -94,7 +94,7 @@ std::set<pid_t> kernel_threads(int proc) {
   return {std::istream_iterator<pid_t>(children), {}};
 }
 
-void fill(kinfo_proc &record, pid_t process, std::span<char> name) {
+void write_record(kinfo_proc &record, pid_t process, std::span<char> name) {
   const auto shown = name.first(std::min<std::size_t>(name.size(), MAXCOMLEN));
   replace_stray_bytes(shown);
   std::memset(&record, 0, sizeof record);
@@ -105,8 +105,7 @@ void fill(kinfo_proc &record, pid_t process, std::span<char> name) {
 /// Fills `record` for the process, or leaves it as it is where the process has ended. The device's
 /// apps are gone as soon as they end; here they may stay for as long as init does not ask for them.
 bool fill_if_running(kinfo_proc &record, int proc, pid_t process) {
-  // Names of the kernel's own threads may be longer than any record's.
-  std::array<char, 512> text;
+  std::array<char, 512> text; // up to the fields that tell whether it has ended
   const std::string_view status = read_front(proc, process, "stat", text);
   const std::size_t begin = status.find('(') + 1;
   const std::size_t end = status.rfind(')');
@@ -116,15 +115,20 @@ bool fill_if_running(kinfo_proc &record, int proc, pid_t process) {
   std::size_t count = end - begin;
   if (count == kKernelNameLength)
     count = restore_last_byte(proc, process, name);
-  fill(record, process, name.first(count));
+  write_record(record, process, name.first(count));
   return true;
 }
 
 bool fill_kernel_thread(kinfo_proc &record, int proc, pid_t thread) {
   std::array<char, MAXCOMLEN> text;
   const std::string_view name = read_front(proc, thread, "comm", text);
-  fill(record, thread, std::span(text).first(std::min(name.find('\n'), name.size())));
-  return !name.empty();
+  if (name.empty())
+    return false;
+  std::size_t count = std::min(name.find('\n'), name.size());
+  if (count == kKernelNameLength)
+    count = restore_last_byte(proc, thread, text);
+  write_record(record, thread, std::span(text).first(count));
+  return true;
 }
 
 } // namespace
@@ -145,8 +149,8 @@ int read_process_records(std::span<kinfo_proc> records, std::size_t &count) {
   const std::set<pid_t> of_kernel = kernel_threads(proc.descriptor());
   pid_t process = 0;
   while ((process = proc.next()) != 0 && count < records.size()) {
-    const auto fill = of_kernel.contains(process) ? fill_kernel_thread : fill_if_running;
-    count += fill(records[count], proc.descriptor(), process) ? 1 : 0;
+    const auto fill_one = of_kernel.contains(process) ? fill_kernel_thread : fill_if_running;
+    count += fill_one(records[count], proc.descriptor(), process) ? 1 : 0;
   }
   // The kernel lists the oldest process first, the device the newest.
   std::ranges::reverse(records.first(count));

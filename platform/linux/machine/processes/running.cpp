@@ -11,9 +11,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <optional>
-#include <sstream>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
@@ -21,11 +19,10 @@
 namespace veltro::host {
 namespace {
 
-/// Empty where the process has ended. An iterator would throw where it ends while it is read.
+/// Empty where the process has ended.
 std::string contents(pid_t process, const char *file) {
-  std::ostringstream text;
-  text << std::ifstream("/proc/" + std::to_string(process) + '/' + file).rdbuf();
-  return text.str();
+  const File open("/proc/" + std::to_string(process) + '/' + file, O_RDONLY);
+  return read_all(open.number()).value_or("");
 }
 
 /// Whether the kernel runs the file by an interpreter that its first line names.

@@ -8,7 +8,7 @@
 namespace veltro::host {
 
 /// The processes that run the file `executable` (absolute), be it a program or a script. Empty
-/// where the file does not exist.
+/// where the file does not exist, or the path is empty.
 std::vector<pid_t> processes_running(const std::string &executable);
 
 /// Whether `process` still runs that file.
