@@ -1,6 +1,6 @@
 // Drawing. A context belongs to one thread at a time. Every function takes a null context, does
-// nothing with it and returns zero. Numbers beyond 1e9 are taken for none: what they are part of is
-// left out, as where one is not finite.
+// nothing with it and returns zero. What has a number that is not finite is left out, and so are
+// arcs with a radius or an angle beyond 1e9, and ellipses as great.
 //
 // A bitmap context of Core Graphics has its origin at the bottom left, y upwards, and a unit of a
 // pixel; a context of UIKit has its origin at the top left, y downwards, and a unit of a point.

@@ -154,7 +154,8 @@ void CGContextAddEllipseInRect(CGContextRef context, CGRect rect) {
 
 void CGContextAddArc(CGContextRef context, CGFloat x, CGFloat y, CGFloat radius,
                      CGFloat start_angle, CGFloat end_angle, int clockwise) {
-  if (radius >= 0)
+  if (radius >= 0 &&
+      std::max({radius, std::abs(start_angle), std::abs(end_angle)}) <= veltro::host::kGreatest)
     call(context, clockwise != 0 ? cairo_arc_negative : cairo_arc, x, y, radius, start_angle,
          end_angle);
 }

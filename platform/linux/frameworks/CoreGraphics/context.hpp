@@ -12,7 +12,7 @@
 
 namespace veltro::host {
 
-/// The greatest number and scale to draw with: cairo takes for ever over the arcs of greater ones.
+/// The greatest scale, radius and angle to draw with: cairo takes for ever over greater arcs.
 constexpr double kGreatest = 1e9;
 
 struct Color {
@@ -75,12 +75,12 @@ Context *context_of(CGContextRef context);
 /// blue are in their places in every context of UIKit.
 cairo_t *cairo_of(CGContextRef context);
 
-/// Calls a function of cairo's, with values up to `kGreatest` and a context that is not null.
+/// Calls a function of cairo's, with values that are all finite and a context that is not null.
 template <typename... Values>
 void call(CGContextRef context, void (*function)(cairo_t *, Values...),
           std::type_identity_t<Values>... values) {
-  const bool usable = ((std::abs(static_cast<double>(values)) <= kGreatest) && ...);
-  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && usable)
+  const bool finite = (std::isfinite(static_cast<double>(values)) && ...);
+  if (cairo_t *const cairo = cairo_of(context); cairo != nullptr && finite)
     function(cairo, values...);
 }
 

@@ -69,4 +69,15 @@ TEST(CGContextLimits, RoundedCorners) {
     });
 }
 
+TEST(CGContextLimits, RectanglesOfAnySizeFillAndClip) {
+  const CGRect great = CGRectMake(-1e9, -1e9, 2e9, 2e9);
+  expect_usable_after([=](CGContextRef context) { CGContextClipToRect(context, great); });
+  UIGraphicsBeginImageContextWithOptions(CGSizeMake(1, 1), NO, 1);
+  CGContextClipToRect(UIGraphicsGetCurrentContext(), great);
+  CGContextFillRect(UIGraphicsGetCurrentContext(), great);
+  UIImage *const image = UIGraphicsGetImageFromCurrentImageContext();
+  UIGraphicsEndImageContext();
+  EXPECT_EQ(Picture(image).at(0, 0), kBlack);
+}
+
 } // namespace
