@@ -21,8 +21,8 @@ id property_list_in(NSData *data) {
 
 bool begins_as_property_list(NSData *data) {
   const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
-  return bytes.starts_with("bplist") || bytes.starts_with("<") ||
-         bytes.starts_with("\xEF\xBB\xBF<");
+  const std::size_t start = bytes.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+  return bytes.starts_with("bplist") || (start != bytes.npos && bytes[start] == '<');
 }
 
 NSDictionary *dictionary_in(NSData *data) {

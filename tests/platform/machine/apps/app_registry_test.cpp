@@ -233,6 +233,11 @@ TEST_F(AppRegistry, LeavesOutABundleWhoseIdentifierIsHalfACharacter) {
   EXPECT_THAT(logged_lines(), ElementsAre(HasSubstr("Info.plist: not a property list")));
 }
 
+TEST_F(AppRegistry, ReadsAnInfoPlistThatBeginsWithAnEmptyLine) {
+  write_file(device_root() / "Applications/Late.app/Info.plist", "\n" + info_plist("late", "Late"));
+  EXPECT_THAT(identifiers(), ElementsAre("late"));
+}
+
 TEST_F(AppRegistry, LeavesOutABundleWithoutInfoPlist) {
   fs::create_directories(device_root() / "Applications/Bad.app");
   lay_system_app("good", "Good");
