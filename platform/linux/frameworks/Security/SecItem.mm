@@ -37,7 +37,7 @@ OSStatus SecItemCopyMatching(CFDictionaryRef dictionary, CFTypeRef *result) {
     return status;
   const bool returns = result != nullptr && (query.return_data || query.return_attributes);
   Results results(query.return_attributes);
-  id all = nil; // that were found, or the one where one is asked for
+  id all = nil; // the items that were found, or the one where only one is asked for
   Search search(query.query, returns && query.return_data);
   while (search.next()) {
     if (!returns)
@@ -57,8 +57,7 @@ OSStatus SecItemCopyMatching(CFDictionaryRef dictionary, CFTypeRef *result) {
     *result = all;
     return status;
   }
-  // A search for one item does not fail once it has found it.
-  for (id unwanted in all)
+  for (id unwanted in query.many ? all : nil) // a search for one does not fail once it has found it
     Results::wipe_secret_of(unwanted);
   [all release];
   return status;

@@ -86,9 +86,8 @@ std::string_view fields_of(std::string_view status) {
 /// The kernel's own threads, and programs that it starts: the children of its first, which has no
 /// memory, unlike the process of the same id in a container. Empty where the kernel does not tell.
 std::set<pid_t> kernel_threads(int proc) {
-  constexpr pid_t kFirst = 2;
   std::array<char, 512> text;
-  if (field(fields_of(read_front(proc, kFirst, "stat", text)), 23) != "0")
+  if (field(fields_of(read_front(proc, 2, "stat", text)), 23) != "0")
     return {};
   std::ifstream children("/proc/2/task/2/children");
   return {std::istream_iterator<pid_t>(children), {}};

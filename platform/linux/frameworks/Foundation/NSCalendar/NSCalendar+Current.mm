@@ -20,8 +20,8 @@ namespace veltro::host {
 namespace {
 
 NSCalendar *new_current_calendar() {
-  static std::mutex mutex; // asking GNUstep's locales changes their insides
-  const std::lock_guard lock(mutex);
+  static std::mutex locale_mutex; // asking GNUstep's locales changes their insides
+  const std::lock_guard lock(locale_mutex);
   NSString *identifier =
       [[[NSLocale currentLocale] objectForKey:NSLocaleCalendar] calendarIdentifier];
   return [[NSCalendar alloc]

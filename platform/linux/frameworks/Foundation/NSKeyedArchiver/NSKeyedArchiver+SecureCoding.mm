@@ -31,7 +31,7 @@ id encode_checked(id self, SEL selector, id object, BOOL conditional) {
     [NSException raise:NSInvalidArchiveOperationException
                 format:@"Secure coding is required and class '%@' does not support it.",
                        [object classForCoder]];
-  // An object that raises leaves its own entries behind there, which GNUstep then releases twice.
+  // GNUstep leaves `_enc` at the record of an object that raises, and then releases it twice.
   static const Ivar current = class_getInstanceVariable([NSKeyedArchiver class], "_enc");
   const id outer = object_getIvar(self, current);
   @try {

@@ -32,8 +32,8 @@ void (*write_of_gnustep)(NSUserDefaults *, SEL, NSDictionary *, NSString *);
 void (*remove_of_gnustep)(NSUserDefaults *, SEL, NSString *);
 BOOL (*synchronize_of_gnustep)(id, SEL);
 
-/// Makes the shared object while the runtime lets nobody else initialize a class: whoever makes it
-/// later holds its lock meanwhile, for which NSBundle waits while it is initialized.
+/// Makes the shared defaults while the runtime lets nobody else initialize a class. Later, they are
+/// made under their own lock, for which NSBundle's initialization waits: a deadlock.
 void initialize(Class self, SEL selector) {
   initialize_of_gnustep(self, selector);
   [self standardUserDefaults];
