@@ -146,10 +146,16 @@ int read_process_records(std::span<kinfo_proc> records, std::size_t &count) {
   if (!proc)
     return errno;
   const std::set<pid_t> of_kernel = kernel_threads(proc.descriptor());
+  kinfo_proc spare; // a process that has ended needs no record, even where all are taken
   pid_t process = 0;
-  while ((process = proc.next()) != 0 && count < records.size()) {
+  while ((process = proc.next()) != 0) {
     const auto fill_one = of_kernel.contains(process) ? fill_kernel_thread : fill_if_running;
-    count += fill_one(records[count], proc.descriptor(), process) ? 1 : 0;
+    const bool full = count == records.size();
+    if (!fill_one(full ? spare : records[count], proc.descriptor(), process))
+      continue;
+    if (full)
+      break;
+    ++count;
   }
   // The kernel lists the oldest process first, the device the newest.
   std::ranges::reverse(records.first(count));
