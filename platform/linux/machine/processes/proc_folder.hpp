@@ -6,10 +6,21 @@
 #include <charconv>
 #include <dirent.h>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <sys/types.h>
+#include <unistd.h>
 
 namespace veltro::host {
+
+/// The kernel cuts the name of a program that it runs at 15 bytes.
+constexpr std::size_t kKernelNameLength = 15;
+
+/// What stands behind the name in a file stat, from the state on. The name may hold brackets of its
+/// own; what follows it holds none.
+inline std::string_view fields_of(std::string_view status) {
+  return status.substr(std::min(status.rfind(')') + 2, status.size()));
+}
 
 /// The path of a file of one process, relative to /proc.
 class ProcPath {
@@ -25,6 +36,13 @@ public:
 private:
   std::array<char, 32> text_{};
 };
+
+/// The path of the file that the process runs, in `target`; empty where it tells none.
+inline std::string_view executable_of(int proc, pid_t process, std::span<char> target) {
+  const ssize_t length =
+      readlinkat(proc, ProcPath(process, "exe").text(), target.data(), target.size());
+  return {target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
 
 /// /proc opened once and read process by process; closed at the end of the scope.
 class ProcFolder {

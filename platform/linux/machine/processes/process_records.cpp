@@ -23,15 +23,11 @@
 namespace veltro::host {
 namespace {
 
-// The kernel cuts a short name at 15 bytes, the device at 16.
-constexpr std::size_t kKernelNameLength = 15;
-
-/// A name that the kernel may have cut: one byte more of it where the executable's name is longer.
+/// A name that the kernel may have cut: one byte more of it, which the device keeps, where the
+/// executable's name is longer.
 std::size_t restore_last_byte(int proc, pid_t process, std::span<char> name) {
   std::array<char, 4096> target;
-  const ssize_t length =
-      readlinkat(proc, ProcPath(process, "exe").text(), target.data(), target.size());
-  std::string_view path(target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+  std::string_view path = executable_of(proc, process, target);
   constexpr std::string_view kRemoved = " (deleted)"; // where the file has lost its name
   if (path.ends_with(kRemoved))
     path.remove_suffix(kRemoved.size());
@@ -77,14 +73,8 @@ bool has_ended(std::string_view fields) {
   return thread_count == "1" || thread_count == "0";
 }
 
-/// What stands behind the name in a file stat, from the state on. The name may hold brackets of its
-/// own; what follows it holds none.
-std::string_view fields_of(std::string_view status) {
-  return status.substr(std::min(status.rfind(')') + 2, status.size()));
-}
-
-/// The kernel's own threads, and programs that it starts: the children of its first, which has no
-/// memory, unlike the process of the same id in a container. Empty where the kernel does not tell.
+/// The children of the kernel's first thread: its own threads, and programs that it starts. Empty
+/// where the kernel does not tell. A container's process 2 has memory, or has ended, childless.
 std::set<pid_t> kernel_threads(int proc) {
   std::array<char, 512> text;
   if (field(fields_of(read_front(proc, 2, "stat", text)), 23) != "0")
@@ -93,8 +83,12 @@ std::set<pid_t> kernel_threads(int proc) {
   return {std::istream_iterator<pid_t>(children), {}};
 }
 
-void write_record(kinfo_proc &record, pid_t process, std::span<char> name) {
-  const auto shown = name.first(std::min<std::size_t>(name.size(), MAXCOMLEN));
+/// Of a name of `length` bytes, which `text` begins with.
+void write_record(kinfo_proc &record, int proc, pid_t process, std::span<char> text,
+                  std::size_t length) {
+  if (length == kKernelNameLength)
+    length = restore_last_byte(proc, process, text);
+  const auto shown = text.first(std::min<std::size_t>(length, MAXCOMLEN));
   replace_stray_bytes(shown);
   std::memset(&record, 0, sizeof record);
   record.kp_proc.p_pid = process;
@@ -110,11 +104,7 @@ bool fill_if_running(kinfo_proc &record, int proc, pid_t process) {
   const std::size_t end = status.rfind(')');
   if (end == std::string_view::npos || has_ended(fields_of(status)))
     return false;
-  const std::span<char> name = std::span(text).subspan(begin);
-  std::size_t count = end - begin;
-  if (count == kKernelNameLength)
-    count = restore_last_byte(proc, process, name);
-  write_record(record, process, name.first(count));
+  write_record(record, proc, process, std::span(text).subspan(begin), end - begin);
   return true;
 }
 
@@ -123,10 +113,7 @@ bool fill_kernel_thread(kinfo_proc &record, int proc, pid_t thread) {
   const std::string_view name = read_front(proc, thread, "comm", text);
   if (name.empty())
     return false;
-  std::size_t count = std::min(name.find('\n'), name.size());
-  if (count == kKernelNameLength)
-    count = restore_last_byte(proc, thread, text);
-  write_record(record, thread, std::span(text).first(count));
+  write_record(record, proc, thread, text, std::min(name.find('\n'), name.size()));
   return true;
 }
 

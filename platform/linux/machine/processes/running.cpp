@@ -42,8 +42,6 @@ struct Program {
 };
 
 std::optional<Program> program_at(const std::string &executable) {
-  // The kernel cuts a process's name at fifteen bytes.
-  constexpr std::size_t kKernelNameLength = 15;
   std::error_code error;
   std::string real_path = std::filesystem::canonical(executable, error).string();
   if (error)
@@ -83,12 +81,9 @@ bool is_open_nowhere(const std::string &executable) {
 
 bool runs(int proc, pid_t process, const Program &program) {
   std::array<char, PATH_MAX> target;
-  const ssize_t length =
-      readlinkat(proc, ProcPath(process, "exe").text(), target.data(), target.size());
-  if (length < 0)
-    return false;
-  return std::string_view(target.data(), static_cast<std::size_t>(length)) == program.real_path ||
-         (program.is_script && runs_script(process, program));
+  const std::string_view executable = executable_of(proc, process, target);
+  return executable == program.real_path ||
+         (program.is_script && !executable.empty() && runs_script(process, program));
 }
 
 } // namespace
@@ -114,10 +109,7 @@ bool runs(pid_t process, const std::string &executable) {
 }
 
 bool stopped_by_signal(pid_t process) {
-  // The name, in brackets, may hold brackets and spaces itself; the state follows the last one.
-  const std::string line = contents(process, "stat");
-  const std::size_t name_end = line.rfind(')');
-  return name_end != std::string::npos && line.substr(name_end + 1).starts_with(" T ");
+  return fields_of(contents(process, "stat")).starts_with('T');
 }
 
 } // namespace veltro::host

@@ -203,8 +203,8 @@ TEST(ProcessTable, VanishingProcessesAreLeftOutAndNeverHalfFilled) {
 }
 
 TEST(ProcessTable, ProcessThatHasEndedIsLeftOutBeforeItsParentAsksForIt) {
-  const NamedProcess child("child");
-  ASSERT_EQ(name_of(child.pid()), "child");
+  const NamedProcess child("a) R (b");
+  ASSERT_EQ(name_of(child.pid()), "a) R (b");
   kill(child.pid(), SIGKILL);
   siginfo_t end{};
   ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child.pid()), &end, WEXITED | WNOWAIT), 0);

@@ -138,17 +138,25 @@ TEST(Running, FindsNothingForAFileThatIsNotThere) {
   EXPECT_FALSE(runs(getpid(), "/nonexistent"));
 }
 
-TEST(Running, DoesNotCountWhoHasEnded) {
-  const IdleApp app("org.example.idle", "Idle");
+void expect_uncounted_once_ended(const std::string &executable) {
   const pid_t child = fork();
   if (child == 0)
-    _exit(execl(app.executable().c_str(), "Idle", nullptr));
-  EXPECT_TRUE(eventually([&] { return runs(child, app.executable().string()); }));
+    _exit(execl(executable.c_str(), executable.c_str(), nullptr));
+  EXPECT_TRUE(eventually([&] { return processes_running(executable) == std::vector{child}; }));
   kill(child, SIGKILL);
   siginfo_t information{};
   waitid(P_PID, static_cast<id_t>(child), &information, WEXITED | WNOWAIT);
-  EXPECT_TRUE(app.processes().empty()) << "a zombie runs nothing";
+  EXPECT_TRUE(processes_running(executable).empty()) << "a zombie runs nothing";
+  EXPECT_FALSE(runs(child, executable));
   waitpid(child, nullptr, 0);
+}
+
+TEST(Running, DoesNotCountWhoHasEnded) {
+  const IdleApp app("org.example.idle", "Idle");
+  expect_uncounted_once_ended(app.executable().string());
+  const std::filesystem::path script = test::scratch() / "script";
+  test::write_script(script, "#!/bin/sh\nwhile :; do sleep 0.05; done\n");
+  expect_uncounted_once_ended(script.string());
 }
 
 TEST(Stopped, IsWhatASignalStopped) {
