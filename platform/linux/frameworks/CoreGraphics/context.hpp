@@ -87,6 +87,9 @@ void call(CGContextRef context, void (*function)(cairo_t *, Values...),
 /// Makes `color` cairo's source, weakened by the state's alpha.
 void use_color(Context &context, const Color &color);
 
+/// As much as anything grows by the matrix, or up to 1.5 times that.
+double scale_of(const cairo_matrix_t &matrix);
+
 /// Adds `step` to the transform. Where that leaves none that cairo takes, clips everything away and
 /// returns false.
 bool transform(cairo_t *cairo, const cairo_matrix_t &step);

@@ -117,13 +117,17 @@ void use_color(Context &context, const Color &color) {
     cairo_set_source_rgba(context.cairo(), color.red, color.green, color.blue, alpha);
 }
 
+double scale_of(const cairo_matrix_t &matrix) {
+  return std::hypot(matrix.xx, matrix.xy, std::hypot(matrix.yx, matrix.yy));
+}
+
 bool transform(cairo_t *cairo, const cairo_matrix_t &step) {
   cairo_matrix_t matrix;
   cairo_get_matrix(cairo, &matrix);
   cairo_matrix_multiply(&matrix, &step, &matrix);
   const double determinant = matrix.xx * matrix.yy - matrix.xy * matrix.yx;
-  const double scale = std::hypot(matrix.xx, matrix.xy, std::hypot(matrix.yx, matrix.yy));
-  const bool usable = std::abs(determinant) > 1e-100 && scale <= kGreatest &&
+  constexpr double kLeastDeterminant = 1e-100; // for an inverse of finite numbers
+  const bool usable = std::abs(determinant) > kLeastDeterminant && scale_of(matrix) <= kGreatest &&
                       std::isfinite(matrix.x0) && std::isfinite(matrix.y0);
   if (usable)
     cairo_set_matrix(cairo, &matrix);

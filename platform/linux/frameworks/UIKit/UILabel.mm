@@ -90,9 +90,9 @@ void draw(PangoLayout *layout, cairo_t *cairo, CGRect column, NSTextAlignment al
   veltro::host::Context &to = *veltro::host::context_of(context);
   cairo_matrix_t matrix;
   cairo_get_matrix(to.cairo(), &matrix);
-  const double scale = std::hypot(matrix.xx, matrix.xy, std::hypot(matrix.yx, matrix.yy));
-  // cairo's fonts fail beyond some size, and all text of the process with them.
-  if (scale * [_font pointSize] > 65000)
+  // cairo's fonts fail beyond 16 bits of pixels, and all text of the process with them.
+  constexpr double kGreatestSize = 65000;
+  if (veltro::host::scale_of(matrix) * [_font pointSize] > kGreatestSize)
     return;
   [_textColor setFill];
   veltro::host::use_color(to, to.state().fill);

@@ -58,6 +58,21 @@ TEST(CGContextLimits, Scales) {
       });
 }
 
+TEST(CGContextLimits, SmallScalesKeepThePath) {
+  UIGraphicsBeginImageContextWithOptions(CGSizeMake(1, 1), NO, 1);
+  const CGContextRef context = UIGraphicsGetCurrentContext();
+  UIImage *const clear = UIGraphicsGetImageFromCurrentImageContext();
+  CGContextAddRect(context, CGRectMake(0, 0, 1, 1));
+  CGContextSaveGState(context);
+  CGContextScaleCTM(context, 1e-310, 1e9);
+  CGContextDrawImage(context, CGRectMake(0, 0, 1, 1), [clear CGImage]);
+  CGContextRestoreGState(context);
+  CGContextFillPath(context);
+  UIImage *const image = UIGraphicsGetImageFromCurrentImageContext();
+  UIGraphicsEndImageContext();
+  EXPECT_EQ(Picture(image).at(0, 0), kBlack);
+}
+
 TEST(CGContextLimits, RoundedCorners) {
   for (const double side : {1e-200, 1e40, 1e300})
     expect_usable_after([=](CGContextRef context) {

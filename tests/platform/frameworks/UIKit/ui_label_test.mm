@@ -269,8 +269,14 @@ TEST(Label, DrawsNothingThroughATransformWithoutInverse) {
 }
 
 TEST(Label, StandsGreatScales) {
-  for (const double scale : {100.0, 1e6})
-    EXPECT_EQ(scaled(label_of(@"██"), scale).at(199, 119), (Pixel{0, 0, 0, 255})) << scale;
+  const auto middle = [](double scale) {
+    const Picture picture = scaled(label_of(@"██", 40, 1), scale);
+    EXPECT_EQ(picture.at(199, 119), (Pixel{0, 0, 0, 255})) << scale;
+    return picture.at(100, 60);
+  };
+  EXPECT_EQ(middle(1e6), (Pixel{})) << "left out";
+  EXPECT_EQ(middle(100), (Pixel{0, 0, 0, 255}));
+  EXPECT_EQ(middle(2700), (Pixel{0, 0, 0, 255}));
 }
 
 TEST(Label, ScalesTheBoxesOfLettersThatNoFontHas) {
