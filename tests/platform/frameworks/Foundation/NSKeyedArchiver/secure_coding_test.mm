@@ -75,6 +75,19 @@
 
 @end
 
+/// Raises in the middle of its encoding.
+@interface RaisingBox : SecureBox
+@end
+
+@implementation RaisingBox
+
+- (void)encodeWithCoder:(NSCoder *)coder {
+  [coder encodeObject:@"begun" forKey:@"begun"];
+  [NSException raise:NSGenericException format:@"not encoded"];
+}
+
+@end
+
 /// Knows nothing of secure coding; counts how often one is made of an archive.
 @interface PlainBox : NSObject <NSCoding>
 @end
@@ -308,12 +321,13 @@ TEST(SecureCoding, ArchiverRefusesWhatDoesNotSupportIt) {
 
 TEST(SecureCoding, AnArchiverIsReleasedAfterAnObjectInsideAnotherRaised) {
   const veltro::test::ScopedLsanDisabler disabler;
-  for (int again = 0; again < 3; ++again)
+  for (const bool secure : {true, true, false, false})
     @autoreleasepool {
-      NSArray *const nested = @[ [SecureBox boxWith:[[[PlainBox alloc] init] autorelease]] ];
+      const id part = secure ? [[[PlainBox alloc] init] autorelease] : [RaisingBox boxWith:nil];
+      NSArray *const nested = @[ [SecureBox boxWith:part] ];
       NSError *error = nil;
       EXPECT_EQ([NSKeyedArchiver archivedDataWithRootObject:nested
-                                      requiringSecureCoding:YES
+                                      requiringSecureCoding:secure
                                                       error:&error],
                 nil);
       EXPECT_EQ([error code], NSCoderInvalidValueError);
