@@ -51,8 +51,8 @@ public:
 
   [[nodiscard]] std::int32_t offset_at(UnixTime time) const;
 
-  /// The transitions after `from` and not after `to`, in order of time; year by year where those of
-  /// a rule overlap.
+  /// The transitions after `from` and not after `to`, in order of time. Where a rule's years cross,
+  /// the earlier year's come first, and the last one holds, as in the C library.
   [[nodiscard]] std::vector<Transition> transitions_between(UnixTime from, UnixTime to) const;
 
 private:

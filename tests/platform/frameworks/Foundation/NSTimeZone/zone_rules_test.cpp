@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -124,6 +126,38 @@ TEST(ZoneRules, RefuseTransitionsOutOfOrder) {
 /// The transitions of the year in Greenwich.
 std::vector<Transition> transitions_of(const ZoneRules &zone, int year) {
   return zone.transitions_between(utc(year, 1, 1) - 1, utc(year + 1, 1, 1) - 1);
+}
+
+void expect_transitions(const char *rule, UnixTime from, UnixTime to,
+                        const std::vector<std::pair<UnixTime, std::int32_t>> &expected) {
+  const auto zone = ZoneRules::spelled(rule);
+  ASSERT_TRUE(zone) << rule;
+  std::vector<std::pair<UnixTime, std::int32_t>> found;
+  for (const Transition &transition : zone->transitions_between(from, to))
+    found.emplace_back(transition.time, transition.offset);
+  EXPECT_EQ(found, expected) << rule;
+}
+
+TEST(YearlyRule, ListsTheChangesOfEveryYearInTheirOrder) {
+  expect_transitions(
+      "CET-1CEST,M3.5.0,M10.5.0/3", utc(2024, 3, 31, 1), utc(2025, 10, 26, 1),
+      {{utc(2024, 10, 27, 1), 3600}, {utc(2025, 3, 30, 1), 7200}, {utc(2025, 10, 26, 1), 3600}});
+  expect_transitions("AEST-10AEDT,M10.1.0,M4.1.0/3", utc(2024, 1, 1), utc(2024, 12, 31),
+                     {{utc(2024, 4, 6, 16), 36'000}, {utc(2024, 10, 5, 16), 39'600}});
+}
+
+TEST(YearlyRule, ListsAChangeThatLiesInAnotherYearInGreenwich) {
+  expect_transitions("AAA-14BBB-15,0/0,J100/0", utc(2024, 12, 1), utc(2024, 12, 31, 23),
+                     {{utc(2024, 12, 31, 10), 54'000}});
+  expect_transitions("AAA12BBB11,J100/0,J365/23", utc(2025, 1, 1), utc(2025, 1, 31),
+                     {{utc(2025, 1, 1, 10), -43'200}});
+}
+
+TEST(YearlyRule, ListsYearByYearWhereTheYearsOverlap) {
+  const char *const all_year = "AAA0BBB,0/0,J365/26";
+  expect_transitions(all_year, utc(2024, 12, 1), utc(2025, 1, 31),
+                     {{utc(2025, 1, 1, 1), 0}, {utc(2025, 1, 1), 3600}});
+  expect_transitions(all_year, utc(2024, 12, 1), utc(2025, 1, 1, 0, 30), {{utc(2025, 1, 1), 3600}});
 }
 
 TEST(YearlyRule, WithoutSummerTime) {
