@@ -131,10 +131,10 @@ NSArray *all_bundles(Class self, SEL command) {
 }
 
 id bundle_with_identifier(Class self, SEL command, NSString *identifier) {
-  if (![identifier isKindOfClass:[NSString class]] || utf8_of(identifier).empty())
+  const std::string name = [identifier isKindOfClass:[NSString class]] ? utf8_of(identifier) : "";
+  if (name.empty())
     return nil;
-  const std::string framework = veltro::host::system_framework(utf8_of(identifier));
-  if (!framework.empty())
+  if (const auto framework = veltro::host::system_framework(name); !framework.empty())
     return [NSBundle bundleWithPath:string_of(framework)];
   // Not under the lock: a bundle that is asked may ask for another one.
   for (NSBundle *bundle in [known_bundles() reverseObjectEnumerator])
