@@ -23,24 +23,18 @@ inline std::string_view fields_of(std::string_view status) {
 }
 
 /// The path of a file of one process, relative to /proc.
-class ProcPath {
-public:
-  ProcPath(pid_t process, std::string_view file) {
-    char *const end = std::to_chars(text_.begin(), text_.end(), process).ptr;
-    *end = '/';
-    std::ranges::copy(file, end + 1);
-  }
-
-  [[nodiscard]] const char *text() const { return text_.data(); }
-
-private:
-  std::array<char, 32> text_{};
-};
+inline std::array<char, 32> proc_path(pid_t process, std::string_view file) {
+  std::array<char, 32> path{};
+  char *const end = std::to_chars(path.begin(), path.end(), process).ptr;
+  *end = '/';
+  std::ranges::copy(file, end + 1);
+  return path;
+}
 
 /// The path of the file that the process runs, in `target`; empty where it tells none.
 inline std::string_view executable_of(int proc, pid_t process, std::span<char> target) {
   const ssize_t length =
-      readlinkat(proc, ProcPath(process, "exe").text(), target.data(), target.size());
+      readlinkat(proc, proc_path(process, "exe").data(), target.data(), target.size());
   return {target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
 

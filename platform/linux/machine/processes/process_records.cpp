@@ -51,7 +51,7 @@ void replace_stray_bytes(std::span<char> name) {
 
 /// The front of one file of the process, in `text`.
 std::string_view read_front(int proc, pid_t process, const char *file, std::span<char> text) {
-  const File open = File::of(openat(proc, ProcPath(process, file).text(), O_RDONLY | O_CLOEXEC));
+  const File open = File::of(openat(proc, proc_path(process, file).data(), O_RDONLY | O_CLOEXEC));
   const ssize_t length = read(open.number(), text.data(), text.size());
   return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
@@ -123,8 +123,7 @@ std::size_t process_record_bound() {
   constexpr std::size_t kSpareLinks = 16;
   // The folder has a link for every process: one call instead of a walk.
   struct stat folder{};
-  const std::size_t links = stat("/proc", &folder) == 0 ? folder.st_nlink : 0;
-  return links + kSpareLinks;
+  return kSpareLinks + (stat("/proc", &folder) == 0 ? folder.st_nlink : 0);
 }
 
 int read_process_records(std::span<kinfo_proc> records, std::size_t &count) {

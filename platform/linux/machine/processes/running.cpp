@@ -37,7 +37,6 @@ bool is_script(const File &executable) {
 struct Program {
   std::string path;
   std::string real_path;
-  std::string short_name;
   bool is_script = false;
 };
 
@@ -46,22 +45,20 @@ std::optional<Program> program_at(const std::string &executable) {
   std::string real_path = std::filesystem::canonical(executable, error).string();
   if (error)
     return std::nullopt;
-  return Program{executable, std::move(real_path),
-                 executable.substr(executable.rfind('/') + 1, kKernelNameLength),
-                 is_script(File(executable, O_RDONLY))};
+  return Program{executable, std::move(real_path), is_script(File(executable, O_RDONLY))};
 }
 
 /// Whether the process's command line reads as the kernel writes it for a script: the interpreter,
 /// an argument of the interpreter's if the script names one, and the script. The kernel notes it a
 /// little after the process has the program; until then it is empty.
-bool runs_script(pid_t process, const Program &program) {
-  if (contents(process, "comm") != program.short_name + '\n')
+bool runs_script(pid_t process, const std::string &path) {
+  if (contents(process, "comm") != path.substr(path.rfind('/') + 1, kKernelNameLength) + '\n')
     return false;
   const std::string line = contents(process, "cmdline");
   std::string_view rest(line);
   for (int argument = 0; argument <= 2 && !rest.empty(); ++argument) {
     const std::string_view text = rest.substr(0, rest.find('\0'));
-    if (argument > 0 && text == program.path)
+    if (argument > 0 && text == path)
       return true;
     rest.remove_prefix(std::min(text.size() + 1, rest.size()));
   }
@@ -83,7 +80,7 @@ bool runs(int proc, pid_t process, const Program &program) {
   std::array<char, PATH_MAX> target;
   const std::string_view executable = executable_of(proc, process, target);
   return executable == program.real_path ||
-         (program.is_script && !executable.empty() && runs_script(process, program));
+         (program.is_script && !executable.empty() && runs_script(process, program.path));
 }
 
 } // namespace
