@@ -140,14 +140,12 @@ void rounded_rect(cairo_t *cairo, CGRect rect, double radius) {
   constexpr double kRightAngle = std::numbers::pi / 2;
   const double shorter = std::min(CGRectGetWidth(rect), CGRectGetHeight(rect));
   const double r = std::clamp(radius, 0.0, std::min(shorter / 2, kGreatest));
+  const CGRect inner = CGRectInset(rect, r, r);
   cairo_new_path(cairo);
   if (r == 0) {
-    cairo_rectangle(cairo, CGRectGetMinX(rect), CGRectGetMinY(rect), CGRectGetWidth(rect),
-                    CGRectGetHeight(rect));
+    cairo_rectangle(cairo, inner.origin.x, inner.origin.y, inner.size.width, inner.size.height);
     return;
   }
-  const CGRect inner = CGRectInset(rect, r, r);
-  cairo_new_sub_path(cairo);
   cairo_arc(cairo, CGRectGetMaxX(inner), CGRectGetMinY(inner), r, -kRightAngle, 0);
   cairo_arc(cairo, CGRectGetMaxX(inner), CGRectGetMaxY(inner), r, 0, kRightAngle);
   cairo_arc(cairo, CGRectGetMinX(inner), CGRectGetMaxY(inner), r, kRightAngle, 2 * kRightAngle);

@@ -221,12 +221,11 @@ std::vector<Transition> ZoneRules::transitions_between(UnixTime from, UnixTime t
   for (; next != table_.end() && next->time <= to; ++next)
     found.push_back(*next);
   if (next == table_.end() && rule_ && rule_->summer != rule_->standard) {
-    const YearlyRule &rule = *rule_;
     const UnixTime table_end = table_.empty() ? from : std::max(from, table_.back().time);
     // A day of a local year may lie in the year before or after it in UTC.
     for (std::int64_t year = year_of(table_end) - 1; year <= year_of(to) + 1; ++year) {
-      Transition first{local_seconds(rule.to_summer, year) - rule.standard, rule.summer};
-      Transition second{local_seconds(rule.to_standard, year) - rule.summer, rule.standard};
+      Transition first{local_seconds(rule_->to_summer, year) - rule_->standard, rule_->summer};
+      Transition second{local_seconds(rule_->to_standard, year) - rule_->summer, rule_->standard};
       if (second.time < first.time)
         std::swap(first, second);
       for (const Transition &transition : {first, second})
