@@ -215,6 +215,8 @@ class Stalls(Case):
                 connection.sendall(whole[:length])
             for connection in connections:
                 self.assert_dropped(connection)
+        self.options = ()  # On a slow machine this request would stall as well.
+        self.restart()
         self.assertEqual(unarchive(self.messenger.ask(CHATS)), [])
 
     def test_a_client_that_does_not_take_its_reply_is_dropped(self):
@@ -354,7 +356,7 @@ class Kill(Case):
             for worker in workers:
                 worker.join()
             self.restart(signal.SIGKILL)
-            self.assertGreater(len(acknowledged), 15 * (life + 1))
+            self.assertGreaterEqual(len(acknowledged), 15 * (life + 1))
 
             kept = set()
             for worker in range(8):

@@ -57,9 +57,11 @@ std::string name_of(pid_t identifier) {
 
 TEST(ProcessTable, SizeIsMoreThanTheTableTakes) {
   std::size_t size = 0;
+  // Other processes come and go: there are as many as before or as after.
+  const std::size_t before = whole_table().size();
   ASSERT_EQ(read_table(nullptr, &size), 0);
   EXPECT_EQ(size % sizeof(kinfo_proc), 0U);
-  EXPECT_GE(size / sizeof(kinfo_proc), whole_table().size() + 10);
+  EXPECT_GE(size / sizeof(kinfo_proc), std::min(before, whole_table().size()) + 10);
 }
 
 TEST(ProcessTable, HoldsEveryProcessOnceNewestFirst) {

@@ -62,10 +62,12 @@ TEST_F(WatchedPathTest, ThatIsMissingIsUnchangedUntilItComes) {
 
 TEST_F(WatchedPathTest, CountsAsChangedJustAfterAChangeHoweverLongTheLookTakes) {
   const auto wait = [] { std::this_thread::sleep_for(kLong); };
-  write("one");
+  before_look = [&] { write("one"); };
   after_look = wait;
-  EXPECT_FALSE(WatchedPath(path_).unchanged());
-  after_look = nullptr;
+  const WatchedPath looked_at(path_);
+  before_look = after_look = nullptr;
+  EXPECT_TRUE(looked_at.same());
+  EXPECT_FALSE(looked_at.unchanged());
   before_look = [&] {
     wait();
     write("two");
