@@ -4,6 +4,8 @@
 
 #include <Security/SecItem.h>
 
+#include "machine/text/utf8.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -41,10 +43,6 @@ bool is(id object, Class wanted) {
 
 bool equals(id object, CFStringRef constant) {
   return object == (id)constant || [object isEqual:(id)constant];
-}
-
-std::string_view bytes_of(NSData *data) {
-  return {static_cast<const char *>([data bytes]), [data length]};
 }
 
 bool read_text(id value, std::size_t at, ItemQuery &out) {

@@ -3,11 +3,11 @@
 #import <Foundation/Foundation.h>
 
 #include "machine/property_lists/plist_strings.hpp"
+#include "machine/property_lists/property_list_guard.hpp"
 #include "machine/text/utf8.hpp"
 
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 #include <sys/stat.h>
 
 namespace veltro::host {
@@ -20,9 +20,8 @@ id property_list_in(NSData *data) {
 }
 
 bool begins_as_property_list(NSData *data) {
-  const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
-  const std::size_t start = bytes.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
-  return bytes.starts_with("bplist") || (start != bytes.npos && bytes[start] == '<');
+  const std::string_view bytes = bytes_of(data);
+  return bytes.starts_with("bplist") || from_first_character(bytes).starts_with('<');
 }
 
 NSDictionary *dictionary_in(NSData *data) {

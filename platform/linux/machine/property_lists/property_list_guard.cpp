@@ -1,9 +1,8 @@
 #include "machine/property_lists/property_list_guard.hpp"
 
-#include <algorithm>
 #include <cstdint>
 #include <optional>
-#include <string_view>
+#include <span>
 
 namespace veltro::host {
 namespace {
@@ -187,17 +186,14 @@ int nesting_of_brackets(std::string_view text) {
 
 } // namespace
 
-bool is_harmless_property_list(std::span<const std::byte> bytes) {
-  const std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
-  if (text.starts_with("bplist"))
-    return text.starts_with(kMagic) && Walk(bytes).run();
+bool is_harmless_property_list(std::string_view list) {
+  if (list.starts_with("bplist"))
+    return list.starts_with(kMagic) && Walk(std::as_bytes(std::span(list))).run();
   // GNUstep takes these for the start of formats of its own, whose lengths it believes.
-  if (text.starts_with('\0') || text.starts_with('\1'))
+  if (list.starts_with('\0') || list.starts_with('\1'))
     return false;
-  // White space and a byte order mark may stand before an XML declaration.
-  const std::size_t start = std::min(text.find_first_not_of(" \t\r\n\xEF\xBB\xBF"), text.size());
-  return nesting_of_tags(text) <= kDeepest &&
-         (text.substr(start).starts_with("<?xml") || nesting_of_brackets(text) <= kDeepest);
+  return nesting_of_tags(list) <= kDeepest &&
+         (from_first_character(list).starts_with("<?xml") || nesting_of_brackets(list) <= kDeepest);
 }
 
 } // namespace veltro::host

@@ -4,6 +4,7 @@
 #import <Foundation/Foundation.h>
 
 #include <string>
+#include <string_view>
 
 namespace veltro::host {
 
@@ -12,6 +13,11 @@ inline std::string utf8_of(NSString *string) {
   // Where UTF8String raises, this is null.
   const char *const text = [string cStringUsingEncoding:NSUTF8StringEncoding];
   return text != nullptr ? text : "";
+}
+
+/// The bytes of `data`, which has to live as long as they are used; none for nil.
+inline std::string_view bytes_of(NSData *data) {
+  return {static_cast<const char *>([data bytes]), [data length]};
 }
 
 /// The string of `text` (autoreleased); nil where it is no UTF-8.

@@ -45,7 +45,7 @@ std::string bytes_of(const List &list) {
 bool harmless(const std::string &bytes) {
   // A copy of its own size, so that a sanitizer sees every byte read beyond the end.
   const std::vector<char> exact(bytes.begin(), bytes.end());
-  return is_harmless_property_list(std::as_bytes(std::span(exact)));
+  return is_harmless_property_list({exact.data(), exact.size()});
 }
 
 bool harmless(const List &list) {

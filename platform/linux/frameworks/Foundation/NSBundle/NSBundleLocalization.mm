@@ -58,7 +58,7 @@ std::vector<std::string> preferred_in(NSBundle *bundle, const std::vector<std::s
 NSDictionary *parse_table(NSData *data) {
   if (veltro::host::begins_as_property_list(data))
     return veltro::host::dictionary_in(data);
-  const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
+  const std::string_view bytes = veltro::host::bytes_of(data);
   const bool wide = bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE");
   NSString *source = [[[NSString alloc]
       initWithData:data

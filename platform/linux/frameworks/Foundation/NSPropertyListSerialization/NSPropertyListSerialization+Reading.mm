@@ -11,14 +11,15 @@
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/property_lists/property_list.hpp"
 #include "machine/property_lists/property_list_guard.hpp"
+#include "machine/text/utf8.hpp"
 
-#include <algorithm>
 #include <objc/runtime.h>
 #include <string>
 #include <string_view>
 
 namespace {
 
+using veltro::host::bytes_of;
 using veltro::host::replace_class_method;
 using veltro::host::replace_method;
 
@@ -32,17 +33,15 @@ FromString gnustep_list_of_text;
 FromString gnustep_strings_of_text;
 
 bool is_harmless(NSData *data) {
-  return data != nil && veltro::host::is_harmless_property_list(
-                            {static_cast<const std::byte *>([data bytes]), [data length]});
+  return data != nil && veltro::host::is_harmless_property_list(bytes_of(data));
 }
 
 /// GNUstep takes for XML only what begins with a declaration, at its very start.
 NSData *declared(NSData *data) {
-  const std::string_view text(static_cast<const char *>([data bytes]), [data length]);
-  const std::size_t start = std::min(text.find_first_not_of(" \t\r\n\xEF\xBB\xBF"), text.size());
-  const std::string_view list = text.substr(start);
+  const std::string_view text = bytes_of(data);
+  const std::string_view list = veltro::host::from_first_character(text);
   const bool lacks_it = list.starts_with("<plist") || list.starts_with("<!DOCTYPE");
-  if (!lacks_it && (start == 0 || !list.starts_with("<?xml")))
+  if (!lacks_it && (list.size() == text.size() || !list.starts_with("<?xml")))
     return data;
   const std::string whole = (lacks_it ? "<?xml version=\"1.0\"?>" : "") + std::string(list);
   return [NSData dataWithBytes:whole.data() length:whole.size()];
@@ -85,8 +84,7 @@ template <typename Collection> struct Reading {
 
   static id from_file(Collection *self, SEL selector, id path) {
     NSData *const data = [NSData dataWithContentsOfFile:path];
-    const std::string_view bytes(static_cast<const char *>([data bytes]), [data length]);
-    if (!bytes.starts_with("bplist"))
+    if (!bytes_of(data).starts_with("bplist"))
       return gnustep_from_file(self, selector, path);
     id const list = veltro::host::property_list_in(data);
     if ([list isKindOfClass:[Collection class]])

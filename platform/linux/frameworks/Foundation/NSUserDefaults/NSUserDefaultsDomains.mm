@@ -96,8 +96,7 @@ void write_domain(NSUserDefaults *self, SEL selector, NSDictionary *settings, NS
   // Nil for what no property list can hold; GNUstep would write its description.
   NSData *const data = veltro::host::binary_property_list(settings);
   if (file.empty() || data == nil || !make_folder() || !make_way(file) ||
-      !veltro::host::replace_file(
-          file, {static_cast<const char *>([data bytes]), static_cast<std::size_t>([data length])}))
+      !veltro::host::replace_file(file, veltro::host::bytes_of(data)))
     veltro::host::log_line(
         std::string("Preferences not written: ") +
         (domain != nil ? veltro::host::utf8_of([domain description]) : "no name"));
