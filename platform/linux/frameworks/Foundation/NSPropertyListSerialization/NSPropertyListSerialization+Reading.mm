@@ -20,27 +20,21 @@
 namespace {
 
 using veltro::host::bytes_of;
+using veltro::host::is_harmless_property_list;
 using veltro::host::replace_class_method;
 using veltro::host::replace_method;
 
 constexpr NSInteger kReadCorrupt = 3840; // Foundation's NSPropertyListReadCorruptError
 
-using FromString = id (*)(NSString *, SEL);
-
 id (*gnustep_list)(id, SEL, NSData *, NSPropertyListReadOptions, NSPropertyListFormat *,
                    NSError **);
-FromString gnustep_list_of_text;
-FromString gnustep_strings_of_text;
-
-bool is_harmless(NSData *data) {
-  return data != nil && veltro::host::is_harmless_property_list(bytes_of(data));
-}
+id (*gnustep_strings)(NSString *, SEL);
 
 /// GNUstep takes for XML only what begins with a declaration, at its very start.
 NSData *declared(NSData *data) {
   const std::string_view text = bytes_of(data);
   const std::string_view list = veltro::host::from_first_character(text);
-  const bool lacks_it = list.starts_with("<plist") || list.starts_with("<!DOCTYPE");
+  const bool lacks_it = list.starts_with("<plist") || list.starts_with("<!");
   if (!lacks_it && (list.size() == text.size() || !list.starts_with("<?xml")))
     return data;
   const std::string whole = (lacks_it ? "<?xml version=\"1.0\"?>" : "") + std::string(list);
@@ -54,7 +48,7 @@ id list_with_data(id self, SEL selector, NSData *source, NSPropertyListReadOptio
   NSString *reason = @"not a property list";
   @try {
     NSData *const data = declared(source);
-    if (data == nil || is_harmless(data))
+    if (is_harmless_property_list(bytes_of(data)))
       return gnustep_list(self, selector, data, options, format, error);
   } @catch (NSException *exception) {
     if ([[exception reason] length] != 0)
@@ -69,10 +63,12 @@ id list_with_data(id self, SEL selector, NSData *source, NSPropertyListReadOptio
   return nil;
 }
 
-template <FromString &original> id read_text(NSString *self, SEL selector) {
-  if (!is_harmless([self dataUsingEncoding:NSUTF8StringEncoding]))
+id strings_of_text(NSString *self, SEL selector) {
+  // What has no UTF-8 nests nothing.
+  NSData *const text = [self dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
+  if (!is_harmless_property_list(bytes_of(text)))
     [NSException raise:NSParseErrorException format:@"not a property list"];
-  return original(self, selector);
+  return gnustep_strings(self, selector);
 }
 
 /// Fills a collection from a binary list; what is none, GNUstep reads. A file that does not hold
@@ -111,10 +107,8 @@ template <typename Collection> struct Reading {
 VH_AT_LOAD(VHReadingPropertyLists) {
   gnustep_list = replace_class_method(objc_getClass("NSPropertyListSerialization"),
                                       "propertyListWithData:options:format:error:", list_with_data);
-  const Class string = objc_getClass("NSString");
-  gnustep_list_of_text = replace_method(string, "propertyList", read_text<gnustep_list_of_text>);
-  gnustep_strings_of_text = replace_method(string, "propertyListFromStringsFileFormat",
-                                           read_text<gnustep_strings_of_text>);
+  gnustep_strings = replace_method(objc_getClass("NSString"), "propertyListFromStringsFileFormat",
+                                   strings_of_text);
   Reading<NSDictionary>::patch("NSDictionary");
   Reading<NSArray>::patch("NSArray");
 }

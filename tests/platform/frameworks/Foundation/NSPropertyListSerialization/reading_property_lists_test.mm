@@ -23,20 +23,35 @@ const std::string kXmlStart = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
 TEST(XmlList, NeedsNoDeclarationAtTheVeryStart) {
   const std::string type = "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
                            "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">";
-  const std::string list =
-      "<plist version=\"1.0\"><dict><key>\xC3\xA4</key><string>(</string></dict></plist>";
+  // What brackets nest in the old format of text says nothing here.
+  const std::string brackets = repeated("(", 1000);
+  const std::string list = "<plist version=\"1.0\"><dict><key>\xC3\xA4</key><string>" + brackets +
+                           "</string></dict></plist>";
+  NSDictionary *const expected = @{@"ä" : [NSString stringWithUTF8String:brackets.c_str()]};
+  const std::string file = veltro::test::scratch() / "list";
+  NSString *const path = [NSString stringWithUTF8String:file.c_str()];
   const std::string declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
-  for (const std::string &text :
-       {declaration + type + list, list, type + list, " \r\n\t" + declaration + list,
-        "\xEF\xBB\xBF" + declaration + list, "\xEF\xBB\xBF\n" + list}) {
+  const std::string texts[] = {declaration + type + list,
+                               list,
+                               type + list,
+                               " \r\n\t" + declaration + list,
+                               "\xEF\xBB\xBF" + declaration + list,
+                               "\xEF\xBB\xBF\n" + list,
+                               "<!-- one -->" + list,
+                               "\n<!-- one -->\n<!-- another -->" + type + list};
+  for (const std::string &text : texts) {
     NSPropertyListFormat format = NSPropertyListOpenStepFormat;
     NSDictionary *const found = [NSPropertyListSerialization
         propertyListWithData:[NSData dataWithBytes:text.data() length:text.size()]
                      options:NSPropertyListImmutable
                       format:&format
                        error:nullptr];
-    EXPECT_TRUE([found isEqual:[NSDictionary dictionaryWithObject:@"(" forKey:@"ä"]]) << text;
+    EXPECT_TRUE([found isEqual:expected]) << text;
     EXPECT_EQ(format, NSPropertyListXMLFormat_v1_0) << text;
+    EXPECT_TRUE([[[NSString stringWithUTF8String:text.c_str()] propertyList] isEqual:expected])
+        << text;
+    std::ofstream(file) << text;
+    EXPECT_TRUE([[NSDictionary dictionaryWithContentsOfFile:path] isEqual:expected]) << text;
   }
 }
 
