@@ -16,6 +16,7 @@
 #include <objc/runtime.h>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace {
 
@@ -83,11 +84,14 @@ template <typename Collection> struct Reading {
     if (!bytes_of(data).starts_with("bplist"))
       return gnustep_from_file(self, selector, path);
     id const list = veltro::host::property_list_in(data);
-    if ([list isKindOfClass:[Collection class]])
-      return [list isKindOfClass:[NSArray class]] ? [(id)self initWithArray:list]
-                                                  : [(id)self initWithDictionary:list];
-    [self release];
-    return nil;
+    if (![list isKindOfClass:[Collection class]]) {
+      [self release];
+      return nil;
+    }
+    if constexpr (std::is_same_v<Collection, NSArray>)
+      return [self initWithArray:list];
+    else
+      return [self initWithDictionary:list];
   }
 
   static id from_url(Collection *self, SEL selector, id url) {
