@@ -1,7 +1,7 @@
 // Reading property lists. For a damaged list the device returns nil and an error; GNUstep raises
 // for some, and for a list that nests deeply or refers to itself runs into the end of the stack.
-// Its readers get only what they can read. Follows Apple's NSPropertyListSerialization and NSString
-// references.
+// Its readers get only what they can read. -[NSString propertyList] reads this way too; strings
+// tables hold nothing that nests. Follows Apple's NSPropertyListSerialization reference.
 //
 // -initWithContentsOfFile: and -initWithContentsOfURL: of NSDictionary and NSArray read binary
 // lists too, which GNUstep takes for text.
@@ -21,7 +21,6 @@
 namespace {
 
 using veltro::host::bytes_of;
-using veltro::host::is_harmless_property_list;
 using veltro::host::replace_class_method;
 using veltro::host::replace_method;
 
@@ -29,7 +28,6 @@ constexpr NSInteger kReadCorrupt = 3840; // Foundation's NSPropertyListReadCorru
 
 id (*gnustep_list)(id, SEL, NSData *, NSPropertyListReadOptions, NSPropertyListFormat *,
                    NSError **);
-id (*gnustep_strings)(NSString *, SEL);
 
 /// GNUstep takes for XML only what begins with a declaration, at its very start.
 NSData *declared(NSData *data) {
@@ -49,7 +47,7 @@ id list_with_data(id self, SEL selector, NSData *source, NSPropertyListReadOptio
   NSString *reason = @"not a property list";
   @try {
     NSData *const data = declared(source);
-    if (is_harmless_property_list(bytes_of(data)))
+    if (veltro::host::is_harmless_property_list(bytes_of(data)))
       return gnustep_list(self, selector, data, options, format, error);
   } @catch (NSException *exception) {
     if ([[exception reason] length] != 0)
@@ -62,14 +60,6 @@ id list_with_data(id self, SEL selector, NSData *source, NSPropertyListReadOptio
                         userInfo:[NSDictionary dictionaryWithObject:reason
                                                              forKey:NSLocalizedDescriptionKey]];
   return nil;
-}
-
-id strings_of_text(NSString *self, SEL selector) {
-  // What has no UTF-8 nests nothing.
-  NSData *const text = [self dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
-  if (!is_harmless_property_list(bytes_of(text)))
-    [NSException raise:NSParseErrorException format:@"not a property list"];
-  return gnustep_strings(self, selector);
 }
 
 /// Fills a collection from a binary list; what is none, GNUstep reads. A file that does not hold
@@ -111,8 +101,6 @@ template <typename Collection> struct Reading {
 VH_AT_LOAD(VHReadingPropertyLists) {
   gnustep_list = replace_class_method(objc_getClass("NSPropertyListSerialization"),
                                       "propertyListWithData:options:format:error:", list_with_data);
-  gnustep_strings = replace_method(objc_getClass("NSString"), "propertyListFromStringsFileFormat",
-                                   strings_of_text);
   Reading<NSDictionary>::patch("NSDictionary");
   Reading<NSArray>::patch("NSArray");
 }
