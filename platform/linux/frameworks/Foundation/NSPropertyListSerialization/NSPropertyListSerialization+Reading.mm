@@ -3,6 +3,8 @@
 // Its readers get only what they can read. -[NSString propertyList] reads this way too; strings
 // tables hold nothing that nests. Follows Apple's NSPropertyListSerialization reference.
 //
+// CDATA sections are read, which GNUstep passes over.
+//
 // -initWithContentsOfFile: and -initWithContentsOfURL: of NSDictionary and NSArray read binary
 // lists too, which GNUstep takes for text.
 
@@ -104,3 +106,14 @@ VH_AT_LOAD(VHReadingPropertyLists) {
   Reading<NSDictionary>::patch("NSDictionary");
   Reading<NSArray>::patch("NSArray");
 }
+
+@interface GSXMLPListParser : NSObject <NSXMLParserDelegate>
+@end
+
+@implementation GSXMLPListParser (VHSections)
+
+- (void)parser:(NSXMLParser *)parser foundCDATA:(NSData *)text {
+  [self parser:parser foundCharacters:veltro::host::string_of(std::string(bytes_of(text)))];
+}
+
+@end

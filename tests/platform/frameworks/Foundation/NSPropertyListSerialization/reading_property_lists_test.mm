@@ -55,6 +55,19 @@ TEST(XmlList, NeedsNoDeclarationAtTheVeryStart) {
   }
 }
 
+TEST(XmlList, HoldsTheTextOfSections) {
+  NSString *const list = @"<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                         @"<key><![CDATA[a<b]]></key>"
+                         @"<string>one <![CDATA[<ä&amp;>]]> two<![CDATA[]]></string>"
+                         @"<key>brackets</key><string><![CDATA[]]]]><![CDATA[>]]></string>"
+                         @"<key>number</key><integer><![CDATA[5]]></integer></dict></plist>";
+  NSDictionary *const expected =
+      @{@"a<b" : @"one <ä&amp;> two",
+        @"brackets" : @"]]>",
+        @"number" : @5};
+  EXPECT_TRUE([[list propertyList] isEqual:expected]);
+}
+
 struct Damaged {
   const char *name;
   std::string bytes;
