@@ -8,9 +8,6 @@ namespace veltro::host {
 /// What the property list `data` holds; nil where it is none. Never raises.
 id property_list_in(NSData *data);
 
-/// Whether `data` begins as a binary or an XML property list does.
-bool begins_as_property_list(NSData *data);
-
 /// The dictionary that the property list `data`, binary or XML, holds; nil where it holds none.
 /// Never raises. The old text format is not taken: GNUstep leaks what it reads of a text until it
 /// finds that it is no property list.

@@ -19,13 +19,9 @@ id property_list_in(NSData *data) {
                                                      error:nullptr];
 }
 
-bool begins_as_property_list(NSData *data) {
-  const std::string_view bytes = bytes_of(data);
-  return bytes.starts_with("bplist") || from_first_character(bytes).starts_with('<');
-}
-
 NSDictionary *dictionary_in(NSData *data) {
-  if (!begins_as_property_list(data))
+  const std::string_view bytes = bytes_of(data);
+  if (!bytes.starts_with("bplist") && !from_first_character(bytes).starts_with('<'))
     return nil;
   id const list = property_list_in(data);
   return [list isKindOfClass:[NSDictionary class]] ? list : nil;

@@ -56,8 +56,8 @@ std::vector<std::string> preferred_in(NSBundle *bundle, const std::vector<std::s
 
 /// A property list, or Foundation's old format of text in UTF-8 or UTF-16.
 NSDictionary *parse_table(NSData *data) {
-  if (veltro::host::begins_as_property_list(data))
-    return veltro::host::dictionary_in(data);
+  if (NSDictionary *const list = veltro::host::dictionary_in(data))
+    return list;
   const std::string_view bytes = veltro::host::bytes_of(data);
   const bool wide = bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE");
   NSString *source = [[[NSString alloc]

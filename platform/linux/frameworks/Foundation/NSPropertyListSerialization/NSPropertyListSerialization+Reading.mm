@@ -33,10 +33,9 @@ id (*gnustep_list)(id, SEL, NSData *, NSPropertyListReadOptions, NSPropertyListF
 
 /// GNUstep takes for XML only what begins with a declaration, at its very start.
 NSData *declared(NSData *data) {
-  const std::string_view text = bytes_of(data);
-  const std::string_view list = veltro::host::from_first_character(text);
+  const std::string_view list = veltro::host::from_first_character(bytes_of(data));
   const bool lacks_it = list.starts_with("<plist") || list.starts_with("<!");
-  if (!lacks_it && (list.size() == text.size() || !list.starts_with("<?xml")))
+  if (!lacks_it && !list.starts_with("<?xml"))
     return data;
   const std::string whole = (lacks_it ? "<?xml version=\"1.0\"?>" : "") + std::string(list);
   return [NSData dataWithBytes:whole.data() length:whole.size()];

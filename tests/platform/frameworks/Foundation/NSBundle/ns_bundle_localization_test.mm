@@ -168,6 +168,10 @@ TEST_F(Localization, PassesOverWhatIsNoTable) {
   EXPECT_EQ(string(@"key", nil, @"Bytes"), "key");
   lay_table("Empty.strings", "");
   EXPECT_EQ(string(@"key", nil, @"Empty"), "key");
+  lay_table("Truncated.strings", "<?xml version=\"1.0\"?><plist><dict><key>key</key><string>te");
+  EXPECT_EQ(string(@"key", nil, @"Truncated"), "key");
+  lay_table("Magic.strings", "bplist00\xd1\x01\x02Skeydtext");
+  EXPECT_EQ(string(@"key", nil, @"Magic"), "key");
   lay_table("Number.strings", plist("<key>key</key><integer>1</integer>"));
   EXPECT_EQ(string(@"key", nil, @"Number"), "key");
   fs::create_directories(path() / "Folder.strings");
