@@ -49,12 +49,8 @@ void draw_bitmap(cairo_t *cairo, const Bitmap &bitmap, const GraphicsState &stat
   cairo_pattern_set_extend(cairo_get_source(cairo), CAIRO_EXTEND_PAD);
   cairo_rectangle(cairo, 0, 0, static_cast<double>(bitmap.width),
                   static_cast<double>(bitmap.height));
-  if (state.alpha == 1) {
-    cairo_fill(cairo);
-  } else {
-    cairo_clip(cairo);
-    cairo_paint_with_alpha(cairo, state.alpha);
-  }
+  cairo_clip(cairo);
+  cairo_paint_with_alpha(cairo, state.alpha);
   cairo_surface_destroy(source);
 }
 
