@@ -8,10 +8,12 @@
 
 #include "frameworks/Foundation/NSPropertyListSerialization/binary_property_list.hpp"
 #include "frameworks/Foundation/replace_method.hpp"
+#include "machine/text/utf8.hpp"
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -33,14 +35,6 @@ enum class Kind : std::uint8_t {
   dictionary = 0xd0,
 };
 
-struct HashText {
-  std::size_t operator()(NSString *text) const { return [text hash]; }
-};
-
-struct EqualText {
-  bool operator()(NSString *one, NSString *other) const { return [one isEqualToString:other]; }
-};
-
 /// The smallest size of 1, 2, 4 and 8 bytes that holds `value`.
 std::size_t size_of(std::uint64_t value) {
   return value <= UINT8_MAX ? 1 : value <= UINT16_MAX ? 2 : value <= UINT32_MAX ? 4 : 8;
@@ -51,7 +45,6 @@ std::size_t size_of(std::uint64_t value) {
 class Writer {
 public:
   NSData *list(id root) {
-    append("bplist00");
     const std::size_t top = add(root);
     if (failed_)
       return nil;
@@ -87,7 +80,7 @@ private:
   /// Adds `object` and all that it holds, and returns its number.
   std::size_t add(id object) {
     if ([object isKindOfClass:[NSString class]])
-      return once(texts_, object, [&] { append_text(object); });
+      return add_text(object);
     if ([object isKindOfClass:[NSNumber class]])
       return add_number(object);
     if ([object isKindOfClass:[NSDictionary class]])
@@ -97,7 +90,7 @@ private:
     const std::size_t number = next();
     if ([object isKindOfClass:[NSData class]]) {
       append_counted(Kind::data, [object length]);
-      append({static_cast<const char *>([object bytes]), [object length]});
+      bytes_ += bytes_of(object);
     } else if ([object isKindOfClass:[NSDate class]]) {
       append_number(Kind::date,
                     std::bit_cast<std::uint64_t>([object timeIntervalSinceReferenceDate]), 8);
@@ -123,6 +116,18 @@ private:
     return entry->second;
   }
 
+  std::size_t add_text(NSString *text) {
+    std::u16string characters([text length], u'\0');
+    [text getCharacters:reinterpret_cast<unichar *>(characters.data())
+                  range:NSMakeRange(0, characters.size())];
+    return once(texts_, characters, [&] {
+      const bool ascii = std::ranges::all_of(characters, [](char16_t c) { return c < 0x80; });
+      append_counted(ascii ? Kind::ascii : Kind::utf16, characters.size());
+      for (const char16_t character : characters)
+        append(character, ascii ? 1 : 2);
+    });
+  }
+
   std::size_t add_number(NSNumber *number) {
     static const Class boolean = [[NSNumber numberWithBool:YES] class];
     const std::string_view type([number objCType]);
@@ -144,7 +149,6 @@ private:
   std::size_t add_array(NSArray *array) {
     const std::size_t number = next();
     std::vector<std::size_t> children;
-    children.reserve([array count]);
     for (id element in array)
       children.push_back(add(element));
     collections_.push_back({Kind::array, number, [array count], std::move(children)});
@@ -164,7 +168,6 @@ private:
     }
     const std::size_t number = next();
     std::vector<std::size_t> children;
-    children.reserve(2 * [dictionary count]);
     for (id key in dictionary) {
       failed_ |= ![key isKindOfClass:[NSString class]];
       children.push_back(add(key));
@@ -174,8 +177,6 @@ private:
     collections_.push_back({Kind::dictionary, number, [dictionary count], std::move(children)});
     return number;
   }
-
-  void append(std::string_view text) { bytes_.insert(bytes_.end(), text.begin(), text.end()); }
 
   /// A big-endian number.
   void append(std::uint64_t value, std::size_t size) {
@@ -197,20 +198,10 @@ private:
       append_number(Kind::integer, count, size_of(count));
   }
 
-  void append_text(NSString *text) {
-    characters_.resize([text length]);
-    [text getCharacters:characters_.data() range:NSMakeRange(0, characters_.size())];
-    const bool ascii = std::ranges::all_of(characters_, [](unichar c) { return c < 0x80; });
-    append_counted(ascii ? Kind::ascii : Kind::utf16, characters_.size());
-    for (const unichar character : characters_)
-      append(character, ascii ? 1 : 2);
-  }
-
-  std::vector<char> bytes_;
+  std::string bytes_ = "bplist00";
   std::vector<std::size_t> offsets_;
   std::vector<Collection> collections_;
-  std::vector<unichar> characters_;
-  std::unordered_map<NSString *, std::size_t, HashText, EqualText> texts_;
+  std::unordered_map<std::u16string, std::size_t> texts_;
   std::unordered_map<std::uint64_t, std::size_t> integers_;
   std::unordered_map<std::uint64_t, std::size_t> references_;
   bool failed_ = false;
