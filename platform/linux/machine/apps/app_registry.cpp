@@ -127,11 +127,11 @@ private:
   void read_data_containers() {
     for (const std::string &name : names_in(data_containers_folder())) {
       const WatchedPath file(metadata_file(name));
-      const PlistStrings metadata = plist_strings(file.path(), {kContainerIdentifierKey});
+      PlistStrings metadata = plist_strings(file.path(), {kContainerIdentifierKey});
       if (!metadata.problem.empty())
         log_corrupt_file(file.path());
       others_.push_back(file);
-      if (const std::string owner = metadata.value(kContainerIdentifierKey); owner.empty())
+      if (const std::string owner = metadata.values[kContainerIdentifierKey]; owner.empty())
         unowned_.push_back(file);
       else
         owned_.emplace(owner, file);
@@ -233,24 +233,25 @@ std::string data_containers_folder() {
 }
 
 InstalledApp read_app_bundle(const std::string &bundle_path, std::string &problem) {
-  const PlistStrings info =
+  PlistStrings info =
       plist_strings(bundle_path + "/Info.plist",
                     {"CFBundleIdentifier", "CFBundleDisplayName", "CFBundleName",
                      "CFBundleExecutable", "CFBundleShortVersionString", "CFBundleVersion"});
   InstalledApp app;
-  const std::string executable = info.value("CFBundleExecutable");
+  const std::string executable = info.values["CFBundleExecutable"];
   if (!info.problem.empty())
     problem = "Info.plist: " + info.problem;
-  else if (info.value("CFBundleIdentifier").empty())
+  else if (info.values["CFBundleIdentifier"].empty())
     problem = "Info.plist: no CFBundleIdentifier";
   else if (executable.find('/') != std::string::npos || executable == "." || executable == "..")
     problem = "Info.plist: CFBundleExecutable is no file name";
   if (!problem.empty())
     return app;
-  app.identifier = info.value("CFBundleIdentifier");
-  app.name = first_of({info.value("CFBundleDisplayName"), info.value("CFBundleName"),
+  app.identifier = info.values["CFBundleIdentifier"];
+  app.name = first_of({info.values["CFBundleDisplayName"], info.values["CFBundleName"],
                        fs::path(bundle_path).stem().string()});
-  app.version = first_of({info.value("CFBundleShortVersionString"), info.value("CFBundleVersion")});
+  app.version =
+      first_of({info.values["CFBundleShortVersionString"], info.values["CFBundleVersion"]});
   app.executable = executable;
   app.bundle_path = bundle_path;
   return app;
@@ -259,7 +260,7 @@ InstalledApp read_app_bundle(const std::string &bundle_path, std::string &proble
 std::string find_data_container(const std::string &identifier) {
   for (const std::string &name : names_in(data_containers_folder()))
     if (plist_strings(metadata_file(name), {kContainerIdentifierKey})
-            .value(kContainerIdentifierKey) == identifier)
+            .values[kContainerIdentifierKey] == identifier)
       return data_containers_folder() + '/' + name;
   return {};
 }

@@ -1,7 +1,6 @@
 // Property lists for the plain C++ of the platform: the few texts that it looks for.
 #pragma once
 
-#include <functional>
 #include <initializer_list>
 #include <map>
 #include <string>
@@ -10,10 +9,7 @@ namespace veltro::host {
 
 struct PlistStrings {
   std::string problem; ///< why nothing was read; empty when the file is a property list
-  std::map<std::string, std::string, std::less<>> values;
-
-  /// The text for `key`, or an empty one.
-  [[nodiscard]] std::string value(const char *key) const;
+  std::map<std::string, std::string> values; ///< without those that are not there
 };
 
 /// Reads those of `keys` that the dictionary in `path` (XML or binary) gives a string. Never

@@ -27,11 +27,6 @@ NSDictionary *dictionary_in(NSData *data) {
   return [list isKindOfClass:[NSDictionary class]] ? list : nil;
 }
 
-std::string PlistStrings::value(const char *key) const {
-  const auto found = values.find(key);
-  return found != values.end() ? found->second : "";
-}
-
 PlistStrings plist_strings(const std::string &path, std::initializer_list<const char *> keys) {
   constexpr off_t kSizeLimit = off_t{16} << 20;
   PlistStrings result;

@@ -62,7 +62,7 @@ std::string system_framework(const std::string &identifier) {
          entry.increment(error)) {
       const fs::path &path = entry->path();
       if (path.extension() == ".framework" &&
-          plist_strings(path / "Info.plist", {kIdentifier}).value(kIdentifier) == identifier)
+          plist_strings(path / "Info.plist", {kIdentifier}).values[kIdentifier] == identifier)
         return path;
     }
   }
