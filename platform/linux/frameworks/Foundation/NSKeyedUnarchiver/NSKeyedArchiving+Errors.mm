@@ -10,11 +10,9 @@ namespace {
 
 void report(NSError **error, NSInteger code, NSString *reason) {
   if (error != nullptr)
-    *error =
-        [NSError errorWithDomain:NSCocoaErrorDomain
-                            code:code
-                        userInfo:[NSDictionary dictionaryWithObject:reason
-                                                             forKey:NSLocalizedDescriptionKey]];
+    *error = [NSError errorWithDomain:NSCocoaErrorDomain
+                                 code:code
+                             userInfo:@{NSLocalizedDescriptionKey : reason}];
 }
 
 /// What `work` returns; nil and an error where it raises.
