@@ -46,6 +46,13 @@ TEST_F(LabelTool, PrintsTheKeyWhereTheBundleHasNoLabel) {
   EXPECT_EQ(run_tool({"label", "com.apple.UIKit", "NoTable", "Done"}).out, "Done\n");
 }
 
+TEST_F(LabelTool, LeavesOutHalfASurrogatePair) {
+  write_file(device_root() /
+                 "Library/PreferenceBundles/CouriaPreferences.bundle/en.lproj/Localizable.strings",
+             R"(OWN = "o\UD83Dne";)");
+  EXPECT_EQ(run_tool({"label", "--couria", "OWN"}).out, "one\n");
+}
+
 TEST_F(LabelTool, PrintsCouriasLabels) {
   EXPECT_EQ(run_tool({"label", "--couria", "SEND"}).out, "Send\n");
   const ToolResult none = run_tool({"label", "--couria", "OWN"});

@@ -27,7 +27,11 @@ NSString *text(const std::string &string) {
 int print_label(NSString *label, const std::string &why_none) {
   if (label == nil)
     return failure(why_none);
-  std::cout << [label UTF8String] << '\n';
+  // Half a surrogate pair has no UTF-8: it is left out.
+  NSData *const utf8 = [label dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
+  std::cout.write(static_cast<const char *>([utf8 bytes]),
+                  static_cast<std::streamsize>([utf8 length]))
+      << '\n';
   return flushed(0);
 }
 

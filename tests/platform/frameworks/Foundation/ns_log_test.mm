@@ -93,7 +93,6 @@ TEST(Log, GoesNowhere) {
 
 TEST(Log, HalfASurrogatePairIsNoTrouble) {
   setenv("VELTRO_LOG", "stderr", 1);
-  // GNUstep makes no immutable string of it.
   NSMutableString *const text = [NSMutableString stringWithString:@"a\U0001F600b"];
   [text deleteCharactersInRange:NSMakeRange(2, 1)];
   const std::string line = standard_error_of([=] { log(@"<%@>", text); });

@@ -30,6 +30,7 @@ constexpr NSInteger kReadCorrupt = 3840; // Foundation's NSPropertyListReadCorru
 
 id (*gnustep_list)(id, SEL, NSData *, NSPropertyListReadOptions, NSPropertyListFormat *,
                    NSError **);
+id (*gnustep_text)(id, SEL, const void *, NSUInteger, NSStringEncoding);
 
 /// GNUstep takes for XML only what begins with a declaration, at its very start.
 NSData *declared(NSData *data) {
@@ -55,12 +56,20 @@ id list_with_data(id self, SEL selector, NSData *source, NSPropertyListReadOptio
       reason = [exception reason];
   }
   if (error != nullptr)
-    *error =
-        [NSError errorWithDomain:NSCocoaErrorDomain
-                            code:kReadCorrupt
-                        userInfo:[NSDictionary dictionaryWithObject:reason
-                                                             forKey:NSLocalizedDescriptionKey]];
+    *error = [NSError errorWithDomain:NSCocoaErrorDomain
+                                 code:kReadCorrupt
+                             userInfo:@{NSLocalizedDescriptionKey : reason}];
   return nil;
+}
+
+/// The text of binary lists is big-endian, which iconv converts and refuses for half a surrogate
+/// pair. What begins with a byte order mark GNUstep converts, and removes it and another one.
+id text_of(id self, SEL selector, const void *bytes, NSUInteger size, NSStringEncoding encoding) {
+  id const text = gnustep_text(self, selector, bytes, size, encoding);
+  if (text != nil || encoding != NSUTF16BigEndianStringEncoding || size % 2 != 0)
+    return text;
+  const std::string all = "\xFE\xFF\xFE\xFF" + std::string(static_cast<const char *>(bytes), size);
+  return gnustep_text(self, selector, all.data(), all.size(), NSUTF16StringEncoding);
 }
 
 /// Fills a collection from a binary list; what is none, GNUstep reads. A file that does not hold
@@ -72,13 +81,10 @@ template <typename Collection> struct Reading {
 
   static id from_file(Collection *self, SEL selector, id path) {
     NSData *const data = [NSData dataWithContentsOfFile:path];
-    if (!bytes_of(data).starts_with("bplist"))
+    const bool binary = bytes_of(data).starts_with("bplist");
+    id const list = binary ? veltro::host::property_list_in(data) : nil;
+    if (![list isKindOfClass:[Collection class]])
       return gnustep_from_file(self, selector, path);
-    id const list = veltro::host::property_list_in(data);
-    if (![list isKindOfClass:[Collection class]]) {
-      [self release];
-      return nil;
-    }
     if constexpr (std::is_same_v<Collection, NSArray>)
       return [self initWithArray:list];
     else
@@ -102,6 +108,8 @@ template <typename Collection> struct Reading {
 VH_AT_LOAD(VHReadingPropertyLists) {
   gnustep_list = replace_class_method(objc_getClass("NSPropertyListSerialization"),
                                       "propertyListWithData:options:format:error:", list_with_data);
+  gnustep_text = replace_method(objc_getClass("GSPlaceholderString"),
+                                "initWithBytes:length:encoding:", text_of);
   Reading<NSDictionary>::patch("NSDictionary");
   Reading<NSArray>::patch("NSArray");
 }

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -167,6 +168,42 @@ TEST(ReadingPropertyLists, ReadsBinaryFilesIntoCollections) {
                                                error:nullptr] writeToFile:path atomically:NO];
   EXPECT_TRUE([[NSArray arrayWithContentsOfFile:path] isEqual:(@[ @1, @2 ])]);
   EXPECT_EQ([NSDictionary dictionaryWithContentsOfURL:url], nil) << "an array";
+}
+
+TEST(ReadingPropertyLists, ReadsHalfASurrogatePair) {
+  // "a", then the first half of an emoji; both as they are, and after a byte order mark and a zero.
+  const char bytes[] = "bplist00\xA2\x01\x02\x62\0a\xD8\x3D\x64\xFE\xFF\0\0\xDE\x00N\0"
+                       "\x08\x0B\x10\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x03"
+                       "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x19";
+  NSData *const data = [NSData dataWithBytes:bytes length:sizeof bytes - 1];
+  NSArray *const list = [NSPropertyListSerialization propertyListWithData:data
+                                                                  options:NSPropertyListImmutable
+                                                                   format:nullptr
+                                                                    error:nullptr];
+  ASSERT_EQ([list count], 2U);
+  const std::vector<unichar> expected[] = {{'a', 0xD83D}, {0xFEFF, 0, 0xDE00, 0x4E00}};
+  for (NSUInteger at = 0; at < 2; ++at) {
+    NSString *const text = [list objectAtIndex:at];
+    std::vector<unichar> characters([text length]);
+    [text getCharacters:characters.data() range:NSMakeRange(0, characters.size())];
+    EXPECT_EQ(characters, expected[at]);
+  }
+  NSData *const again =
+      [NSPropertyListSerialization dataWithPropertyList:list
+                                                 format:NSPropertyListBinaryFormat_v1_0
+                                                options:0
+                                                  error:nullptr];
+  EXPECT_TRUE([[NSPropertyListSerialization propertyListWithData:again
+                                                         options:NSPropertyListImmutable
+                                                          format:nullptr
+                                                           error:nullptr] isEqual:list]);
+}
+
+TEST(ReadingPropertyLists, RefusesHalfACharacter) {
+  EXPECT_EQ([[NSString alloc] initWithBytes:"\0a\xD8"
+                                     length:3
+                                   encoding:NSUTF16BigEndianStringEncoding],
+            nil);
 }
 
 TEST(ReadingPropertyLists, ReadsTextAsBefore) {
