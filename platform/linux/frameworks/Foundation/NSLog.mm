@@ -26,7 +26,7 @@ void print(NSString *message) {
   const LogSink sink = veltro::host::log_sink();
   if (sink == LogSink::nowhere)
     return;
-  // Half a surrogate pair has no UTF-8: it is left out, and UTF8String would raise.
+  // Half a surrogate pair has no UTF-8: it is left out.
   NSData *const utf8 = [message dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
   const std::string_view line(static_cast<const char *>([utf8 bytes]), [utf8 length]);
   if (sink == LogSink::system_log)

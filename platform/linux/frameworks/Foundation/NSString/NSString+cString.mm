@@ -1,4 +1,4 @@
-// -[NSString cStringUsingEncoding:] returns NULL where the string does not fit the encoding;
+// -[NSString cStringUsingEncoding:] and -UTF8String return NULL where the text does not fit;
 // GNUstep raises. Follows Apple's NSString class reference.
 
 #import <Foundation/Foundation.h>
@@ -58,6 +58,11 @@ template <std::size_t... Index> void patch(std::index_sequence<Index...>) {
 
 VH_AT_LOAD(VHStringCStrings) {
   patch(std::make_index_sequence<std::size(kClasses)>());
+  // Those that can hold half a surrogate pair.
+  for (const char *name : {"GSUnicodeString", "GSMutableString"})
+    veltro::host::replace_method(
+        objc_getClass(name), "UTF8String",
+        +[](NSString *self, SEL) { return [self cStringUsingEncoding:NSUTF8StringEncoding]; });
 
   // The runtime does not pass a changed method on to the class of literals: it gets one of its own.
   const Class literals = objc_getClass("NSConstantString");

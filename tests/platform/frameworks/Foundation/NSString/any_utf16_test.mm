@@ -47,7 +47,12 @@ TEST(HalfASurrogatePair, IsLeftOfAnEmoji) {
 TEST(HalfASurrogatePair, HasNoUTF8) {
   NSString *const text = string_of({'a', 0xD83D, 'b'});
   EXPECT_EQ([text dataUsingEncoding:NSUTF8StringEncoding], nil);
-  EXPECT_EQ([text cStringUsingEncoding:NSUTF8StringEncoding], nullptr);
+  NSString *const changed = [NSMutableString stringWithString:text];
+  for (NSString *each in
+       @[ text, changed, [text substringFromIndex:1], [[changed copy] autorelease] ]) {
+    EXPECT_EQ([each cStringUsingEncoding:NSUTF8StringEncoding], nullptr);
+    EXPECT_EQ([each UTF8String], nullptr);
+  }
   const char bytes[] = "a\xED\xA0\xBD";
   EXPECT_EQ([NSString stringWithUTF8String:bytes], nil);
 }
