@@ -76,8 +76,7 @@ NSString *shared_folder(NSString *path) {
 /// The object for the folder at `path`, retained: `fresh` becomes that object where there is none
 /// yet, or one that was not loaded and whose Info.plist changed.
 NSBundle *bundle_at(NSString *path, NSBundle *fresh) {
-  const std::string folder =
-      std::filesystem::path([path fileSystemRepresentation]).lexically_normal();
+  const std::string folder = std::filesystem::path(utf8_of(path)).lexically_normal();
   NSData *info =
       [NSData dataWithContentsOfFile:[path stringByAppendingPathComponent:@"Info.plist"]];
   const std::lock_guard lock(mutex);

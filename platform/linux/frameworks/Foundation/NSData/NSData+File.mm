@@ -5,6 +5,7 @@
 
 #include "frameworks/Foundation/replace_method.hpp"
 #include "machine/files/file.hpp"
+#include "machine/text/utf8.hpp"
 
 #include <sys/stat.h>
 
@@ -13,7 +14,7 @@ namespace {
 id init_with_contents_of_file(NSData *self, SEL /*command*/, NSString *path) {
   if ([path length] != 0) {
     // Opening a pipe without a writer would wait.
-    const veltro::host::File file([path fileSystemRepresentation], O_RDONLY | O_NONBLOCK);
+    const veltro::host::File file(veltro::host::utf8_of(path), O_RDONLY | O_NONBLOCK);
     struct stat status{};
     if (file && fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode))
       if (const auto text = veltro::host::read_all(file.number()))

@@ -81,10 +81,13 @@ template <typename Collection> struct Reading {
 
   static id from_file(Collection *self, SEL selector, id path) {
     NSData *const data = [NSData dataWithContentsOfFile:path];
-    const bool binary = bytes_of(data).starts_with("bplist");
-    id const list = binary ? veltro::host::property_list_in(data) : nil;
-    if (![list isKindOfClass:[Collection class]])
+    if (!bytes_of(data).starts_with("bplist"))
       return gnustep_from_file(self, selector, path);
+    id const list = veltro::host::property_list_in(data);
+    if (![list isKindOfClass:[Collection class]]) {
+      [self release];
+      return nil;
+    }
     if constexpr (std::is_same_v<Collection, NSArray>)
       return [self initWithArray:list];
     else

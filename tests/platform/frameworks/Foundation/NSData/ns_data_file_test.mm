@@ -46,6 +46,9 @@ TEST_F(DataOfFile, IsNoneWithoutAFile) {
   EXPECT_EQ([NSData dataWithContentsOfFile:text(folder_.path())], nil);
   EXPECT_EQ([NSData dataWithContentsOfFile:@""], nil);
   EXPECT_EQ([NSData dataWithContentsOfFile:nil], nil);
+  const unichar half_a_pair = 0xD83D;
+  EXPECT_EQ([NSData dataWithContentsOfFile:[NSString stringWithCharacters:&half_a_pair length:1]],
+            nil);
   ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
   EXPECT_EQ([NSData dataWithContentsOfFile:text(file_)], nil) << "and does not wait for a writer";
 }

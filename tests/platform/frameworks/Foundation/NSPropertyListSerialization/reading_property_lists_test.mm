@@ -161,7 +161,9 @@ TEST(ReadingPropertyLists, ReadsBinaryFilesIntoCollections) {
   NSMutableDictionary *const changed = [NSMutableDictionary dictionaryWithContentsOfURL:url];
   [changed setObject:@"another" forKey:@"other"];
   EXPECT_EQ([changed count], 2U);
+  testing::internal::CaptureStderr();
   EXPECT_EQ([NSArray arrayWithContentsOfFile:path], nil) << "a dictionary";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   [[NSPropertyListSerialization dataWithPropertyList:@[ @1, @2 ]
                                               format:NSPropertyListBinaryFormat_v1_0
                                              options:0
