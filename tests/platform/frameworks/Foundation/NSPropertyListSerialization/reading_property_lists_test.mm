@@ -2,6 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include "support/captured_log.hpp"
 #include "support/scratch.hpp"
 
 #include <filesystem>
@@ -161,9 +162,9 @@ TEST(ReadingPropertyLists, ReadsBinaryFilesIntoCollections) {
   NSMutableDictionary *const changed = [NSMutableDictionary dictionaryWithContentsOfURL:url];
   [changed setObject:@"another" forKey:@"other"];
   EXPECT_EQ([changed count], 2U);
-  testing::internal::CaptureStderr();
+  veltro::test::clear_log();
   EXPECT_EQ([NSArray arrayWithContentsOfFile:path], nil) << "a dictionary";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_TRUE(veltro::test::logged_lines().empty());
   [[NSPropertyListSerialization dataWithPropertyList:@[ @1, @2 ]
                                               format:NSPropertyListBinaryFormat_v1_0
                                              options:0
